@@ -1,0 +1,33 @@
+# What every target of the project is compiled with, and what the presets add.
+
+set(CMAKE_CXX_STANDARD 20)
+set(CMAKE_CXX_STANDARD_REQUIRED ON)
+set(CMAKE_CXX_EXTENSIONS OFF)
+set(CMAKE_C_STANDARD 11)
+set(CMAKE_C_EXTENSIONS OFF)
+set(CMAKE_POSITION_INDEPENDENT_CODE ON)
+
+set(VR_INSTRUMENT "" CACHE STRING "Instrumentation of the build: empty, sanitize or coverage")
+set_property(CACHE VR_INSTRUMENT PROPERTY STRINGS "" sanitize coverage)
+
+if(VR_INSTRUMENT STREQUAL "sanitize")
+  add_compile_options(-fsanitize=address,undefined -fno-sanitize-recover=all
+                      -fno-omit-frame-pointer)
+  add_link_options(-fsanitize=address,undefined)
+elseif(VR_INSTRUMENT STREQUAL "coverage")
+  add_compile_options(--coverage)
+  add_link_options(--coverage)
+endif()
+
+add_library(vr_warnings INTERFACE)
+target_compile_options(vr_warnings INTERFACE
+  -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Werror)
+
+# A shared library that shows only what it means to show. Unwinding passes
+# through it when a thread ends, so it keeps its unwind tables.
+add_library(vr_shared_options INTERFACE)
+target_compile_options(vr_shared_options INTERFACE
+  $<$<COMPILE_LANGUAGE:CXX>:-fno-exceptions -fno-rtti -fvisibility-inlines-hidden>
+  -fvisibility=hidden -fasynchronous-unwind-tables)
+target_link_options(vr_shared_options INTERFACE -Wl,-z,defs,-z,relro,-z,now)
+target_link_libraries(vr_shared_options INTERFACE vr_warnings)

@@ -1,0 +1,34 @@
+# libvrbase.so: its sources by folder, and the version script that keeps every
+# name inside but those of exports/vrbase.def.
+
+add_library(vrbase SHARED
+  config/Environ.cpp
+  core/Util.cpp
+  core/vrmem.cpp
+  core/vrmem_callbacks.cpp
+  core/vrmem_pool.cpp
+  core/vrmem_recovery.cpp
+  core/vrmem_string.cpp
+  dynarray/Extract.cpp
+  dynarray/Vrstr_edit.cpp
+  dynarray/Vrstr_scan.cpp
+  dynarray/Vrstr_walk.cpp
+  text/Util_text.cpp)
+
+set(export_list "${PROJECT_SOURCE_DIR}/exports/vrbase.def")
+set(version_script "${PROJECT_BINARY_DIR}/vrbase.map")
+add_custom_command(
+  OUTPUT "${version_script}"
+  COMMAND "${CMAKE_COMMAND}" "-DLIST=${export_list}" "-DOUTPUT=${version_script}"
+          -P "${PROJECT_SOURCE_DIR}/cmake/VersionScript.cmake"
+  DEPENDS "${export_list}" "${PROJECT_SOURCE_DIR}/cmake/VersionScript.cmake"
+  VERBATIM)
+target_sources(vrbase PRIVATE "${version_script}")
+set_property(TARGET vrbase APPEND PROPERTY LINK_DEPENDS "${version_script}")
+
+target_include_directories(vrbase
+  PUBLIC "${PROJECT_SOURCE_DIR}/include"
+  PRIVATE "${PROJECT_SOURCE_DIR}")
+target_compile_options(vrbase PRIVATE -fno-semantic-interposition)
+target_link_options(vrbase PRIVATE "-Wl,--version-script=${version_script}")
+target_link_libraries(vrbase PRIVATE vr_shared_options PUBLIC vrplatform)

@@ -1,0 +1,10 @@
+# Turns the list of exports into the linker's version script:
+#   cmake -DLIST=vrbase.def -DOUTPUT=vrbase.map -P VersionScript.cmake
+
+file(STRINGS "${LIST}" lines REGEX "@[0-9]+")
+set(names "")
+foreach(line IN LISTS lines)
+  string(REGEX MATCH "[A-Za-z0-9_]+" name "${line}")
+  string(APPEND names "    ${name};\n")
+endforeach()
+file(WRITE "${OUTPUT}" "{\n  global:\n${names}  local:\n    *;\n};\n")

@@ -1,0 +1,132 @@
+// The frame: start-up through one table, shutdown through one chain, and the words
+// that a host keeps here. A module that starts brings its routine to the table; a
+// module that holds anything adds a routine to the chain while it starts.
+
+#include <algorithm>
+#include <cstdarg>
+#include <cstdio>
+
+#include "config/Environ.h"
+#include "core/vrmem.h"
+#include "platform/messagebox.h"
+#include "platform/process.h"
+#include "vr/frame.h"
+
+namespace {
+
+constexpr size_t kMessageSize = 256;
+
+using StartRoutine = void (*)(const UtilInitRecord& record);
+
+// In this order: each may use those before it.
+constexpr StartRoutine kStartRoutines[] = {
+    vr::StartMemory,
+};
+
+bool started = false;
+VrWord engineInstance = 0;
+VrWord vrlinkInstance = 0;
+VrWord hostModule = 0;
+int32_t runStatus = 0;
+int32_t breakCount = 0;
+int32_t inExit = 0;
+
+struct {
+    VrBreakRoutine routine;
+    VrWord data;
+} breakCallback;  // carried for the host, never called
+
+VrExitRoutine exitChain[kVrExitChainSlots];
+int32_t exitCount = 0;  // slots taken; UtilInit empties the slots and leaves this
+
+void RunExitChain() {
+    for (int32_t i = exitCount - 1; i >= 0; --i) {
+        if (exitChain[i] != nullptr) exitChain[i]();
+    }
+}
+
+}  // namespace
+
+int32_t UtilInit(const UtilInitRecord* record) {
+    if (started) return 1;
+    started = true;
+    const UtilInitRecord given = record == nullptr ? UtilInitRecord{} : *record;
+    vrlinkInstance = given.VrlinkInstance;
+    engineInstance = given.EngineInstance;
+    std::ranges::fill(exitChain, nullptr);
+    for (StartRoutine start : kStartRoutines)
+        start(given);
+    return 1;
+}
+
+void VrExitAdd(VrExitRoutine routine) {
+    if (routine == nullptr || exitCount == kVrExitChainSlots) return;
+    exitChain[exitCount++] = routine;
+}
+
+// The flag also keeps the chain from running twice: its routines give back what
+// they hold and need not clear it.
+void VrExit(int32_t code) {
+    const bool first = inExit == 0;
+    inExit = 1;
+    if (first) RunExitChain();
+
+    const int32_t launcher = GetEnvironLauncher();
+    if (launcher == vr::kLauncherExe && code != 0) ExitProcess(static_cast<uint32_t>(code));
+    if (launcher == vr::kLauncherDll) ExitThread(static_cast<uint32_t>(code));
+}
+
+int32_t VrExitInExit() {
+    return inExit;
+}
+
+VrWord GetEngineInstance() {
+    return engineInstance;
+}
+
+VrWord GetVrlinkInstance() {
+    return vrlinkInstance;
+}
+
+VrWord GetHInstance() {
+    return hostModule;
+}
+
+void SetHInstance(VrWord module) {
+    hostModule = module;
+}
+
+int32_t GetRunStatus() {
+    return runStatus;
+}
+
+void SetRunStatus(int32_t status) {
+    runStatus = status;
+}
+
+int32_t GetBreakState() {
+    return breakCount;
+}
+
+void SetBreakState(int32_t state) {
+    if (state == 0) {
+        ++breakCount;
+    } else if (breakCount != 0) {
+        --breakCount;
+    }
+}
+
+void SetBreakCallback(VrBreakRoutine routine, VrWord data) {
+    breakCallback = {routine, data};
+}
+
+int32_t VrErrorMessage(const char* format, ...) {
+    char text[kMessageSize] = "";
+    if (format != nullptr) {
+        va_list values;
+        va_start(values, format);
+        std::vsnprintf(text, sizeof text, format, values);
+        va_end(values);
+    }
+    return MessageBoxA(nullptr, text, EnvironProduct(), MB_OK);
+}

@@ -1,0 +1,170 @@
+// The tracked allocator's exported face. A payload's address is all that a caller
+// holds; the byte in front of it says whether the block came from a pool, is a
+// platform block of its own, or is a long string, whose header is longer. What
+// that byte means is decided here and nowhere else.
+
+#define VR_MODULE "vrmem"
+
+#include "core/vrmem.h"
+
+#include <cstring>
+
+#include "config/Environ.h"
+#include "platform/memory.h"
+#include "platform/messagebox.h"
+
+char* MemBuf1 = nullptr;
+char* MemBuf2 = nullptr;
+char* MemBuf3 = nullptr;
+char* MemBuf4 = nullptr;
+char* MemBuf5 = nullptr;
+
+namespace {
+
+constexpr uint32_t kLargeHeaderSize = 4;
+constexpr uint32_t kLongHeaderSize = sizeof(vr::LongHeader);
+constexpr uint32_t kSpareByte = 1;       // the zero behind every zeroed block
+constexpr uint32_t kStringOverhead = 5;  // length word and zero of a string
+constexpr uint32_t kSharedBlockSize = 10;
+constexpr uintptr_t kLowestAddress = 257;  // anything below is no block
+constexpr uint32_t kMemoryTotal = 0x100000;
+
+char** const kScratchAreas[] = {&MemBuf1, &MemBuf2, &MemBuf3, &MemBuf4, &MemBuf5};
+unsigned char** const kSharedStrings[] = {&NullVrStr, &FalseVrStr, &TrueVrStr};
+
+bool IsAddress(const void* value) {
+    return reinterpret_cast<uintptr_t>(value) >= kLowestAddress;
+}
+
+void* LargePayload(void* platformBlock) {
+    std::memset(platformBlock, 0, kLargeHeaderSize);
+    return static_cast<char*>(platformBlock) + kLargeHeaderSize;
+}
+
+void* NewLargeBlock(uint32_t size, const char* tag, int32_t line) {
+    const uint32_t total = vr::SaturatingAdd(size, kLargeHeaderSize + kSpareByte);
+    return LargePayload(_CallocMore(total, nullptr, tag, line));
+}
+
+uint32_t HeaderSize(const void* payload) {
+    return vr::IsLong(payload) ? kLongHeaderSize : kLargeHeaderSize;
+}
+
+void* PlatformBlockOf(void* payload) {
+    return static_cast<char*>(payload) - HeaderSize(payload);
+}
+
+// Resizes a block that has a platform block of its own, whichever its header.
+void* ResizePlatformBlock(void* payload, uint32_t size, const char* tag, int32_t line) {
+    const uint32_t header = HeaderSize(payload);
+    const uint32_t total = vr::SaturatingAdd(size, header + kSpareByte);
+    void* block = _CallocMore(total, PlatformBlockOf(payload), tag, line);
+    return static_cast<char*>(block) + header;
+}
+
+void* MoveSlotToLargeBlock(void* slot, uint32_t size, const char* tag, int32_t line) {
+    void* block = NewLargeBlock(size, tag, line);
+    const uint32_t slotSize = vr::SlotSize(slot);
+    std::memcpy(block, slot, size < slotSize ? size : slotSize);
+    vr::GiveSlotBack(slot);
+    return block;
+}
+
+unsigned char* NewSharedString(const char* text) {
+    auto* block = static_cast<unsigned char*>(CallocMore(kSharedBlockSize, nullptr));
+    VrString s = VR_SHARED_STRING(block);
+    const size_t length = std::strlen(text);
+    s->length = static_cast<int32_t>(length);
+    std::memcpy(VrStrText(s), text, length);
+    return block;
+}
+
+void FreeMemory() {
+    vr::FreeReserves();
+    for (char** area : kScratchAreas)
+        LocalFree(*area);
+    for (unsigned char** shared : kSharedStrings)
+        LocalFree(*shared);
+    vr::FreePools();
+}
+
+}  // namespace
+
+void vr::StartMemory(const UtilInitRecord&) {
+    StartReserves();
+    for (char** area : kScratchAreas) {
+        *area = static_cast<char*>(MallocMore(kVrScratchSize, nullptr));
+    }
+    NullVrStr = NewSharedString("");
+    FalseVrStr = NewSharedString("0");
+    TrueVrStr = NewSharedString("1");
+    VrExitAdd(FreeMemory);
+    StartPools();
+}
+
+void* _alloc_memory(uint32_t size, const char* tag, int32_t line) {
+    if (size == 0) return nullptr;
+    if (size <= vr::kLargestPooledSize) {
+        if (void* slot = vr::TakeSlot(size + kSpareByte)) return slot;
+    }
+    return NewLargeBlock(size, tag, line);
+}
+
+void* _malloc_memory(uint32_t size, const char* tag, int32_t line) {
+    if (size == 0) return nullptr;
+    return LargePayload(_MallocMore(vr::SaturatingAdd(size, kLargeHeaderSize), nullptr, tag, line));
+}
+
+void* _realloc_mem(void* block, uint32_t size, const char* tag, int32_t line) {
+    if (size == 0) return nullptr;
+    if (!IsAddress(block) || vr::IsSharedString(block)) return NewLargeBlock(size, tag, line);
+    if (vr::ClassByte(block) == vr::kPoolSlotClass) {
+        return MoveSlotToLargeBlock(block, size, tag, line);
+    }
+    void* resized = ResizePlatformBlock(block, size, tag, line);
+    if (vr::IsLong(resized)) {
+        vr::LongHeader& header = vr::LongHeaderOf(resized);
+        header.memo = {};
+        header.capacity = size > kStringOverhead ? size - kStringOverhead : 0;
+    }
+    return resized;
+}
+
+int32_t _free_mem(void* variable, const char*, int32_t) {
+    void* block = nullptr;
+    if (variable == nullptr) return 0;
+    std::memcpy(&block, variable, sizeof block);  // a pointer of whatever type
+    if (block == nullptr || vr::IsSharedString(block)) return 0;
+
+    if (!IsAddress(block)) {
+        MessageBoxA(nullptr, "MEM:freeing pointer < 0x100\n", EnvironProduct(), MB_OK);
+    } else if (vr::ClassByte(block) == vr::kPoolSlotClass) {
+        vr::GiveSlotBack(block);
+    } else {
+        LocalFree(PlatformBlockOf(block));
+    }
+    std::memset(variable, 0, sizeof block);
+    return 0;
+}
+
+int32_t MemState(uint32_t* total, uint32_t* largest) {
+    *total = kMemoryTotal;
+    *largest = GlobalCompact(0);
+    return 1;
+}
+
+int32_t MemAvail(int32_t) {
+    return 0;
+}
+
+void PgmMemInit() {}
+
+void PgmMemReport(int32_t) {}
+
+void MemDump() {}
+
+void MemCheckBounds() {}
+
+int32_t MemDebugFormat(VrWord, VrWord, VrWord, VrWord, VrWord, VrWord) {
+    return 0;
+}

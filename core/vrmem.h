@@ -1,0 +1,88 @@
+// What the rest of the library knows of the allocator and of the strings beyond
+// the exported interface: how a block's kind is told, and the long string's header.
+#ifndef CORE_VRMEM_H
+#define CORE_VRMEM_H
+
+#include <cstdint>
+
+#include "vr/frame.h"
+#include "vr/memory.h"
+#include "vr/string.h"
+
+namespace vr {
+
+// The byte in front of every payload tells what kind of block it is: a pool slot,
+// a string with the long header (any of the low four bits set), or a large block.
+constexpr uint8_t kPoolSlotClass = 0xF0;
+constexpr uint8_t kLongStringClass = 0x0F;
+constexpr uint8_t kLongStringBits = 0x0F;
+
+inline uint8_t ClassByte(const void* payload) {
+    return static_cast<const uint8_t*>(payload)[-1];
+}
+
+inline bool IsLong(const void* payload) {
+    return (ClassByte(payload) & kLongStringBits) != 0;
+}
+
+// The attribute that was located last in a long string and its cursor; an
+// attribute below 1 is no memo.
+struct Memo {
+    int32_t attribute;
+    int32_t cursor;
+};
+
+// In front of a long string's length word, in place of a large block's one word.
+struct LongHeader {
+    Memo memo;
+    uint32_t capacity;  // in text bytes
+    uint8_t zero[3];
+    uint8_t classByte;
+};
+static_assert(sizeof(LongHeader) == 16);
+static_assert(offsetof(LongHeader, capacity) == 8);
+
+inline LongHeader& LongHeaderOf(void* payload) {
+    return static_cast<LongHeader*>(payload)[-1];
+}
+
+inline VrString NullString() {
+    return VR_SHARED_STRING(NullVrStr);
+}
+
+// Told by address, since the header of a shared string is that of a large block.
+inline bool IsSharedString(const void* payload) {
+    return payload == VR_SHARED_STRING(NullVrStr) || payload == VR_SHARED_STRING(FalseVrStr) ||
+           payload == VR_SHARED_STRING(TrueVrStr);
+}
+
+// How many text bytes the string can hold where it is.
+inline int32_t CapacityOf(VrString s) {
+    return IsLong(s) ? static_cast<int32_t>(LongHeaderOf(s).capacity) : s->length;
+}
+
+// A size that would pass 32 bits stays at their end, where it is refused as too
+// large instead of wrapping round to a small block.
+constexpr uint32_t SaturatingAdd(uint32_t a, uint32_t b) {
+    return a > UINT32_MAX - b ? UINT32_MAX : a + b;
+}
+
+// The start routine.
+void StartMemory(const UtilInitRecord& record);
+
+// The pools (vrmem_pool.cpp). TakeSlot gives null when the pool for that size
+// could not be made at the start.
+constexpr uint32_t kLargestPooledSize = 62;
+void StartPools();
+void FreePools();
+void* TakeSlot(uint32_t size);
+void GiveSlotBack(void* payload);
+uint32_t SlotSize(void* payload);
+
+// The reserves (vrmem_recovery.cpp).
+void StartReserves();
+void FreeReserves();
+
+}  // namespace vr
+
+#endif

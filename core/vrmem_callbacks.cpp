@@ -1,0 +1,50 @@
+// The callback lists: who wants to hear when memory is short, when the run ends
+// for lack of it, or when too many files are open. Each kind has ten slots, and an
+// empty slot is one without a routine, so the lists need no start-up.
+
+#include "core/vrmem.h"
+
+namespace {
+
+struct Slot {
+    MemCallback routine;
+    VrWord data;
+};
+
+using Slots = Slot[kVrCallbackSlots];
+
+Slots lists[kVrCallbackKinds];
+
+bool IsKind(int32_t kind) {
+    return kind >= 0 && kind < kVrCallbackKinds;
+}
+
+Slot* FindSlot(Slots& slots, MemCallback routine, VrWord data) {
+    for (Slot& slot : slots) {
+        if (slot.routine == routine && slot.data == data) return &slot;
+    }
+    return nullptr;
+}
+
+}  // namespace
+
+int32_t MemAddCallback(int32_t kind, MemCallback routine, VrWord data) {
+    if (!IsKind(kind)) return -1;
+    if (routine == nullptr) return 1;
+    if (Slot* empty = FindSlot(lists[kind], nullptr, 0)) *empty = {routine, data};
+    return 1;
+}
+
+int32_t MemRemoveCallback(int32_t kind, MemCallback routine, VrWord data) {
+    if (!IsKind(kind)) return -1;
+    if (Slot* slot = FindSlot(lists[kind], routine, data)) *slot = {};
+    return 1;
+}
+
+int32_t MemCallCallbacks(int32_t kind, VrWord value) {
+    if (!IsKind(kind)) return -1;
+    for (const Slot& slot : lists[kind]) {
+        if (slot.routine != nullptr) slot.routine(slot.data, value);
+    }
+    return 1;
+}

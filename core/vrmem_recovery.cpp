@@ -1,0 +1,113 @@
+// Where the platform is asked for memory, and what happens when it refuses. Two
+// reserves of 4096 bytes are taken at the start and only ever given up: the first
+// so that message boxes and callbacks have something to work with, the last so
+// that the end of the run has. A request returns with a block and with the first
+// reserve held again, or it does not return.
+
+#include "config/Environ.h"
+#include "core/vrmem.h"
+#include "platform/memory.h"
+#include "platform/messagebox.h"
+#include "platform/process.h"
+
+namespace {
+
+constexpr uint32_t kReserveSize = 4096;
+constexpr int32_t kRetriesGranted = 10;
+constexpr int32_t kExitCodeNoMemory = 9;
+
+constexpr char kGettingLow[] = "System is getting low on memory!\n  Try closing other applications";
+constexpr char kOutOfMemory[] =
+    "  System is out of memory!\nTry closing other applications  "
+    "RETRY will try again or\n      CANCEL will exit";
+constexpr char kInsufficient[] = "Insufficient memory, exiting.";
+
+void* firstReserve = nullptr;
+void* lastReserve = nullptr;
+
+struct Request {
+    uint32_t size;
+    void* block;  // to resize, or null for a new one
+    uint32_t newBlockFlags;
+};
+
+void* Attempt(const Request& request) {
+    return request.block != nullptr
+               ? LocalReAlloc(request.block, request.size, LMEM_MOVEABLE | LMEM_ZEROINIT)
+               : LocalAlloc(request.newBlockFlags, request.size);
+}
+
+void GiveUp(void*& reserve) {
+    reserve = LocalFree(reserve);
+}
+
+int32_t Box(const char* text, uint32_t style) {
+    return MessageBoxA(nullptr, text, EnvironProduct(), style);
+}
+
+// Callers are not written to meet a null, so a run that VrExit lets go on ends
+// here.
+[[noreturn]] void EndRun() {
+    GiveUp(lastReserve);
+    MemCallCallbacks(kVrMemoryExhausted, 0);
+    VrExit(kExitCodeNoMemory);
+    ExitProcess(kExitCodeNoMemory);
+}
+
+[[noreturn]] void EndRunWithoutReserve() {
+    GiveUp(lastReserve);
+    Box(kInsufficient, MB_OK | MB_ICONSTOP);
+    EndRun();
+}
+
+void RaiseMemoryShort(uint32_t size) {
+    GiveUp(firstReserve);
+    Box(kGettingLow, MB_OK | MB_ICONEXCLAMATION);
+    MemCallCallbacks(kVrMemoryShort, 0);
+    GlobalCompact(size);
+}
+
+// No attempt is made before the user has been asked.
+void* AskAndRetry(const Request& request) {
+    void* block = nullptr;
+    for (int32_t retries = 0; block == nullptr; ++retries) {
+        if (firstReserve == nullptr) firstReserve = LocalAlloc(LMEM_FIXED, kReserveSize);
+        if (firstReserve == nullptr) EndRunWithoutReserve();
+        const int32_t answer = Box(kOutOfMemory, MB_RETRYCANCEL | MB_ICONEXCLAMATION);
+        if (answer == IDCANCEL || retries == kRetriesGranted) EndRun();
+        GlobalCompact(request.size);
+        block = Attempt(request);
+    }
+    return block;
+}
+
+void* Obtain(const Request& request, const char* tag, int32_t line) {
+    if (request.size >= kVrLargestRequest) {
+        VrErrorMessage("Can't alloc %u bytes [%s,%d]", request.size, tag == nullptr ? "" : tag,
+                       line);
+        EndRun();
+    }
+    if (void* block = Attempt(request)) return block;
+    RaiseMemoryShort(request.size);
+    return AskAndRetry(request);
+}
+
+}  // namespace
+
+void vr::StartReserves() {
+    lastReserve = LocalAlloc(LMEM_FIXED, kReserveSize);
+    firstReserve = LocalAlloc(LMEM_FIXED, kReserveSize);
+}
+
+void vr::FreeReserves() {
+    GiveUp(firstReserve);
+    GiveUp(lastReserve);
+}
+
+void* _CallocMore(uint32_t size, void* block, const char* tag, int32_t line) {
+    return Obtain({size, block, LMEM_ZEROINIT}, tag, line);
+}
+
+void* _MallocMore(uint32_t size, void* block, const char* tag, int32_t line) {
+    return Obtain({size, block, LMEM_FIXED}, tag, line);
+}

@@ -1,0 +1,147 @@
+// Walking a dynamic array by cursor. The four forward walks are one walk: they
+// differ in the bytes that stop them, in the message for an element that is too
+// long, and in whether they look behind a cut, which is a row of a table.
+
+#define VR_MODULE "Vrstr"
+
+#include <algorithm>
+#include <cstring>
+
+#include "dynarray/Vrstr.h"
+#include "platform/messagebox.h"
+#include "platform/text.h"
+#include "vr/memory.h"
+#include "vr/walk.h"
+
+namespace {
+
+constexpr vr::StopBytes kAttributeStops = {kVrAttributeMark, kVrAttributeMark};
+constexpr vr::StopBytes kValueStops = {kVrValueMark, kVrAttributeMark};
+constexpr vr::StopBytes kSubvalueStops = {kVrSubvalueMark, kVrAttributeMark};
+
+struct Walk {
+    vr::StopBytes stops;
+    const char* tooBig;
+    bool looksBehindCut;  // measures the whole element, and steps over no cut
+};
+
+constexpr char kAttributeTooBig[] = "Attribute too big (%s) size %d";
+constexpr Walk kAttributeWalk = {kAttributeStops, kAttributeTooBig, false};
+constexpr Walk kValueWalk = {kValueStops, "Value too big (%s) size %d", false};
+constexpr Walk kSubvalueWalk = {kSubvalueStops, "SubValue too big (%s) size %d", false};
+
+// In a caller's buffer the string stands behind a zeroed word, which makes it look
+// like a short string of the allocator.
+constexpr int32_t kBufferHeader = 4;
+
+// The message takes the text as C text, through all marks to the zero behind it.
+void ReportTooBig(const Walk& walk, const uint8_t* text, uint32_t size) {
+    wsprintfA(MemBuf1, walk.tooBig, reinterpret_cast<const char*>(text), size);
+    MessageBoxA(nullptr, MemBuf1, nullptr, MB_OK);
+}
+
+int32_t Behind(VrString s, const uint8_t* stop) {
+    const auto cursor = static_cast<int32_t>(stop - vr::At(s, 0));
+    return cursor == vr::EndCursor(s) ? cursor : cursor + 1;
+}
+
+int32_t Skip(VrString s, int32_t cursor, vr::StopBytes stops) {
+    const int32_t end = vr::EndCursor(s);
+    return Behind(s, vr::FindStop(vr::At(s, vr::ClampCursor(cursor, end)), vr::At(s, end), stops));
+}
+
+int32_t NextAllocated(VrString s, int32_t cursor, VrString* out, const Walk& walk) {
+    const uint8_t* from = vr::At(s, cursor);
+    const uint8_t* stop = vr::FindStop(from, vr::At(s, vr::EndCursor(s)), walk.stops);
+    *out = vr::StringOf(from, static_cast<size_t>(stop - from), VR_MODULE, __LINE__);
+    return Behind(s, stop);
+}
+
+void FillBuffer(VrString* out, const uint8_t* from, uint32_t length) {
+    auto* buffer = reinterpret_cast<uint8_t*>(*out);
+    std::memset(buffer, 0, kBufferHeader);
+    auto* s = reinterpret_cast<VrString>(buffer + kBufferHeader);
+    s->length = static_cast<int32_t>(length);
+    std::memcpy(VrStrText(s), from, length);
+    VrStrText(s)[length] = 0;
+    *out = s;
+}
+
+int32_t NextInBuffer(VrString s, int32_t cursor, VrString* out, uint32_t size, const Walk& walk) {
+    const uint8_t* from = vr::At(s, cursor);
+    const uint8_t* end = vr::At(s, vr::EndCursor(s));
+    const uint32_t room = size - kVrBufferOverhead;
+    const auto left = static_cast<uint32_t>(end - from);
+    const uint8_t* window = walk.looksBehindCut ? end : from + std::min(left, room);
+    const uint8_t* stop = vr::FindStop(from, window, walk.stops);
+    const auto length = static_cast<uint32_t>(stop - from);
+
+    FillBuffer(out, from, std::min(length, room));
+    if (walk.looksBehindCut) {
+        if (length <= room) return Behind(s, stop);
+        ReportTooBig(walk, from, size);
+        return cursor + static_cast<int32_t>(room);
+    }
+    // A full buffer cannot tell an element that fits from one that was cut.
+    if (length >= room) ReportTooBig(walk, from, room);
+    return Behind(s, stop);
+}
+
+int32_t Next(VrString s, int32_t cursor, VrString* out, uint32_t size, const Walk& walk) {
+    cursor = vr::ClampCursor(cursor, vr::EndCursor(s));
+    return size < kVrBufferOverhead ? NextAllocated(s, cursor, out, walk)
+                                    : NextInBuffer(s, cursor, out, size, walk);
+}
+
+}  // namespace
+
+int32_t UtilGetNextAttribute(VrString s, int32_t cursor, VrString* out, uint32_t size) {
+    return Next(s, cursor, out, size, kAttributeWalk);
+}
+
+int32_t UtilGetNextValue(VrString s, int32_t cursor, VrString* out, uint32_t size) {
+    return Next(s, cursor, out, size, kValueWalk);
+}
+
+int32_t UtilGetNextSubvalue(VrString s, int32_t cursor, VrString* out, uint32_t size) {
+    return Next(s, cursor, out, size, kSubvalueWalk);
+}
+
+int32_t UtilGetNextMarkerVal(VrString s, int32_t cursor, VrString* out, uint32_t size,
+                             unsigned char marker) {
+    return Next(s, cursor, out, size, {{marker, marker}, kAttributeTooBig, true});
+}
+
+int32_t UtilSkipAttribute(VrString s, int32_t cursor) {
+    return Skip(s, cursor, kAttributeStops);
+}
+
+int32_t UtilSkipValue(VrString s, int32_t cursor) {
+    return Skip(s, cursor, kValueStops);
+}
+
+int32_t UtilGetPrevValue(VrString s, int32_t cursor, VrString* out) {
+    const int32_t end = vr::EndCursor(s);
+    cursor = vr::ClampCursor(cursor, end);
+    const int32_t last = cursor == end ? cursor - 1 : cursor - 2;  // over the mark in front
+    int32_t start = last + 1;
+    while (start > kVrFirstCursor && *vr::At(s, start - 1) != kVrValueMark &&
+           *vr::At(s, start - 1) != kVrAttributeMark) {
+        --start;
+    }
+    const auto length = static_cast<size_t>(last + 1 - start);
+    *out = vr::StringOf(vr::At(s, start), length, VR_MODULE, __LINE__);
+    return start;
+}
+
+int32_t UtilGetRestOfVrStr(VrString s, int32_t cursor, VrString* out) {
+    const int32_t end = vr::EndCursor(s);
+    cursor = vr::ClampCursor(cursor, end);
+    *out = vr::StringOf(vr::At(s, cursor), static_cast<size_t>(end - cursor), VR_MODULE, __LINE__);
+    return vr::EndCursor(*out);
+}
+
+void UtilSwapChar(VrString s, unsigned char from, unsigned char to) {
+    if (s == nullptr || s->length <= 0) return;
+    std::replace(VrStrText(s), VrStrText(s) + s->length, from, to);
+}

@@ -1,0 +1,71 @@
+// Reading a record takes one read into a string of the file's length; writing one
+// never touches the file itself until the new bytes are safe on disk.
+
+#include "record_file.h"
+
+#include <cstdio>
+#include <string>
+
+#include "platform/files.h"
+#include "vr/memory.h"
+
+namespace {
+
+constexpr int32_t kReadFlags = kOpenBinary;
+constexpr int32_t kWriteFlags = kOpenBinary | kOpenWriteOnly | kOpenCreate | kOpenExclusive;
+constexpr int32_t kReadWritePermission = kPermissionRead | kPermissionWrite;
+
+void Complain(const char* path, const char* what) {
+    std::fprintf(stderr, "record_host: %s: %s\n", path, what);
+}
+
+bool WriteWhole(int32_t handle, VrString record) {
+    return FileWrite(handle, VrStrText(record), static_cast<uint32_t>(record->length)) ==
+               record->length &&
+           FileCommit(handle) == 0;
+}
+
+}  // namespace
+
+VrString ReadRecord(const char* path) {
+    const int32_t handle = FileOpen(path, kReadFlags, kShareDenyNone, 0);
+    if (handle == -1) {
+        Complain(path, "no such record, or it cannot be read");
+        return nullptr;
+    }
+    const int32_t length = FileLength(handle);
+    if (length < 0 || length > kLongestRecord) {
+        FileClose(handle);
+        Complain(path, "too long for a record");
+        return nullptr;
+    }
+    VrString record = alloc_string(static_cast<uint32_t>(length));
+    const int32_t got = FileRead(handle, VrStrText(record), static_cast<uint32_t>(length));
+    FileClose(handle);
+    if (got != length) {
+        free_mem(&record);
+        Complain(path, "cannot be read");
+        return nullptr;
+    }
+    return record;
+}
+
+bool WriteRecord(const char* path, VrString record) {
+    std::string newName = std::string(path) + ".XXXXXX";
+    if (UniqueName(newName.data()) == nullptr) {
+        Complain(path, "no free name for the new record");
+        return false;
+    }
+    const int32_t handle =
+        FileOpen(newName.c_str(), kWriteFlags, kShareDenyNone, kReadWritePermission);
+    if (handle == -1) {
+        Complain(newName.c_str(), "cannot be written");
+        return false;
+    }
+    const bool written = WriteWhole(handle, record);
+    FileClose(handle);
+    if (written && FileReplace(newName.c_str(), path) == 0) return true;
+    FileDelete(newName.c_str());
+    Complain(path, "cannot be written; the old record stands");
+    return false;
+}

@@ -1,0 +1,18 @@
+// Stored records: one record a file, its bytes as they are.
+#ifndef EXAMPLES_RECORD_FILE_H
+#define EXAMPLES_RECORD_FILE_H
+
+#include "vr/string.h"
+
+// The longest record that the library can hold with its room to grow.
+constexpr int32_t kLongestRecord = 13'900'000;
+
+// The record as a new string, or null after a message on standard error.
+VrString ReadRecord(const char* path);
+
+// Puts the record in the place of the file in one step: it is written under a new
+// name first, so that whoever reads finds the old record or the new one, whole.
+// False after a message on standard error; the old record then stands.
+bool WriteRecord(const char* path, VrString record);
+
+#endif

@@ -1,0 +1,40 @@
+/* The one ABI of the library: what every other header relies on.
+ *
+ * Lengths, handles, offsets, data words and addresses are 32 bits wide, so a
+ * host is compiled with -m32. All functions have C linkage and the C calling
+ * convention; the headers serve C11 and C++20 alike. Calls must not overlap: the
+ * library keeps plain process-wide state and belongs to one thread at a time. */
+#ifndef VR_ABI_H
+#define VR_ABI_H
+
+#include <stddef.h>
+#include <stdint.h>
+
+#ifdef __cplusplus
+#define VR_BEGIN extern "C" {
+#define VR_END }
+#define VR_STATIC_ASSERT static_assert
+#else
+#define VR_BEGIN
+#define VR_END
+#define VR_STATIC_ASSERT _Static_assert
+#endif
+
+#define VR_API __attribute__((visibility("default")))
+
+VR_STATIC_ASSERT(sizeof(void*) == 4, "vrbase is a 32-bit library: compile with -m32");
+
+/* A 32-bit word that carries either a number or an address. */
+typedef uintptr_t VrWord;
+
+/* Functions that take memory are exported with a leading underscore and two last
+ * arguments that tell where in the source they were called: a module tag, a
+ * zero-terminated text that must stay valid during the call, and a line number.
+ * Their headers give the plain name as a macro that fills in both. A source that
+ * wants its own tag defines VR_MODULE before it includes anything of the library;
+ * a source that wants no such macros defines VR_NO_POSITION_MACROS. */
+#ifndef VR_MODULE
+#define VR_MODULE "host"
+#endif
+
+#endif

@@ -1,0 +1,19 @@
+/* What every header of the platform contract needs: how its names are exported
+ * and that they have C linkage. The contract is usable from C11 and C++20. */
+#ifndef PLATFORM_BASE_H
+#define PLATFORM_BASE_H
+
+#include <stddef.h>
+#include <stdint.h>
+
+#define PLATFORM_API __attribute__((visibility("default")))
+
+#ifdef __cplusplus
+#define PLATFORM_BEGIN extern "C" {
+#define PLATFORM_END }
+#else
+#define PLATFORM_BEGIN
+#define PLATFORM_END
+#endif
+
+#endif

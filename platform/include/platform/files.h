@@ -1,0 +1,148 @@
+/* Files by numbered handle, streams over them, directory searches, paths.
+ *
+ * Paths. `C:\DATA\ABC`, with / for \ as well. The drive letter D has its root in the
+ * host's directory that VRPLATFORM_DRIVE_D names, and so for each letter; drive C is
+ * the host's root unless set. A path without a drive is on the current directory's
+ * drive; one without a leading separator starts in that drive's current directory,
+ * or, on another drive, in its root. `.` and `..` are taken out of the text, and `..`
+ * stops at the root. Names are found without regard to case, the exact spelling
+ * first; a new file takes the spelling given.
+ *
+ * Failures give the result told with each service, and leave the reason in errno:
+ * 2 no such file, 9 bad handle, 13 access denied, 17 exists, 22 invalid argument, 24
+ * too many open files, 28 disk full, 34 result too long, 36 name too long. */
+#ifndef PLATFORM_FILES_H
+#define PLATFORM_FILES_H
+
+#include "platform/base.h"
+
+enum { kErrorAccessDenied = 13, kErrorInvalid = 22, kErrorTooManyOpenFiles = 24 };
+
+/* Flags of FileOpen; reading only, in text mode, when none is given. */
+enum {
+    kOpenReadOnly = 0x0000,
+    kOpenWriteOnly = 0x0001,
+    kOpenReadWrite = 0x0002,
+    kOpenAppend = 0x0008,    /* every write goes to the end */
+    kOpenCreate = 0x0100,    /* make the file if it does not exist */
+    kOpenTruncate = 0x0200,  /* cut an existing file to length 0 */
+    kOpenExclusive = 0x0400, /* with kOpenCreate: fail if it exists */
+    kOpenText = 0x4000,
+    kOpenBinary = 0x8000
+};
+
+/* What others may do with the file meanwhile; there is this one sharing mode. */
+enum { kShareDenyNone = 0x0040 };
+
+/* Permission of a file that is made: without kPermissionWrite nobody may open it for
+ * writing later, the superuser included. Reading is always permitted. */
+enum { kPermissionWrite = 0x0080, kPermissionRead = 0x0100 };
+
+enum { kSeekStart = 0, kSeekCurrent = 1, kSeekEnd = 2 };
+
+PLATFORM_BEGIN
+
+/* Raises the number of files that the process may have open at once to at least
+ * `count`, as far as the system lets it. Returns the number now allowed. */
+PLATFORM_API int32_t SetHandleCount(int32_t count);
+
+/* Opens a file; the result is its handle, the lowest free number from 3 on, or -1.
+ * Children do not inherit it. Directories cannot be opened. */
+PLATFORM_API int32_t FileOpen(const char* path, int32_t flags, int32_t sharing, int32_t permission);
+
+/* 0, or -1 for a bad handle. All locks of the handle go with it. */
+PLATFORM_API int32_t FileClose(int32_t handle);
+
+/* Reads up to `count` bytes at the handle's position: their number, 0 at the end, or
+ * -1. In text mode CR LF comes as LF, and Ctrl-Z (byte 26) ends the text until the
+ * next seek. */
+PLATFORM_API int32_t FileRead(int32_t handle, void* buffer, uint32_t count);
+
+/* Writes at the handle's position: the number of bytes written, or -1. In text mode
+ * LF goes out as CR LF, and the result counts the bytes as given. */
+PLATFORM_API int32_t FileWrite(int32_t handle, const void* buffer, uint32_t count);
+
+/* Moves to `offset` bytes on disk from `origin`: the new position, or -1, also when
+ * it would pass 31 bits. */
+PLATFORM_API int32_t FileSeek(int32_t handle, int32_t offset, int32_t origin);
+
+/* Bytes on disk, or -1, also for a file of 2 GiB or more. */
+PLATFORM_API int32_t FileLength(int32_t handle);
+
+/* Cuts or extends the file, with zero bytes: 0, or -1. */
+PLATFORM_API int32_t FileChangeSize(int32_t handle, int32_t size);
+
+/* Waits until all that was written is on the disk: 0, or -1. */
+PLATFORM_API int32_t FileCommit(int32_t handle);
+
+/* The system's handle behind the number, as byte locks take it; the address -1 for a
+ * bad one. */
+PLATFORM_API void* FileSystemHandle(int32_t handle);
+
+/* 0 when something of that name exists, file or directory, else -1. */
+PLATFORM_API int32_t FileStatus(const char* path);
+
+/* Deletes a file: 0, or -1. */
+PLATFORM_API int32_t FileDelete(const char* path);
+
+/* Puts the file `from` in the place of `to`, in one step for whoever looks; a file
+ * that stood there leaves its permissions to the new one. 0, or -1. */
+PLATFORM_API int32_t FileReplace(const char* from, const char* to);
+
+/* Replaces the six X at the end of `path`, in place: the last five by the low five
+ * decimal digits of the process number, the first by the first letter from a to z
+ * that gives a name under which nothing exists. Returns `path`, or null when all are
+ * taken or it does not end in six X. */
+PLATFORM_API char* UniqueName(char* path);
+
+/* A buffered stream over a handle. `mode` is one of the C library's (r, w, a, with
+ * +); a t or b in it sets the handle's mode first. Null when that is no mode or no
+ * handle. The stream owns the handle. */
+typedef struct PlatformStream PlatformStream;
+PLATFORM_API PlatformStream* StreamAttach(int32_t handle, const char* mode);
+
+/* The next line, its LF included, of at most `size` - 1 bytes, closed with a zero:
+ * the buffer, or null at the end, on an error or for a size below 1. */
+PLATFORM_API char* StreamReadLine(char* buffer, int32_t size, PlatformStream* stream);
+
+/* Writes what is buffered and closes stream and handle: 0, or -1. */
+PLATFORM_API int32_t StreamClose(PlatformStream* stream);
+
+enum { kFindReadOnly = 0x01, kFindDirectory = 0x10 };
+
+/* What a search tells of one name. Times are seconds since 1970. */
+typedef struct FindData {
+    uint32_t attributes; /* of the kFind... bits */
+    int32_t creationTime;
+    int32_t accessTime;
+    int32_t writeTime;
+    uint32_t size;  /* bytes; the largest number for a file that has more */
+    char name[260]; /* without directory, zero-terminated */
+} FindData;
+
+/* Searches a directory for names that fit the last part of `pattern`, where * stands
+ * for any bytes and ? for one, and *.* fits every name. "." and ".." are names too.
+ * The first name is stored; the result is the handle of the search, or -1 when there
+ * is none. The order is the directory's own. */
+PLATFORM_API int32_t FindFirst(const char* pattern, FindData* data);
+
+/* Stores the next name: 0, or -1 at the end. */
+PLATFORM_API int32_t FindNext(int32_t search, FindData* data);
+
+/* Ends the search: 0, or -1 for a bad handle. */
+PLATFORM_API int32_t FindClose(int32_t search);
+
+/* The current directory as a drive path of at most `size` - 1 bytes and a zero: the
+ * buffer, or null when it does not fit or lies on no drive. */
+PLATFORM_API char* CurrentDirectory(char* buffer, int32_t size);
+
+/* 0, or -1. */
+PLATFORM_API int32_t ChangeDirectory(const char* path);
+
+/* The full drive path of `path`, which need not exist, as CurrentDirectory gives its
+ * result. A separator at its end stays. */
+PLATFORM_API char* ExpandPath(char* buffer, const char* path, int32_t size);
+
+PLATFORM_END
+
+#endif

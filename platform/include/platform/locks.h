@@ -1,0 +1,28 @@
+/* Byte locks: exclusive, without waiting, on ranges of a file's positions, which may
+ * lie beyond its end.
+ *
+ * A lock belongs to the handle that took it. Two handles contend even within one
+ * process, a lock goes with its handle or its process, and children inherit none. */
+#ifndef PLATFORM_LOCKS_H
+#define PLATFORM_LOCKS_H
+
+#include "platform/base.h"
+
+enum { kErrorDeadlock = 36 };
+
+PLATFORM_BEGIN
+
+/* Locks the range that position and length tell, each in a low and a high half. 1,
+ * or 0 with the reason in errno: 13 when a handle, this one included, holds some of
+ * it, 22 when the file system has no locks, 9 for a bad handle or one not open for
+ * writing. `file` is of FileSystemHandle. */
+PLATFORM_API int32_t LockFile(void* file, uint32_t positionLow, uint32_t positionHigh,
+                              uint32_t lengthLow, uint32_t lengthHigh);
+
+/* Gives back a range that this handle holds, told just as it was taken. 1, or 0. */
+PLATFORM_API int32_t UnlockFile(void* file, uint32_t positionLow, uint32_t positionHigh,
+                                uint32_t lengthLow, uint32_t lengthHigh);
+
+PLATFORM_END
+
+#endif

@@ -1,0 +1,24 @@
+// Calls that the control panel wants to fail.
+#ifndef LINUX_FAILURES_H
+#define LINUX_FAILURES_H
+
+#include <cstdint>
+
+struct FailurePlan {
+    uint32_t callsUntilFailure;
+    uint32_t failuresLeft;
+    int32_t error;  // that errno then holds
+
+    // Counts one call, and says whether it has to fail.
+    bool MustFail() {
+        if (failuresLeft == 0) return false;
+        if (callsUntilFailure > 1) {
+            --callsUntilFailure;
+            return false;
+        }
+        --failuresLeft;
+        return true;
+    }
+};
+
+#endif

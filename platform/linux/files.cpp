@@ -1,0 +1,332 @@
+// Numbered files over descriptors. A handle is an index into a table of its own, so
+// that numbers begin at 3 whatever the process inherited, and so that text mode and
+// locks have a place to be kept. The translation of line ends is done here, without
+// a buffer: a handle's position is always the descriptor's.
+
+#include "linux/files.h"
+
+#include <fcntl.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <string>
+
+#include "linux/failures.h"
+#include "linux/paths.h"
+#include "platform/control.h"
+#include "platform/files.h"
+
+namespace {
+
+constexpr int32_t kFirstHandle = 3;
+constexpr int32_t kAccessBits = 3;
+constexpr mode_t kAnyWrite = S_IWUSR | S_IWGRP | S_IWOTH;
+constexpr mode_t kAnyRead = S_IRUSR | S_IRGRP | S_IROTH;
+constexpr int kCreateAttempts = 16;
+constexpr char kCtrlZ = 26;
+constexpr size_t kChunkSize = 4096;
+constexpr size_t kTemplateEnd = 6;
+
+FailurePlan openFailures = {};
+
+// Never destroyed, since exit handlers may still close files.
+std::vector<OpenFile>& Table() {
+    static auto* table = new std::vector<OpenFile>;
+    return *table;
+}
+
+size_t FreeIndex() {
+    std::vector<OpenFile>& table = Table();
+    const auto isFree = [](const OpenFile& file) { return file.descriptor == -1; };
+    const auto free = std::find_if(table.begin(), table.end(), isFree);
+    const auto index = static_cast<size_t>(free - table.begin());
+    if (free == table.end()) table.emplace_back();
+    return index;
+}
+
+int Refuse(int error) {
+    errno = error;
+    return -1;
+}
+
+bool Writes(int32_t flags) {
+    return (flags & kAccessBits) != kOpenReadOnly;
+}
+
+// A file that is there. The permission bits bind everybody here, the superuser too,
+// and are looked at before anything is cut.
+int OpenExisting(const char* path, int32_t flags, int hostFlags) {
+    const int descriptor = open(path, hostFlags);
+    if (descriptor == -1) return errno == EISDIR ? Refuse(EACCES) : -1;
+    struct stat status;
+    const bool usable = fstat(descriptor, &status) == 0 && !S_ISDIR(status.st_mode) &&
+                        (!Writes(flags) || (status.st_mode & kAnyWrite) != 0);
+    if (!usable) {
+        close(descriptor);
+        return Refuse(EACCES);
+    }
+    if ((flags & kOpenTruncate) != 0 && ftruncate(descriptor, 0) != 0) {
+        close(descriptor);
+        return Refuse(EACCES);
+    }
+    return descriptor;
+}
+
+// Another process may make or delete the file between two steps; a link that leads
+// nowhere would look so for ever.
+int OpenOrCreate(const char* path, int32_t flags, int hostFlags, mode_t mode) {
+    const bool creates = (flags & kOpenCreate) != 0;
+    const bool exclusive = creates && (flags & kOpenExclusive) != 0;
+    for (int attempt = 0; attempt < kCreateAttempts; ++attempt) {
+        if (!exclusive) {
+            const int descriptor = OpenExisting(path, flags, hostFlags);
+            if (descriptor != -1 || errno != ENOENT || !creates) return descriptor;
+        }
+        const int descriptor = open(path, hostFlags | O_CREAT | O_EXCL, mode);
+        if (descriptor != -1 || errno != EEXIST || exclusive) return descriptor;
+    }
+    return Refuse(EACCES);
+}
+
+int OpenOnHost(const char* path, int32_t flags, int32_t permission) {
+    if ((flags & kAccessBits) == kAccessBits) return Refuse(EINVAL);
+    char hostPath[kHostPathSize];
+    if (!HostPath(path, hostPath)) return -1;
+    const int append = (flags & kOpenAppend) != 0 ? O_APPEND : 0;
+    const int hostFlags = (flags & kAccessBits) | append | O_CLOEXEC | O_NOCTTY;
+    const mode_t mode = kAnyRead | ((permission & kPermissionWrite) != 0 ? kAnyWrite : 0);
+    return OpenOrCreate(hostPath, flags, hostFlags, mode);
+}
+
+size_t AtMostInt32(uint32_t count) {
+    return std::min(count, static_cast<uint32_t>(INT32_MAX));
+}
+
+ssize_t ReadRaw(int descriptor, void* buffer, size_t count) {
+    ssize_t got = 0;
+    do {
+        got = read(descriptor, buffer, count);
+    } while (got < 0 && errno == EINTR);
+    return got;
+}
+
+// As much as goes; -1 only when nothing did.
+ssize_t WriteRaw(int descriptor, const char* bytes, size_t count) {
+    size_t done = 0;
+    while (done < count) {
+        const ssize_t written = write(descriptor, bytes + done, count - done);
+        if (written > 0) {
+            done += static_cast<size_t>(written);
+        } else if (written == 0 || errno != EINTR) {
+            return done != 0 ? static_cast<ssize_t>(done) : -1;
+        }
+    }
+    return static_cast<ssize_t>(done);
+}
+
+// Whether the byte behind what was read is an LF, which is then taken.
+bool TakeLineFeed(int descriptor) {
+    char next = 0;
+    const off_t position = lseek(descriptor, 0, SEEK_CUR);
+    if (position < 0 || pread(descriptor, &next, 1, position) != 1 || next != '\n') return false;
+    lseek(descriptor, 1, SEEK_CUR);
+    return true;
+}
+
+ssize_t ReadText(OpenFile& file, char* buffer, size_t count) {
+    if (file.textEnded) return 0;
+    const ssize_t got = ReadRaw(file.descriptor, buffer, count);
+    if (got <= 0) return got;
+    const char* end = buffer + got;
+    char* out = buffer;
+    for (const char* in = buffer; in != end; ++in) {
+        if (*in == kCtrlZ) {
+            file.textEnded = true;
+            break;
+        }
+        const bool last = in + 1 == end;
+        if (*in != '\r') {
+            *out++ = *in;
+        } else if (last ? TakeLineFeed(file.descriptor) : in[1] == '\n') {
+            *out++ = '\n';
+            if (!last) ++in;
+        } else {
+            *out++ = '\r';
+        }
+    }
+    return out - buffer;
+}
+
+size_t SizeOnDisk(char c) {
+    return c == '\n' ? 2 : 1;
+}
+
+// Puts as much of the text as fits, with its CRs, into the chunk; returns how much.
+size_t FillChunk(const char* text, size_t count, char (&chunk)[kChunkSize], size_t& filled) {
+    size_t taken = 0;
+    filled = 0;
+    while (taken < count && filled + SizeOnDisk(text[taken]) <= kChunkSize) {
+        if (text[taken] == '\n') chunk[filled++] = '\r';
+        chunk[filled++] = text[taken++];
+    }
+    return taken;
+}
+
+// How many bytes of the text stand whole in the first `written` bytes on disk.
+size_t BytesWithin(const char* text, size_t written) {
+    size_t bytes = 0;
+    while (written != 0 && written >= SizeOnDisk(text[bytes]))
+        written -= SizeOnDisk(text[bytes++]);
+    return bytes;
+}
+
+ssize_t WriteText(int descriptor, const char* text, size_t count) {
+    char chunk[kChunkSize];
+    size_t done = 0;
+    while (done < count) {
+        size_t filled = 0;
+        const size_t taken = FillChunk(text + done, count - done, chunk, filled);
+        const ssize_t written = WriteRaw(descriptor, chunk, filled);
+        if (written < 0) return done != 0 ? static_cast<ssize_t>(done) : -1;
+        if (static_cast<size_t>(written) < filled) {
+            return static_cast<ssize_t>(done +
+                                        BytesWithin(text + done, static_cast<size_t>(written)));
+        }
+        done += taken;
+    }
+    return static_cast<ssize_t>(done);
+}
+
+int32_t PositionResult(off_t position) {
+    if (position > INT32_MAX) return Refuse(EOVERFLOW);
+    return static_cast<int32_t>(position);
+}
+
+}  // namespace
+
+OpenFile* FindFile(int32_t handle) {
+    std::vector<OpenFile>& table = Table();
+    const size_t index =
+        handle < kFirstHandle ? table.size() : static_cast<size_t>(handle - kFirstHandle);
+    if (index < table.size() && table[index].descriptor != -1) return &table[index];
+    errno = EBADF;
+    return nullptr;
+}
+
+int32_t SetHandleCount(int32_t count) {
+    rlimit limit = {};
+    if (getrlimit(RLIMIT_NOFILE, &limit) != 0) return 0;
+    const auto wanted = std::min(static_cast<rlim_t>(std::max(count, 0)), limit.rlim_max);
+    if (wanted > limit.rlim_cur) {
+        limit.rlim_cur = wanted;
+        setrlimit(RLIMIT_NOFILE, &limit);
+    }
+    return static_cast<int32_t>(std::min(limit.rlim_cur, static_cast<rlim_t>(INT32_MAX)));
+}
+
+int32_t FileOpen(const char* path, int32_t flags, int32_t sharing, int32_t permission) {
+    if (openFailures.MustFail()) return Refuse(openFailures.error);
+    if (sharing != kShareDenyNone) return Refuse(EINVAL);
+    const int descriptor = OpenOnHost(path, flags, permission);
+    if (descriptor == -1) return -1;
+    const size_t index = FreeIndex();
+    Table()[index] = {descriptor, (flags & kOpenBinary) == 0, false, {}};
+    return static_cast<int32_t>(index) + kFirstHandle;
+}
+
+int32_t FileClose(int32_t handle) {
+    OpenFile* file = FindFile(handle);
+    if (file == nullptr) return -1;
+    const int result = close(file->descriptor);
+    *file = {};
+    return result;
+}
+
+int32_t FileRead(int32_t handle, void* buffer, uint32_t count) {
+    OpenFile* file = FindFile(handle);
+    if (file == nullptr) return -1;
+    const size_t wanted = AtMostInt32(count);
+    return static_cast<int32_t>(file->text ? ReadText(*file, static_cast<char*>(buffer), wanted)
+                                           : ReadRaw(file->descriptor, buffer, wanted));
+}
+
+int32_t FileWrite(int32_t handle, const void* buffer, uint32_t count) {
+    const OpenFile* file = FindFile(handle);
+    if (file == nullptr) return -1;
+    const auto* bytes = static_cast<const char*>(buffer);
+    const size_t wanted = AtMostInt32(count);
+    return static_cast<int32_t>(file->text ? WriteText(file->descriptor, bytes, wanted)
+                                           : WriteRaw(file->descriptor, bytes, wanted));
+}
+
+int32_t FileSeek(int32_t handle, int32_t offset, int32_t origin) {
+    OpenFile* file = FindFile(handle);
+    if (file == nullptr) return -1;
+    if (origin < kSeekStart || origin > kSeekEnd) return Refuse(EINVAL);
+    file->textEnded = false;
+    return PositionResult(lseek(file->descriptor, offset, origin));
+}
+
+int32_t FileLength(int32_t handle) {
+    const OpenFile* file = FindFile(handle);
+    struct stat status;
+    if (file == nullptr || fstat(file->descriptor, &status) != 0) return -1;
+    return PositionResult(status.st_size);
+}
+
+int32_t FileChangeSize(int32_t handle, int32_t size) {
+    const OpenFile* file = FindFile(handle);
+    return file == nullptr ? -1 : ftruncate(file->descriptor, size);
+}
+
+int32_t FileCommit(int32_t handle) {
+    const OpenFile* file = FindFile(handle);
+    return file == nullptr ? -1 : fsync(file->descriptor);
+}
+
+void* FileSystemHandle(int32_t handle) {
+    const intptr_t value = FindFile(handle) == nullptr ? -1 : handle;
+    return reinterpret_cast<void*>(value);
+}
+
+int32_t FileStatus(const char* path) {
+    char hostPath[kHostPathSize];
+    struct stat status;
+    return HostPath(path, hostPath) ? stat(hostPath, &status) : -1;
+}
+
+int32_t FileDelete(const char* path) {
+    char hostPath[kHostPathSize];
+    return HostPath(path, hostPath) ? unlink(hostPath) : -1;
+}
+
+int32_t FileReplace(const char* from, const char* to) {
+    char hostFrom[kHostPathSize];
+    char hostTo[kHostPathSize];
+    struct stat status;
+    if (!HostPath(from, hostFrom) || !HostPath(to, hostTo)) return -1;
+    if (stat(hostTo, &status) == 0 && chmod(hostFrom, status.st_mode & 07777) != 0) return -1;
+    return std::rename(hostFrom, hostTo);
+}
+
+char* UniqueName(char* path) {
+    const size_t length = path == nullptr ? 0 : std::strlen(path);
+    if (length < kTemplateEnd) return nullptr;
+    char* place = path + length - kTemplateEnd;
+    if (std::strcmp(place, "XXXXXX") != 0) return nullptr;
+    const unsigned digits = static_cast<unsigned>(getpid()) % 100000;
+    for (char letter = 'a'; letter <= 'z'; ++letter) {
+        std::snprintf(place, kTemplateEnd + 1, "%c%05u", letter, digits);
+        if (FileStatus(path) != 0) return path;
+    }
+    return nullptr;
+}
+
+void ControlFailOpens(uint32_t nth, uint32_t count, int32_t error) {
+    openFailures = {nth, count, error};
+}

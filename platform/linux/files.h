@@ -1,0 +1,23 @@
+// The table of open files, for the services that work on handles.
+#ifndef LINUX_FILES_H
+#define LINUX_FILES_H
+
+#include <cstdint>
+#include <vector>
+
+struct LockedRange {
+    int64_t position;
+    int64_t length;
+};
+
+struct OpenFile {
+    int descriptor = -1;  // -1 marks a free number
+    bool text = false;
+    bool textEnded = false;          // a Ctrl-Z was read
+    std::vector<LockedRange> locks;  // that the handle holds
+};
+
+// The file behind a handle; null, with errno, when there is none.
+OpenFile* FindFile(int32_t handle);
+
+#endif

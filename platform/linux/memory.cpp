@@ -1,0 +1,108 @@
+// Memory blocks over the C heap. A block carries its asked size in a header of
+// eight bytes, since a resize must know which bytes are new and the C heap only
+// knows a rounded size. The address handed out is the one behind the header.
+
+#include "platform/memory.h"
+
+#include <malloc.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+
+#include "linux/failures.h"
+#include "platform/control.h"
+
+namespace {
+
+struct BlockHeader {
+    uint32_t size;  // as asked for
+    uint32_t unused;
+};
+static_assert(sizeof(BlockHeader) == 8, "a block's address is a multiple of 8");
+
+uint32_t blocksOut = 0;
+FailurePlan failures = {};
+
+bool FitsWithHeader(uint32_t size) {
+    return size <= UINT32_MAX - sizeof(BlockHeader);
+}
+
+BlockHeader* HeaderOf(void* block) {
+    return static_cast<BlockHeader*>(block) - 1;
+}
+
+}  // namespace
+
+void* LocalAlloc(uint32_t flags, uint32_t size) {
+    if (failures.MustFail() || !FitsWithHeader(size)) return nullptr;
+    const size_t total = sizeof(BlockHeader) + size;
+    void* raw = (flags & LMEM_ZEROINIT) != 0 ? std::calloc(1, total) : std::malloc(total);
+    if (raw == nullptr) return nullptr;
+    auto* header = static_cast<BlockHeader*>(raw);
+    header->size = size;
+    ++blocksOut;
+    return header + 1;
+}
+
+void* LocalReAlloc(void* block, uint32_t size, uint32_t flags) {
+    if (block == nullptr) return LocalAlloc(flags, size);
+    if (failures.MustFail() || !FitsWithHeader(size)) return nullptr;
+    const uint32_t oldSize = HeaderOf(block)->size;
+    auto* header =
+        static_cast<BlockHeader*>(std::realloc(HeaderOf(block), sizeof(BlockHeader) + size));
+    if (header == nullptr) return nullptr;
+    header->size = size;
+    auto* bytes = reinterpret_cast<unsigned char*>(header + 1);
+    if ((flags & LMEM_ZEROINIT) != 0 && size > oldSize) {
+        std::memset(bytes + oldSize, 0, size - oldSize);
+    }
+    return bytes;
+}
+
+void* LocalFree(void* block) {
+    if (block == nullptr) return nullptr;
+    std::free(HeaderOf(block));
+    --blocksOut;
+    return nullptr;
+}
+
+uint32_t GlobalCompact(uint32_t) {
+    malloc_trim(0);
+    std::FILE* maps = std::fopen("/proc/self/maps", "re");
+    if (maps == nullptr) return 0;
+    unsigned long largest = 0;
+    unsigned long previousEnd = 0;
+    unsigned long start = 0;
+    unsigned long end = 0;
+    while (std::fscanf(maps, "%lx-%lx%*[^\n]", &start, &end) == 2) {
+        if (start > previousEnd && start - previousEnd > largest) largest = start - previousEnd;
+        previousEnd = end;
+    }
+    std::fclose(maps);
+    return static_cast<uint32_t>(largest);
+}
+
+void* GlobalAlloc(uint32_t flags, uint32_t size) {
+    return LocalAlloc(flags, size);
+}
+
+void* GlobalLock(void* handle) {
+    return handle;
+}
+
+int32_t GlobalUnlock(void*) {
+    return 0;
+}
+
+void* GlobalFree(void* handle) {
+    return LocalFree(handle);
+}
+
+void ControlFailAllocations(uint32_t nth, uint32_t count) {
+    failures = {nth, count, 0};
+}
+
+uint32_t ControlBlocksOut() {
+    return blocksOut;
+}

@@ -1,0 +1,110 @@
+// The message box. A registered presenter answers it; otherwise the person at
+// the controlling terminal does, by typing a button's first letter; otherwise
+// the text goes to standard error and the safe answer is taken, so that an
+// unattended process never hangs in a box.
+
+#include "platform/messagebox.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+
+#include "platform/control.h"
+
+namespace {
+
+constexpr uint32_t kButtonBits = 0x0F;
+
+struct Button {
+    char letter;  // what a person types; 0 for the answer to a plain Enter
+    int32_t result;
+};
+
+struct ButtonSet {
+    const char* prompt;
+    Button buttons[2];
+    int32_t safeAnswer;
+};
+
+constexpr ButtonSet kOkSet = {"[Enter] ", {{0, IDOK}, {'o', IDOK}}, IDOK};
+constexpr ButtonSet kRetryCancelSet = {
+    "[r]etry or [c]ancel? ", {{'r', IDRETRY}, {'c', IDCANCEL}}, IDCANCEL};
+
+MessageBoxPresenter presenter = nullptr;
+void* presenterContext = nullptr;
+
+const ButtonSet& ButtonsOf(uint32_t style) {
+    return (style & kButtonBits) == MB_RETRYCANCEL ? kRetryCancelSet : kOkSet;
+}
+
+// A record's bytes may be shown here, so what would steer a terminal is masked.
+void WriteText(int descriptor, const char* text) {
+    char chunk[512];
+    size_t filled = 0;
+    for (const char* p = text; *p != '\0'; ++p) {
+        const auto byte = static_cast<unsigned char>(*p);
+        const bool shown = (byte >= 32 && byte != 127) || byte == '\n' || byte == '\t';
+        chunk[filled++] = shown ? *p : '.';
+        if (filled < sizeof chunk && p[1] != '\0') continue;
+        // Nobody is left to tell about a terminal that cannot be written.
+        if (write(descriptor, chunk, filled) < 0) return;
+        filled = 0;
+    }
+}
+
+void Show(int descriptor, const char* text, const char* caption) {
+    if (caption != nullptr && *caption != '\0') {
+        WriteText(descriptor, caption);
+        WriteText(descriptor, ": ");
+    }
+    WriteText(descriptor, text);
+    WriteText(descriptor, "\n");
+}
+
+// The first letter of the next line typed, 0 for an empty line, -1 at the end.
+int ReadAnswer(int terminal) {
+    char line[80];
+    ssize_t got = 0;
+    do {
+        got = read(terminal, line, sizeof line);
+    } while (got < 0 && errno == EINTR);
+    if (got <= 0) return -1;
+    return line[0] == '\n' ? 0 : line[0] | 0x20;
+}
+
+int32_t AskAtTerminal(int terminal, const ButtonSet& set) {
+    for (;;) {
+        WriteText(terminal, set.prompt);
+        const int answer = ReadAnswer(terminal);
+        if (answer < 0) return set.safeAnswer;
+        for (const Button& button : set.buttons) {
+            if (answer == button.letter) return button.result;
+        }
+    }
+}
+
+}  // namespace
+
+int32_t MessageBoxA(void*, const char* text, const char* caption, uint32_t style) {
+    if (text == nullptr) text = "";
+    if (presenter != nullptr) return presenter(presenterContext, text, caption, style);
+
+    const ButtonSet& set = ButtonsOf(style);
+    const int terminal = open("/dev/tty", O_RDWR | O_CLOEXEC);
+    if (terminal < 0) {
+        Show(STDERR_FILENO, text, caption);
+        return set.safeAnswer;
+    }
+    Show(terminal, text, caption);
+    const int32_t answer = AskAtTerminal(terminal, set);
+    close(terminal);
+    return answer;
+}
+
+void ControlMessageBoxes(MessageBoxPresenter newPresenter, void* context) {
+    presenter = newPresenter;
+    presenterContext = context;
+}

@@ -1,0 +1,81 @@
+// Loaded modules, over the dynamic linker. The linker's own list of loaded
+// objects tells a true handle from a stray number: dlinfo and dlclose would
+// trust whatever they are given.
+
+#include <dlfcn.h>
+#include <link.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <cstring>
+
+#include "linux/paths.h"
+#include "platform/process.h"
+
+namespace {
+
+uint32_t errorMode = 0;
+
+bool IsLoadedHandle(const void* module) {
+    const link_map* object = _r_debug.r_map;
+    while (object != nullptr && object != module)
+        object = object->l_next;
+    return object != nullptr;
+}
+
+bool ExecutablePath(char (&path)[kHostPathSize]) {
+    const ssize_t length = readlink("/proc/self/exe", path, sizeof path - 1);
+    if (length <= 0) return false;
+    path[length] = '\0';
+    return true;
+}
+
+// The linker knows the executable by an empty name.
+bool ModulePath(void* module, char (&path)[kHostPathSize]) {
+    const char* name = nullptr;
+    Dl_info info;
+    if (module == nullptr) return ExecutablePath(path);
+    if (IsLoadedHandle(module)) {
+        name = static_cast<const link_map*>(module)->l_name;
+    } else if (dladdr(module, &info) != 0) {
+        name = info.dli_fname;
+    }
+    if (name == nullptr) return false;
+    if (*name == '\0') return ExecutablePath(path);
+    return realpath(name, path) != nullptr;
+}
+
+}  // namespace
+
+uint32_t GetModuleFileNameA(void* module, char* buffer, uint32_t size) {
+    char path[kHostPathSize];
+    char drivePath[kHostPathSize];
+    if (size == 0 || !ModulePath(module, path)) return 0;
+    if (!DrivePath(path, drivePath, sizeof drivePath)) return 0;
+    const size_t length = strnlen(drivePath, size - 1);
+    std::memcpy(buffer, drivePath, length);
+    buffer[length] = '\0';
+    return static_cast<uint32_t>(length);
+}
+
+void* LoadLibraryA(const char* name) {
+    char path[kHostPathSize];
+    if (name == nullptr || *name == '\0') return nullptr;
+    const bool bare = std::strpbrk(name, "\\/:") == nullptr;
+    if (bare) return dlopen(name, RTLD_NOW);
+    return HostPath(name, path) ? dlopen(path, RTLD_NOW) : nullptr;
+}
+
+int32_t FreeLibrary(void* module) {
+    return module != nullptr && IsLoadedHandle(module) && dlclose(module) == 0 ? 1 : 0;
+}
+
+void* GetProcAddress(void* module, const char* name) {
+    return module != nullptr && IsLoadedHandle(module) ? dlsym(module, name) : nullptr;
+}
+
+uint32_t SetErrorMode(uint32_t mode) {
+    const uint32_t before = errorMode;
+    errorMode = mode;
+    return before;
+}

@@ -1,0 +1,202 @@
+// Paths in two steps: a text is first made a full drive path, by the current
+// directory and without looking at the disk, and then found under its drive's root,
+// name by name, where a name that is not there as spelled is looked for in any case.
+
+#include "linux/paths.h"
+
+#include <dirent.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "platform/files.h"
+#include "platform/text.h"
+
+namespace {
+
+constexpr std::string_view kSeparators = "\\/";
+constexpr size_t kDriveSize = 2;  // letter and colon
+
+// A full path in parts.
+struct FullPath {
+    char drive;  // upper case
+    std::vector<std::string> names;
+};
+
+bool IsSeparator(char c) {
+    return kSeparators.find(c) != std::string_view::npos;
+}
+
+char DriveOf(std::string_view path) {
+    if (path.size() < kDriveSize || path[1] != ':') return '\0';
+    const char letter = static_cast<char>(path[0] & ~0x20);
+    return letter >= 'A' && letter <= 'Z' ? letter : '\0';
+}
+
+// The host's directory of the drive's root, without a separator at its end; false for
+// a drive that has none.
+bool DriveRoot(char drive, std::string& root) {
+    char variable[] = "VRPLATFORM_DRIVE_C";
+    variable[sizeof variable - 2] = drive;
+    const char* directory = std::getenv(variable);
+    if (directory == nullptr || *directory != '/') {
+        root.clear();
+        return drive == 'C';
+    }
+    char real[PATH_MAX];
+    root = realpath(directory, real) == nullptr ? directory : real;
+    while (!root.empty() && root.back() == '/')
+        root.pop_back();
+    return true;
+}
+
+bool IsBelow(std::string_view path, std::string_view directory) {
+    return path.substr(0, directory.size()) == directory &&
+           (path.size() == directory.size() || path[directory.size()] == '/');
+}
+
+void AppendNames(std::string_view text, std::vector<std::string>& names) {
+    while (!text.empty()) {
+        const std::string_view name = text.substr(0, text.find_first_of(kSeparators));
+        text.remove_prefix(std::min(name.size() + 1, text.size()));
+        if (name.empty() || name == ".") continue;
+        if (name != "..") {
+            names.emplace_back(name);
+        } else if (!names.empty()) {
+            names.pop_back();
+        }
+    }
+}
+
+// A path lies on the drive whose root is the nearest above it.
+bool SplitHostPath(std::string_view hostPath, FullPath& full) {
+    std::string nearest;
+    full.drive = '\0';
+    for (char drive = 'A'; drive <= 'Z'; ++drive) {
+        std::string root;
+        if (!DriveRoot(drive, root) || !IsBelow(hostPath, root)) continue;
+        if (full.drive != '\0' && root.size() <= nearest.size()) continue;
+        nearest = root;
+        full.drive = drive;
+    }
+    if (full.drive == '\0') return false;
+    AppendNames(hostPath.substr(nearest.size()), full.names);
+    return true;
+}
+
+bool SplitCurrentDirectory(FullPath& full) {
+    char directory[PATH_MAX];
+    return getcwd(directory, sizeof directory) != nullptr && SplitHostPath(directory, full);
+}
+
+// Only a path that names another drive can do without the current directory.
+bool SplitPath(std::string_view path, FullPath& full) {
+    const char drive = DriveOf(path);
+    if (drive != '\0') path.remove_prefix(kDriveSize);
+    const bool fromRoot = !path.empty() && IsSeparator(path.front());
+    if (drive == '\0' || !fromRoot) {
+        if (!SplitCurrentDirectory(full)) return false;
+        if (fromRoot || (drive != '\0' && drive != full.drive)) full.names.clear();
+    }
+    if (drive != '\0') full.drive = drive;
+    AppendNames(path, full.names);
+    return true;
+}
+
+std::string Join(const FullPath& full) {
+    std::string path = {full.drive, ':', '\\'};
+    for (const std::string& name : full.names) {
+        if (path.back() != '\\') path += '\\';
+        path += name;
+    }
+    return path;
+}
+
+bool CopyOut(const std::string& text, char* buffer, size_t size) {
+    if (text.size() >= size) {
+        errno = ERANGE;
+        return false;
+    }
+    std::memcpy(buffer, text.c_str(), text.size() + 1);
+    return true;
+}
+
+bool Exists(const std::string& path) {
+    struct stat status;
+    return lstat(path.c_str(), &status) == 0;
+}
+
+// The directory's spelling of the name, when it has one that differs in case alone.
+bool FindAnyCase(const std::string& directory, std::string& name) {
+    DIR* entries = opendir(directory.empty() ? "/" : directory.c_str());
+    if (entries == nullptr) return false;
+    const dirent* entry = readdir(entries);
+    while (entry != nullptr && lstrcmpiA(entry->d_name, name.c_str()) != 0)
+        entry = readdir(entries);
+    if (entry != nullptr) name = entry->d_name;
+    closedir(entries);
+    return entry != nullptr;
+}
+
+std::string FindUnder(const std::string& root, const std::vector<std::string>& names) {
+    std::string exact = root;
+    for (const std::string& name : names)
+        exact += '/' + name;
+    if (names.empty()) return exact.empty() ? "/" : exact;
+    if (Exists(exact)) return exact;
+
+    std::string path = root;
+    bool exists = true;
+    for (std::string name : names) {
+        exists = exists && (Exists(path + '/' + name) || FindAnyCase(path, name));
+        path += '/' + name;
+    }
+    return path;
+}
+
+}  // namespace
+
+bool HostPath(const char* name, char (&path)[kHostPathSize]) {
+    FullPath full;
+    std::string root;
+    errno = ENOENT;
+    if (name == nullptr || *name == '\0' || !SplitPath(name, full)) return false;
+    if (!DriveRoot(full.drive, root)) {
+        errno = ENOENT;
+        return false;
+    }
+    if (CopyOut(FindUnder(root, full.names), path, sizeof path)) return true;
+    errno = ENAMETOOLONG;
+    return false;
+}
+
+bool DrivePath(const char* hostPath, char* path, size_t size) {
+    FullPath full;
+    return SplitHostPath(hostPath, full) && CopyOut(Join(full), path, size);
+}
+
+char* CurrentDirectory(char* buffer, int32_t size) {
+    FullPath full;
+    if (size <= 0 || !SplitCurrentDirectory(full)) return nullptr;
+    return CopyOut(Join(full), buffer, static_cast<size_t>(size)) ? buffer : nullptr;
+}
+
+int32_t ChangeDirectory(const char* path) {
+    char hostPath[kHostPathSize];
+    return HostPath(path, hostPath) ? chdir(hostPath) : -1;
+}
+
+char* ExpandPath(char* buffer, const char* path, int32_t size) {
+    FullPath full;
+    if (size <= 0 || path == nullptr || !SplitPath(path, full)) return nullptr;
+    std::string text = Join(full);
+    const size_t length = std::strlen(path);
+    if (length != 0 && IsSeparator(path[length - 1]) && text.back() != '\\') text += '\\';
+    return CopyOut(text, buffer, static_cast<size_t>(size)) ? buffer : nullptr;
+}

@@ -1,0 +1,18 @@
+// Between the platform's paths and the host's.
+#ifndef LINUX_PATHS_H
+#define LINUX_PATHS_H
+
+#include <climits>
+#include <cstddef>
+
+constexpr size_t kHostPathSize = PATH_MAX;
+
+// The host's path of the platform path `name`. False, with errno, when it is null or
+// empty, too long, or on a drive without a root.
+bool HostPath(const char* name, char (&path)[kHostPathSize]);
+
+// The drive path of an absolute host path, in `size` bytes. False when it lies on no
+// drive or does not fit.
+bool DrivePath(const char* hostPath, char* path, size_t size);
+
+#endif

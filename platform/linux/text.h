@@ -1,0 +1,11 @@
+// The one idea of letter case that the platform has.
+#ifndef LINUX_TEXT_H
+#define LINUX_TEXT_H
+
+// The byte, with the letters A to Z made a to z.
+inline int FoldCase(char c) {
+    const auto byte = static_cast<unsigned char>(c);
+    return byte >= 'A' && byte <= 'Z' ? byte + ('a' - 'A') : byte;
+}
+
+#endif

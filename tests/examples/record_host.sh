@@ -1,0 +1,87 @@
+#!/bin/sh
+# The example host on its sample records: record_host.sh HOST MAKE_RECORDS
+# What an edit must give is worked out by cut, sed and cmp on the bytes themselves.
+set -eu
+LC_ALL=C
+export LC_ALL
+host=$1
+work=$(mktemp -d)
+trap 'rm -rf "$work"' EXIT
+"$2" "$work"
+cd "$work"
+
+fail() {
+    echo "FAILED: $*"
+    exit 1
+}
+
+# expect STATUS COMMAND...: runs it with its output in the file `out`.
+expect() {
+    status=0
+    wanted=$1
+    shift
+    "$@" > out 2>&1 || status=$?
+    [ "$status" -eq "$wanted" ] || { cat out; fail "$*: exit code $status, not $wanted"; }
+}
+
+expect 0 "$host" CUSTOMER
+grep -q '^ *2,3  TN23 1AB$' out || fail "tree without 2,3"
+grep -q '^ *3,2,1  workshop$' out || fail "tree without 3,2,1"
+grep -q '^5  $' out || fail "tree without the empty attribute 5"
+
+expect 0 "$host" CUSTOMER get 3,2,1
+[ "$(cat out)" = workshop ] || fail "get 3,2,1"
+expect 0 "$host" CUSTOMER get -1,0
+expect 0 "$host" CUSTOMER replace 3,2,1 "spare parts"
+grep -q 'workshop' out && grep -q 'spare parts' out || fail "the change is not told"
+expect 0 "$host" CUSTOMER insert 2,2 Kingsnorth
+expect 0 "$host" CUSTOMER append 3 mobile
+expect 0 "$host" CUSTOMER append 3,3 "+44 7700 900123"
+expect 0 "$host" CUSTOMER insert -1 "last"
+expect 0 "$host" CUSTOMER replace 4 ""
+expect 0 "$host" --raw CUSTOMER
+cat > wanted <<'END'
+Hartwell & Sons Ltd^Unit 4, Mill Lane]Kingsnorth]Ashford]TN23 1AB^office\+44 1233 555 010]spare parts\+44 1233 555 011]mobile\+44 7700 900123^^^GBP^11204^Ask for Mrs Tilling]Deliveries before noon^last
+END
+cmp out wanted
+
+cp ORDER before
+expect 2 "$host" MISSING
+expect 2 "$host" . get 1
+expect 2 "$host" ORDER get 1,2,3,4
+expect 2 "$host" ORDER get one
+expect 2 "$host" ORDER replace 1,, x
+expect 2 "$host" ORDER append 1,1,1 x
+expect 2 "$host" ORDER replace 99999999 x
+expect 2 "$host" ORDER swap 1 x
+expect 2 "$host"
+cmp ORDER before || fail "a bad place changed the record"
+chmod 444 before
+expect 0 "$host" before replace 1 x # the folder, not the file, must be writable
+[ "$(stat -c %a before)" = 444 ] || fail "the permissions changed"
+rm -f before
+
+# The long record: attribute by attribute as lines.
+lines() {
+    tr '\376' '\n' < CATALOGUE
+    echo
+}
+for number in 1 2 25000 24999 50000; do
+    lines > old
+    expect 0 "$host" CATALOGUE replace "$number,2" "edited $number, and longer than before"
+    lines > new
+    sed "${number}s/\o375[^\o375]*/\o375edited $number, and longer than before/" old > wanted
+    cmp new wanted || fail "CATALOGUE replace $number,2"
+    expect 0 "$host" CATALOGUE get "$number,2"
+    [ "$(cat out)" = "edited $number, and longer than before" ] || fail "CATALOGUE get $number,2"
+done
+lines > old
+expect 0 "$host" CATALOGUE insert 30000 "P30000a"
+lines > new
+sed '30000i P30000a' old > wanted
+cmp new wanted || fail "CATALOGUE insert"
+expect 0 "$host" CATALOGUE append 50001,4 shelf
+expect 0 "$host" CATALOGUE get 50001,4,3
+[ "$(cat out)" = shelf ] || fail "CATALOGUE append 50001,4"
+ls | grep -q '\.[A-Za-z0-9]*$' && fail "a temporary file was left behind"
+echo "all edits are as expected"

@@ -1,0 +1,145 @@
+// Memory, message boxes, text, environment, modules and the ends of processes and
+// threads, as the platform provides them.
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <pthread.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <string>
+
+#include "platform/control.h"
+#include "platform/environment.h"
+#include "platform/memory.h"
+#include "platform/messagebox.h"
+#include "platform/process.h"
+#include "platform/text.h"
+
+namespace {
+
+TEST(Memory, AResizeZeroesEveryNewByte) {
+    auto* block = static_cast<unsigned char*>(LocalAlloc(LMEM_ZEROINIT, 3));
+    for (uint32_t size = 3; size < 3000; size = size * 2 + 1) {
+        std::fill(block, block + size, 0xEE);
+        const uint32_t larger = size * 2 + 1;
+        block =
+            static_cast<unsigned char*>(LocalReAlloc(block, larger, LMEM_MOVEABLE | LMEM_ZEROINIT));
+        EXPECT_EQ(std::count(block, block + size, 0xEE), static_cast<ptrdiff_t>(size));
+        EXPECT_EQ(std::count(block + size, block + larger, 0), static_cast<ptrdiff_t>(size + 1));
+    }
+    EXPECT_EQ(LocalFree(block), nullptr);
+    EXPECT_EQ(LocalAlloc(0, UINT32_MAX), nullptr);
+    EXPECT_EQ(ControlBlocksOut(), 0u);
+}
+
+TEST(Memory, TheControlPanelFailsTheNthAllocation) {
+    ControlFailAllocations(2, 2);
+    void* block = LocalAlloc(0, 8);
+    EXPECT_EQ(LocalAlloc(0, 8), nullptr);
+    EXPECT_EQ(LocalReAlloc(block, 80, LMEM_MOVEABLE), nullptr);
+    block = LocalReAlloc(block, 80, LMEM_MOVEABLE);
+    EXPECT_NE(block, nullptr);
+    LocalFree(block);
+}
+
+TEST(Text, FormattingStopsAt1024Bytes) {
+    char out[kFormattedTextSize + 1];
+    out[kFormattedTextSize] = '#';
+    EXPECT_EQ(wsprintfA(out, "%s", std::string(5000, 'x').c_str()), kFormattedTextSize - 1);
+    EXPECT_EQ(out[kFormattedTextSize - 1], '\0');
+    EXPECT_EQ(out[kFormattedTextSize], '#');
+    EXPECT_EQ(wsprintfA(out, "%s%c%d %X", "a", '\\', -5, 255u), 7);
+    EXPECT_STREQ(out, "a\\-5 FF");
+}
+
+TEST(Text, ComparisonsAreByteWise) {
+    EXPECT_LT(lstrcmpA("a", "b"), 0);
+    EXPECT_GT(lstrcmpA("\xFF", "a"), 0);
+    EXPECT_EQ(lstrcmpiA("aBc\xE4", "AbC\xE4"), 0);
+    EXPECT_NE(lstrcmpiA("\xE4", "\xC4"), 0);
+    EXPECT_LT(lstrcmpiA("ab", "ABC"), 0);
+    EXPECT_EQ(lstrlenA(nullptr), 0);
+}
+
+TEST(Environment, ValuesThatDoNotFitAreToldByTheirSize) {
+    char buffer[8] = "before";
+    EXPECT_EQ(SetEnvironmentVariableA("VR_TEST_VALUE", "1234567"), 1);
+    EXPECT_EQ(GetEnvironmentVariableA("VR_TEST_VALUE", buffer, 8), 7u);
+    EXPECT_STREQ(buffer, "1234567");
+    EXPECT_EQ(GetEnvironmentVariableA("VR_TEST_VALUE", buffer, 7), 8u);
+    EXPECT_EQ(SetEnvironmentVariableA("VR_TEST_VALUE", nullptr), 1);
+    EXPECT_EQ(GetEnvironmentVariableA("VR_TEST_VALUE", buffer, 8), 0u);
+    EXPECT_EQ(SetEnvironmentVariableA("", "x"), 0);
+    EXPECT_EQ(SetEnvironmentVariableA("A=B", "x"), 0);
+    SetEnvironmentVariableA("VRPLATFORM_WINDOWS_DIR", "/etc/w");
+    EXPECT_EQ(GetWindowsDirectoryA(buffer, 8), 6u);
+    EXPECT_STREQ(buffer, "/etc/w");
+}
+
+TEST(Modules, HandlesAddressesAndStrayNumbers) {
+    char name[300];
+    EXPECT_GT(GetModuleFileNameA(nullptr, name, sizeof name), 0u);
+    EXPECT_NE(std::string(name).find("platform_services"), std::string::npos);
+    EXPECT_EQ(name[1], ':');
+    const std::string whole = name;
+    EXPECT_EQ(GetModuleFileNameA(nullptr, name, 5), 4u);
+    EXPECT_EQ(name, whole.substr(0, 4));
+
+    void* address = reinterpret_cast<void*>(&LocalAlloc);
+    EXPECT_GT(GetModuleFileNameA(address, name, sizeof name), 0u);
+    void* stray = reinterpret_cast<void*>(4711);
+    EXPECT_EQ(GetModuleFileNameA(stray, name, sizeof name), 0u);
+    EXPECT_EQ(FreeLibrary(stray), 0);
+    EXPECT_EQ(GetProcAddress(stray, "LocalAlloc"), nullptr);
+    EXPECT_EQ(LoadLibraryA("no-such-library.so"), nullptr);
+
+    void* library = LoadLibraryA("libvrplatform.so");
+    ASSERT_NE(library, nullptr);
+    EXPECT_EQ(GetProcAddress(library, "LocalAlloc"), address);
+    EXPECT_EQ(GetProcAddress(library, "NoSuchName"), nullptr);
+    EXPECT_EQ(FreeLibrary(library), 1);
+}
+
+// Without a terminal the text is on standard error and the answer is the safe one.
+TEST(MessageBoxDeathTest, NobodyThereGivesTheSafeAnswer) {
+    auto unattended = [] {
+        setsid();
+        _exit(MessageBoxA(nullptr, "lost\x1B", "Title", MB_OK) * 10 +
+              MessageBoxA(nullptr, "retry", nullptr, MB_RETRYCANCEL | MB_ICONEXCLAMATION));
+    };
+    EXPECT_EXIT(unattended(), testing::ExitedWithCode(IDOK * 10 + IDCANCEL), "Title: lost\\.");
+}
+
+// A person types an unknown letter first, then the button's.
+TEST(MessageBoxDeathTest, APersonAtTheTerminalAnswers) {
+    const int master = posix_openpt(O_RDWR | O_NOCTTY);
+    ASSERT_GE(master, 0);
+    grantpt(master);
+    unlockpt(master);
+    ASSERT_EQ(write(master, "x\nR\n", 4), 4);
+    auto attended = [master] {
+        setsid();
+        const int terminal = open(ptsname(master), O_RDWR);  // becomes the controlling one
+        if (terminal < 0) _exit(99);
+        _exit(MessageBoxA(nullptr, "out of memory", "Title", MB_RETRYCANCEL));
+    };
+    EXPECT_EXIT(attended(), testing::ExitedWithCode(IDRETRY), "");
+    close(master);
+}
+
+TEST(EndDeathTest, ProcessesAndLastThreadsEndWithTheirCode) {
+    EXPECT_EXIT(ExitProcess(5), testing::ExitedWithCode(5), "");
+    EXPECT_EXIT(ExitThread(6), testing::ExitedWithCode(6), "");
+}
+
+TEST(End, AThreadEndsAloneWithItsCode) {
+    pthread_t thread = {};
+    void* result = nullptr;
+    auto body = [](void*) -> void* { ExitThread(7); };
+    ASSERT_EQ(pthread_create(&thread, nullptr, body, nullptr), 0);
+    pthread_join(thread, &result);
+    EXPECT_EQ(reinterpret_cast<uintptr_t>(result), 7u);
+}
+
+}  // namespace

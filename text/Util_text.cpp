@@ -1,0 +1,98 @@
+// Text helpers on plain bytes. Case folding knows the letters A to Z alone, so that
+// its results do not depend on a locale.
+
+#define VR_MODULE "Util"
+
+#include <algorithm>
+#include <cstring>
+
+#include "core/vrmem.h"
+#include "vr/text.h"
+
+namespace {
+
+constexpr char kCaseDistance = 'a' - 'A';
+constexpr char kHexDigits[] = "0123456789ABCDEF";
+constexpr uint8_t kLowHalf = 0x0F;
+constexpr size_t kCommandSize = 256;
+
+char commandArea[kCommandSize];
+
+uint8_t DigitValue(char digit) {
+    const auto byte = static_cast<uint8_t>(digit);
+    const auto upper = static_cast<uint8_t>(byte & ~uint8_t{kCaseDistance});
+    if (upper >= 'A' && upper <= 'F') return static_cast<uint8_t>(upper - 'A' + 10);
+    return byte & kLowHalf;
+}
+
+bool IsBlank(char c) {
+    return c == ' ' || c == '\t';
+}
+
+char* ToCommandArea(const char* text, size_t length) {
+    length = std::min(length, kCommandSize - 1);
+    std::memmove(commandArea, text, length);
+    commandArea[length] = '\0';
+    return commandArea;
+}
+
+size_t VerbLength(const char* text) {
+    return std::strcspn(text, " \t");
+}
+
+}  // namespace
+
+void ToLower(char* text) {
+    if (text == nullptr) return;
+    for (; *text != '\0'; ++text) {
+        if (*text >= 'A' && *text <= 'Z') *text = static_cast<char>(*text + kCaseDistance);
+    }
+}
+
+void ToUpper(char* text) {
+    if (text == nullptr) return;
+    for (; *text != '\0'; ++text) {
+        if (*text >= 'a' && *text <= 'z') *text = static_cast<char>(*text - kCaseDistance);
+    }
+}
+
+int32_t findchar(const char* text, unsigned char character, uint32_t occurrence) {
+    if (text == nullptr || character == 0 || occurrence == 0) return -1;
+    const char* found = std::strchr(text, character);
+    while (found != nullptr && --occurrence != 0)
+        found = std::strchr(found + 1, character);
+    return found == nullptr ? -1 : static_cast<int32_t>(found - text);
+}
+
+VrString HexString(const void* bytes, int32_t length) {
+    if (length <= 0) return vr::NullString();
+    VrString s = alloc_string(2 * static_cast<uint32_t>(length));
+    unsigned char* digit = VrStrText(s);
+    const auto* byte = static_cast<const uint8_t*>(bytes);
+    for (const uint8_t* end = byte + length; byte != end; ++byte) {
+        *digit++ = static_cast<unsigned char>(kHexDigits[*byte >> 4]);
+        *digit++ = static_cast<unsigned char>(kHexDigits[*byte & kLowHalf]);
+    }
+    return s;
+}
+
+VrString BinaryString(const char* digits, int32_t length) {
+    if (length <= 1) return vr::NullString();
+    VrString s = alloc_string(static_cast<uint32_t>(length / 2));
+    for (int32_t i = 0; i < s->length; ++i) {
+        const int high = DigitValue(digits[2 * i]) << 4;
+        VrStrText(s)[i] = static_cast<unsigned char>(high | DigitValue(digits[2 * i + 1]));
+    }
+    return s;
+}
+
+char* GetCommandVerb(const char* text) {
+    return ToCommandArea(text, VerbLength(text));
+}
+
+char* GetCommandParams(const char* text) {
+    const char* rest = text + VerbLength(text);
+    while (IsBlank(*rest))
+        ++rest;
+    return ToCommandArea(rest, std::strlen(rest));
+}

@@ -1,0 +1,32 @@
+// Comparing and classing text without regard to case or locale.
+#ifndef TEXT_UTIL_TEXT_H
+#define TEXT_UTIL_TEXT_H
+
+#include <cstddef>
+
+namespace vr {
+
+inline char Upper(char c) {
+    return c >= 'a' && c <= 'z' ? static_cast<char>(c - ('a' - 'A')) : c;
+}
+
+inline bool IsLetter(char c) {
+    return Upper(c) >= 'A' && Upper(c) <= 'Z';
+}
+
+// The white space of the standard library's C locale.
+inline bool IsSpace(char c) {
+    return c == ' ' || (c >= '\t' && c <= '\r');
+}
+
+// Whether the text begins with the prefix, case aside. Stops at the text's zero.
+inline bool BeginsWith(const char* text, const char* prefix, size_t prefixLength) {
+    for (size_t i = 0; i < prefixLength; ++i) {
+        if (Upper(text[i]) != Upper(prefix[i])) return false;
+    }
+    return true;
+}
+
+}  // namespace vr
+
+#endif
