@@ -6,6 +6,7 @@
 
 #include <malloc.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -67,17 +68,21 @@ void* LocalFree(void* block) {
     return nullptr;
 }
 
+// A line of the map begins with the range's first address and the one behind it, in
+// hexadecimal and with a hyphen between.
 uint32_t GlobalCompact(uint32_t) {
     malloc_trim(0);
     std::FILE* maps = std::fopen("/proc/self/maps", "re");
     if (maps == nullptr) return 0;
     unsigned long largest = 0;
     unsigned long previousEnd = 0;
-    unsigned long start = 0;
-    unsigned long end = 0;
-    while (std::fscanf(maps, "%lx-%lx%*[^\n]", &start, &end) == 2) {
-        if (start > previousEnd && start - previousEnd > largest) largest = start - previousEnd;
-        previousEnd = end;
+    char line[512];
+    while (std::fgets(line, sizeof line, maps) != nullptr) {
+        char* hyphen = nullptr;
+        const unsigned long start = std::strtoul(line, &hyphen, 16);
+        if (*hyphen != '-') continue;  // the rest of a long line
+        if (start > previousEnd) largest = std::max(largest, start - previousEnd);
+        previousEnd = std::strtoul(hyphen + 1, nullptr, 16);
     }
     std::fclose(maps);
     return static_cast<uint32_t>(largest);

@@ -152,10 +152,14 @@ std::string FindUnder(const std::string& root, const std::vector<std::string>& n
     if (Exists(exact)) return exact;
 
     std::string path = root;
-    bool exists = true;
+    bool found = true;
     for (std::string name : names) {
-        exists = exists && (Exists(path + '/' + name) || FindAnyCase(path, name));
-        path += '/' + name;
+        const size_t directoryLength = path.size();
+        path.append("/").append(name);
+        if (!found || Exists(path)) continue;
+        path.resize(directoryLength);
+        found = FindAnyCase(path, name);
+        path.append("/").append(name);
     }
     return path;
 }
