@@ -3,6 +3,10 @@
 
 add_library(vrbase SHARED
   config/Environ.cpp
+  config/Environ_paths.cpp
+  config/Ini.cpp
+  config/Ini_load.cpp
+  config/Ini_registry.cpp
   core/Util.cpp
   core/vrmem.cpp
   core/vrmem_callbacks.cpp
@@ -13,6 +17,12 @@ add_library(vrbase SHARED
   dynarray/Vrstr_edit.cpp
   dynarray/Vrstr_scan.cpp
   dynarray/Vrstr_walk.cpp
+  files/Dir.cpp
+  files/Files.cpp
+  files/Files_names.cpp
+  files/Nflock.cpp
+  files/Os_file.cpp
+  text/Dblog.cpp
   text/Util_text.cpp)
 
 set(export_list "${PROJECT_SOURCE_DIR}/exports/vrbase.def")

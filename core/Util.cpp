@@ -6,10 +6,11 @@
 #include <cstdarg>
 #include <cstdio>
 
-#include "config/Environ.h"
+#include "config/Ini.h"
 #include "core/vrmem.h"
 #include "platform/messagebox.h"
 #include "platform/process.h"
+#include "vr/environ.h"
 #include "vr/frame.h"
 
 namespace {
@@ -20,6 +21,7 @@ using StartRoutine = void (*)(const UtilInitRecord& record);
 
 // In this order: each may use those before it.
 constexpr StartRoutine kStartRoutines[] = {
+    vr::StartSettings,
     vr::StartMemory,
 };
 
@@ -72,8 +74,8 @@ void VrExit(int32_t code) {
     if (first) RunExitChain();
 
     const int32_t launcher = GetEnvironLauncher();
-    if (launcher == vr::kLauncherExe && code != 0) ExitProcess(static_cast<uint32_t>(code));
-    if (launcher == vr::kLauncherDll) ExitThread(static_cast<uint32_t>(code));
+    if (launcher == kVrLauncherExe && code != 0) ExitProcess(static_cast<uint32_t>(code));
+    if (launcher == kVrLauncherDll) ExitThread(static_cast<uint32_t>(code));
 }
 
 int32_t VrExitInExit() {

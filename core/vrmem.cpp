@@ -9,9 +9,9 @@
 
 #include <cstring>
 
-#include "config/Environ.h"
 #include "platform/memory.h"
 #include "platform/messagebox.h"
+#include "vr/environ.h"
 
 char* MemBuf1 = nullptr;
 char* MemBuf2 = nullptr;
@@ -28,6 +28,8 @@ constexpr uint32_t kStringOverhead = 5;  // length word and zero of a string
 constexpr uint32_t kSharedBlockSize = 10;
 constexpr uintptr_t kLowestAddress = 257;  // anything below is no block
 constexpr uint32_t kMemoryTotal = 0x100000;
+
+bool memoryIsUp = false;
 
 char** const kScratchAreas[] = {&MemBuf1, &MemBuf2, &MemBuf3, &MemBuf4, &MemBuf5};
 unsigned char** const kSharedStrings[] = {&NullVrStr, &FalseVrStr, &TrueVrStr};
@@ -99,7 +101,12 @@ void vr::StartMemory(const UtilInitRecord&) {
     FalseVrStr = NewSharedString("0");
     TrueVrStr = NewSharedString("1");
     VrExitAdd(FreeMemory);
+    memoryIsUp = true;
     StartPools();
+}
+
+bool vr::MemoryIsUp() {
+    return memoryIsUp;
 }
 
 void* _alloc_memory(uint32_t size, const char* tag, int32_t line) {

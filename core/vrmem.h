@@ -67,8 +67,9 @@ constexpr uint32_t SaturatingAdd(uint32_t a, uint32_t b) {
     return a > UINT32_MAX - b ? UINT32_MAX : a + b;
 }
 
-// The start routine.
+// The start routine, and whether it has run.
 void StartMemory(const UtilInitRecord& record);
+bool MemoryIsUp();
 
 // The pools (vrmem_pool.cpp). TakeSlot gives null when the pool for that size
 // could not be made at the start.

@@ -4,11 +4,11 @@
 // that the end of the run has. A request returns with a block and with the first
 // reserve held again, or it does not return.
 
-#include "config/Environ.h"
 #include "core/vrmem.h"
 #include "platform/memory.h"
 #include "platform/messagebox.h"
 #include "platform/process.h"
+#include "vr/environ.h"
 
 namespace {
 

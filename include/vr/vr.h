@@ -4,9 +4,13 @@
 
 #include "vr/abi.h"
 #include "vr/edit.h"
+#include "vr/environ.h"
 #include "vr/extract.h"
+#include "vr/files.h"
 #include "vr/frame.h"
+#include "vr/lock.h"
 #include "vr/memory.h"
+#include "vr/settings.h"
 #include "vr/string.h"
 #include "vr/text.h"
 #include "vr/walk.h"

@@ -41,6 +41,7 @@ TEST_F(LibraryTest, ARetryThatSucceedsReturnsTheBlock) {
 
 // Attempt, reserve, attempt, attempt: the reserve is taken once and held again.
 TEST_F(LibraryTest, TheReserveIsHeldAgainBeforeTheCallReturns) {
+    EnvironProduct();  // the boxes' title, whose blocks are not of the recovery
     const uint32_t before = ControlBlocksOut();
     boxes.answers = {IDOK, IDRETRY, IDRETRY};
     ControlFailAllocations(1, 1);

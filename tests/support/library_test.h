@@ -1,6 +1,6 @@
-// The fixture of every test that runs the library: up before the case, down after
-// it, and nothing left out. UtilInit works once in a process, so each case is a
-// process of its own; CTest runs them that way.
+// The fixtures of every test that runs the library: up in the case, down after it,
+// and nothing left out. UtilInit works once in a process, so each case is a process
+// of its own; CTest runs them that way.
 #ifndef TESTS_SUPPORT_LIBRARY_TEST_H
 #define TESTS_SUPPORT_LIBRARY_TEST_H
 
@@ -9,13 +9,19 @@
 #include "platform/control.h"
 #include "platform/messagebox.h"
 #include "tests/support/boxes.h"
+#include "tests/support/temp_directory.h"
 #include "vr/vr.h"
 
-class LibraryTest : public ::testing::Test {
+// For cases that prepare something before they start the library.
+class HostTest : public ::testing::Test {
 protected:
     void SetUp() override {
         boxes.Attach();
-        UtilInit(nullptr);
+    }
+
+    void Start(const char* iniPath = nullptr) {
+        const UtilInitRecord record = {0, 0, iniPath};
+        EXPECT_EQ(UtilInit(&record), 1);
     }
 
     void TearDown() override {
@@ -24,6 +30,28 @@ protected:
     }
 
     Boxes boxes;
+};
+
+// For cases that find it started.
+class LibraryTest : public HostTest {
+protected:
+    void SetUp() override {
+        HostTest::SetUp();
+        Start();
+    }
+};
+
+// For cases with files: started in a folder of their own.
+class FilesTest : public HostTest {
+protected:
+    void StartWithFiles(const std::string& settings = "") {
+        WriteFile("test.ini", settings);
+        Start("test.ini");
+        EXPECT_EQ(files_init(), 1);
+        EXPECT_EQ(LockInit(), 0);
+    }
+
+    TempDirectory directory;
 };
 
 #endif

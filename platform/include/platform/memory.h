@@ -9,8 +9,9 @@
 
 enum {
     LMEM_FIXED = 0,
-    LMEM_MOVEABLE = 2, /* of a resize: the block may move */
-    LMEM_ZEROINIT = 64 /* new bytes are zero */
+    LMEM_MOVEABLE = 2,  /* of a resize: the block may move */
+    LMEM_ZEROINIT = 64, /* new bytes are zero */
+    GMEM_MOVEABLE = 2   /* of GlobalAlloc: the block is reached through its handle */
 };
 
 PLATFORM_BEGIN

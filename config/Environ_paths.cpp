@@ -1,0 +1,143 @@
+// Answers that the process environment gives anew at each call: where to print, how
+// dates are written, and what a file name with variables in it stands for.
+
+#define VR_MODULE "Environ"
+
+#include <algorithm>
+#include <cstdio>
+#include <cstring>
+
+#include "core/vrmem.h"
+#include "platform/registry.h"
+#include "vr/environ.h"
+#include "vr/settings.h"
+#include "vr/text.h"
+#include "vr/walk.h"
+
+namespace {
+
+constexpr size_t kStaticTextSize = 252;
+constexpr size_t kVariableSize = 256;
+constexpr int32_t kMostExpansions = 10;
+constexpr uint32_t kCountrySize = 260;
+
+// A string that is not the allocator's has the header word of a short one all the
+// same, for whoever asks it for its capacity.
+struct StaticString {
+    uint32_t header;
+    int32_t length;
+    char text[kStaticTextSize];
+};
+
+VrString PrintFile(StaticString& s, const char* name) {
+    EnvironProduct();  // brings the identity up, as for every path that is kept
+    VrString directory = EnvironPrintPath();
+    std::snprintf(s.text, sizeof s.text, "%s%c%s",
+                  reinterpret_cast<const char*>(VrStrText(directory)), '\\', name);
+    free_mem(&directory);
+    s.length = static_cast<int32_t>(std::strlen(s.text));
+    return reinterpret_cast<VrString>(&s.length);
+}
+
+// A user without the settings of a country counts as American; a country that is not
+// told does not.
+bool UserIsAmerican() {
+    HKEY key = nullptr;
+    if (RegOpenKeyExA(HKEY_CURRENT_USER, "Control Panel\\International", 0, KEY_READ, &key) !=
+        ERROR_SUCCESS) {
+        return true;
+    }
+    unsigned char country[kCountrySize + 1] = "";
+    uint32_t size = kCountrySize;
+    const int32_t result = RegQueryValueExA(key, "iCountry", nullptr, nullptr, country, &size);
+    RegCloseKey(key);
+    return result == ERROR_SUCCESS && std::strcmp(reinterpret_cast<char*>(country), "1") == 0;
+}
+
+bool IsSeparator(char c) {
+    return c == '\\' || c == '/';
+}
+
+// The value of the variable whose name stands in `name`, less one separator at its
+// end; empty for one that is not set or too long to be a name.
+const char* ValueOf(const char* name, size_t length) {
+    char variable[kVariableSize];
+    if (length >= sizeof variable) return "";
+    std::memcpy(variable, name, length);
+    variable[length] = '\0';
+    char* value = DLLGetEnv(variable);
+    if (value == nullptr) return "";
+    const size_t valueLength = std::strlen(value);
+    if (valueLength != 0 && IsSeparator(value[valueLength - 1])) value[valueLength - 1] = '\0';
+    return value;
+}
+
+// `name` begins with a dollar sign; the result is a new string.
+VrString Expand(VrString name) {
+    const auto* text = reinterpret_cast<const char*>(VrStrText(name));
+    const char* end = text + name->length;
+    const char* variable = text + 1;
+    while (variable != end && *variable == ' ')
+        ++variable;
+    const char* rest = std::find_if(variable, end, IsSeparator);
+
+    const char* value = ValueOf(variable, static_cast<size_t>(rest - variable));
+    const size_t valueLength = std::strlen(value);
+    const auto restLength = static_cast<size_t>(end - rest);
+    VrString expanded = alloc_string(static_cast<uint32_t>(valueLength + restLength));
+    if (valueLength != 0) std::memcpy(VrStrText(expanded), value, valueLength);
+    if (restLength != 0) std::memcpy(VrStrText(expanded) + valueLength, rest, restLength);
+    return expanded;
+}
+
+}  // namespace
+
+VrString EnvironPrintPath() {
+    const char* path = DLLGetEnv("VRLPRINTPATH");
+    return StrToVrStr(path == nullptr ? "PRINT" : path);
+}
+
+VrString EnvironPrintDataPath() {
+    return EnvironPrintPath();
+}
+
+VrString EnvironPrintQueuePath() {
+    return EnvironPrintPath();
+}
+
+VrString EnvironPrintAttributesPath() {
+    static StaticString path;
+    return PrintFile(path, "PRINTCFG");
+}
+
+VrString EnvironPrintJobNumPath() {
+    static StaticString path;
+    return PrintFile(path, "NEXTJOB");
+}
+
+int32_t EnvironShowErrorCode() {
+    return 1;
+}
+
+int32_t EnvironInternationalDate() {
+    bool american = false;
+    if (char* format = DLLGetEnv("VRLDATE")) {
+        ToUpper(format);
+        american = std::strcmp(format, "AMERICAN") == 0;
+    } else {
+        american = UserIsAmerican();
+        DLLPutEnv("VRLDATE", american ? "AMERICAN" : "INTERNATIONAL");
+    }
+    return american ? 0 : 1;
+}
+
+VrString EnvironFileName(VrString name) {
+    VrString expanded = NewString(name);
+    for (int32_t i = 0; i < kMostExpansions && *VrStrText(expanded) == '$'; ++i) {
+        VrString before = expanded;
+        expanded = Expand(before);
+        free_mem(&before);
+    }
+    UtilSwapChar(expanded, '/', '\\');
+    return expanded;
+}

@@ -1,0 +1,25 @@
+// What the frame and the modules of settings know of the store.
+#ifndef CONFIG_INI_H
+#define CONFIG_INI_H
+
+#include "vr/frame.h"
+#include "vr/settings.h"
+
+namespace vr {
+
+constexpr size_t kSettingSize = 260;  // a value with its zero, from whichever layer
+
+// The start routine. It runs before the allocator is up, so it takes its memory from
+// the platform.
+void StartSettings(const UtilInitRecord& record);
+
+// The body of the section in the settings file, or null.
+const char* FindSection(const char* section);
+
+// The registry's layer.
+bool FindRegistryValue(const char* section, const char* key, char (&value)[kSettingSize]);
+void LoadRegistryEnvironment();
+
+}  // namespace vr
+
+#endif

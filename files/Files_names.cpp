@@ -1,0 +1,168 @@
+// Names on disk from free text. A mapped name is tried plain, then with its one dot,
+// then with hexadecimal numbers at its end that eat into its stem as they grow.
+
+#define VR_MODULE "Files"
+
+#include <algorithm>
+#include <cstdio>
+#include <cstring>
+
+#include "core/vrmem.h"
+#include "platform/files.h"
+#include "text/Util_text.h"
+#include "vr/files.h"
+#include "vr/settings.h"
+#include "vr/text.h"
+
+namespace {
+
+constexpr size_t kMappedSize = 12;  // characters of a whole mapped name
+constexpr size_t kStemSize = 8;
+constexpr int kExtensionSize = 3;
+constexpr size_t kNumberedStem = kStemSize - 1;
+constexpr size_t kDotPlaces = 4;  // from the end, where a dot may stay
+constexpr char kReplaced[] = "\"\x01.\\|+/:;,-[]{}*?$><= ";
+constexpr size_t kLongNameSize = 260;
+constexpr size_t kTemplateSize = 104;
+
+// A candidate under construction, in the text of the string that will be returned.
+struct Candidate {
+    char* text;             // kMappedSize characters and a zero
+    const char* extension;  // upper case, or null
+    size_t stem;            // characters in front of extension and number
+    size_t marks;           // characters of the stem that had to be touched
+};
+
+bool IsFree(const Candidate& candidate) {
+    return FileStatus(candidate.text) != 0;
+}
+
+void WriteBehindStem(const Candidate& candidate, const char* number) {
+    char* end = candidate.text + candidate.stem;
+    const size_t room = kMappedSize + 1 - candidate.stem;
+    if (candidate.extension == nullptr) {
+        std::snprintf(end, room, "%s", number);
+    } else {
+        std::snprintf(end, room, "%s.%.*s", number, kExtensionSize, candidate.extension);
+    }
+}
+
+// A lower-case letter counts as touched, since it is folded in the end.
+void WriteStem(Candidate& candidate, const char* name) {
+    for (size_t i = 0; i < candidate.stem; ++i) {
+        const bool replaced = std::strchr(kReplaced, name[i]) != nullptr;
+        const bool folded = vr::Upper(name[i]) != name[i];
+        candidate.marks += replaced || folded ? 1 : 0;
+        candidate.text[i] = replaced ? '_' : name[i];
+    }
+    WriteBehindStem(candidate, "");
+    ToUpper(candidate.text);
+}
+
+bool TryDots(const Candidate& candidate, const char* name, size_t length) {
+    const size_t places = std::min(length, kDotPlaces);
+    for (size_t i = length; i-- > length - places;) {
+        if (name[i] != '.') continue;
+        candidate.text[i] = '.';
+        if (IsFree(candidate)) return true;
+        candidate.text[i] = '_';
+    }
+    return false;
+}
+
+// Numbers start at 1, and at 0 each time that the stem has lost a character to make
+// room for one more digit.
+bool TryNumbers(Candidate& candidate) {
+    candidate.stem = std::min(candidate.stem, kNumberedStem);
+    uint64_t ceiling = uint64_t{1} << 4 * (kStemSize - candidate.stem);
+    uint64_t number = 1;
+    for (; candidate.stem != 0; ++number) {
+        if (number == ceiling) {
+            ceiling *= 16;
+            --candidate.stem;
+            number = 0;
+            if (candidate.stem == 0) break;
+        }
+        char digits[kStemSize + 1];
+        std::snprintf(digits, sizeof digits, "%X", static_cast<unsigned>(number));
+        WriteBehindStem(candidate, digits);
+        if (IsFree(candidate)) return true;
+    }
+    return false;
+}
+
+bool FindFreeName(Candidate& candidate, const char* name) {
+    const size_t length = std::strlen(name);
+    candidate.stem = std::min(length, candidate.extension == nullptr ? kMappedSize : kStemSize);
+    WriteStem(candidate, name);
+    if (length <= kStemSize && candidate.marks == 0 && IsFree(candidate)) return true;
+    const bool mayKeepDot =
+        candidate.extension == nullptr && candidate.marks == 1 && length <= kMappedSize;
+    if (mayKeepDot && TryDots(candidate, name, length)) return true;
+    return TryNumbers(candidate);
+}
+
+VrString UniqueNameFrom(char* nameTemplate, int wanted) {
+    if (wanted < 0 || static_cast<size_t>(wanted) >= kTemplateSize) return vr::NullString();
+    return StrToVrStr(UniqueName(nameTemplate));
+}
+
+}  // namespace
+
+VrString OsFileName(VrString name, char* extension) {
+    VrString result = alloc_string(kMappedSize);
+    ToUpper(extension);
+    Candidate candidate = {reinterpret_cast<char*>(VrStrText(result)), extension, 0, 0};
+    if (!FindFreeName(candidate, reinterpret_cast<const char*>(VrStrText(name)))) {
+        free_mem(&result);
+        return vr::NullString();
+    }
+    result->length = static_cast<int32_t>(std::strlen(candidate.text));
+    return result;
+}
+
+VrString OsFileLongName(VrString name, const char* extension) {
+    VrString result = alloc_string(kLongNameSize);
+    const auto* from = reinterpret_cast<const char*>(VrStrText(name));
+    auto* text = reinterpret_cast<char*>(VrStrText(result));
+    const size_t length = strnlen(from, kLongNameSize);
+    std::replace_copy(from, from + length, text, '*', '^');
+    text[length] = '\0';
+    if (extension != nullptr) {
+        const auto room = static_cast<size_t>(vr::CapacityOf(result)) + 1 - length;
+        std::snprintf(text + length, room, ".%s", extension);
+    }
+    result->length = static_cast<int32_t>(std::strlen(text));
+    return result;
+}
+
+VrString GetUniqueFileName(const char* prefix) {
+    static char nameTemplate[kTemplateSize];
+    const int wanted = std::snprintf(nameTemplate, sizeof nameTemplate, "%sXXXXXX", prefix);
+    return UniqueNameFrom(nameTemplate, wanted);
+}
+
+VrString GetUniqueTempFileName(const char* prefix) {
+    static char nameTemplate[kTemplateSize];
+    const char* directory = DLLGetEnv("VRLTEMP");
+    if (directory == nullptr) return GetUniqueFileName(prefix);
+    const int wanted =
+        std::snprintf(nameTemplate, sizeof nameTemplate, "%s%c%sXXXXXX", directory, '\\', prefix);
+    return UniqueNameFrom(nameTemplate, wanted);
+}
+
+VrString ExtractBaseName(VrString line, char* prefix) {
+    const size_t prefixLength = prefix == nullptr ? 0 : std::strlen(prefix);
+    if (prefixLength == 0) return nullptr;
+    ToUpper(prefix);
+    const auto* text = reinterpret_cast<const char*>(VrStrText(line));
+    const char* end = text + line->length;
+    const bool fits = prefixLength <= static_cast<size_t>(line->length);
+    if (!fits || !vr::BeginsWith(text, prefix, prefixLength)) return nullptr;
+
+    const char* rest = std::find_if_not(text + prefixLength, end, vr::IsSpace);
+    if (rest == end) return nullptr;
+    VrString base = alloc_string(static_cast<uint32_t>(end - rest));
+    std::memcpy(VrStrText(base), rest, static_cast<size_t>(end - rest));
+    return base;
+}

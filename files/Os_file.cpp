@@ -1,0 +1,163 @@
+// The handle pool. An entry is free (no name), open without users, pinned, or parked:
+// its handle closed to make room, its name and flags kept for reopening. Stamps from
+// one counter tell which idle entry was used longest ago.
+
+#define VR_MODULE "Os_file"
+
+#include "files/Os_file.h"
+
+#include "platform/files.h"
+#include "text/Dblog.h"
+#include "vr/files.h"
+#include "vr/frame.h"
+#include "vr/memory.h"
+#include "vr/string.h"
+
+namespace {
+
+constexpr int32_t kEntriesPerStep = 20;
+constexpr int32_t kNoHandle = -1;
+
+struct OsPoolEntry {
+    char* name;  // null marks a free entry
+    int32_t users;
+    int32_t reopenFlags;  // those of the open, without creating and cutting
+    int32_t handle;       // kNoHandle while parked
+    uint32_t stamp;       // of the open or the last release
+};
+
+OsPoolEntry* entries = nullptr;
+int32_t capacity = 0;
+uint32_t stampCounter = 0;
+
+uint32_t NextStamp() {
+    return ++stampCounter;
+}
+
+OsPoolEntry* Find(vr::OsPoolHandle pooled) {
+    if (pooled < 1 || pooled > capacity) return nullptr;
+    OsPoolEntry* entry = &entries[pooled - 1];
+    return entry->name == nullptr ? nullptr : entry;
+}
+
+void Grow() {
+    const auto size =
+        static_cast<uint32_t>(capacity + kEntriesPerStep) * static_cast<uint32_t>(sizeof *entries);
+    entries =
+        static_cast<OsPoolEntry*>(capacity == 0 ? alloc_memory(size) : realloc_mem(entries, size));
+    capacity += kEntriesPerStep;
+}
+
+// New entries are zero, and so free.
+int32_t FreeIndex() {
+    for (int32_t i = 0; i < capacity; ++i) {
+        if (entries[i].name == nullptr) return i;
+    }
+    Grow();
+    return capacity - kEntriesPerStep;
+}
+
+// How long ago an idle entry was used; 0 for one that cannot be parked.
+int32_t IdleTime(const OsPoolEntry& entry) {
+    if (entry.name == nullptr || entry.users != 0 || entry.handle == kNoHandle) return 0;
+    return static_cast<int32_t>(stampCounter - entry.stamp);
+}
+
+OsPoolEntry* LongestIdle() {
+    OsPoolEntry* longest = nullptr;
+    int32_t longestTime = 0;
+    for (int32_t i = 0; i < capacity; ++i) {
+        const int32_t time = IdleTime(entries[i]);
+        if (time > longestTime) {
+            longest = &entries[i];
+            longestTime = time;
+        }
+    }
+    return longest;
+}
+
+void OsPoolMemCallback(VrWord, VrWord) {
+    vr::OsPoolReclaim(1, nullptr);
+}
+
+// The names and handles of files still pooled are left to the process's end: the lock
+// manager, whose they are, went before.
+void FreeTable() {
+    free_mem(&entries);
+    capacity = 0;
+}
+
+}  // namespace
+
+void vr::StartPool() {
+    Grow();
+    MemAddCallback(kVrTooManyOpenFiles, OsPoolMemCallback, 0);
+    VrExitAdd(FreeTable);
+}
+
+// An open may run callbacks of a host, which may make the table move.
+int32_t vr::OsPoolOpen(const char* path, int32_t flags, int32_t permission, OsPoolHandle* pooled) {
+    const int32_t index = FreeIndex();
+    int32_t handle = kNoHandle;
+    const int32_t result = OsOpen(path, flags, permission, &handle);
+    if (result != 0) return result;
+    const int32_t reopenFlags = flags & ~(kOpenCreate | kOpenTruncate);
+    char* name = dup_str(path);
+    entries[index] = {name, 0, reopenFlags, handle, NextStamp()};
+    *pooled = index + 1;
+    return 0;
+}
+
+int32_t vr::OsPoolAcquire(OsPoolHandle pooled, int32_t* handle) {
+    OsPoolEntry* entry = Find(pooled);
+    if (entry == nullptr) return -1;
+    if (entry->handle == kNoHandle) {
+        int32_t reopened = kNoHandle;
+        const int32_t result = OsOpen(entry->name, entry->reopenFlags, 0, &reopened);
+        if (result != 0) return result;
+        entry = &entries[pooled - 1];
+        entry->handle = reopened;
+    }
+    ++entry->users;
+    *handle = entry->handle;
+    return 0;
+}
+
+int32_t vr::OsPoolRelease(OsPoolHandle pooled) {
+    OsPoolEntry* entry = Find(pooled);
+    if (entry == nullptr) return -1;
+    if (entry->users == 0) return -2;
+    --entry->users;
+    entry->stamp = NextStamp();
+    return 0;
+}
+
+int32_t vr::OsPoolName(OsPoolHandle pooled, const char** name) {
+    const OsPoolEntry* entry = Find(pooled);
+    if (entry == nullptr) return -1;
+    *name = entry->name;
+    return 0;
+}
+
+int32_t vr::OsPoolClose(OsPoolHandle pooled) {
+    OsPoolEntry* entry = Find(pooled);
+    if (entry == nullptr) return -1;
+    if (entry->handle != kNoHandle) {
+        OsClose(entry->handle);
+        VrdbLogOutInt("@@@DOS Close Handle:", entry->handle);
+    }
+    free_mem(&entry->name);
+    return 0;
+}
+
+void vr::OsPoolReclaim(int32_t count, int32_t* closed) {
+    int32_t done = 0;
+    while (done < count) {
+        OsPoolEntry* entry = LongestIdle();
+        if (entry == nullptr) break;
+        OsClose(entry->handle);
+        entry->handle = kNoHandle;
+        ++done;
+    }
+    if (closed != nullptr) *closed = done;
+}

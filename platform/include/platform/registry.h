@@ -1,0 +1,110 @@
+/* The registry, read-only: keys that hold named values.
+ *
+ * Its contents are the text export of a registry editor, in the file that the
+ * environment variable VRPLATFORM_REGISTRY names by a platform path. The file is
+ * read at each opening of a key, so a change is seen by the next one; a key that is
+ * open keeps what it read. Without the variable, without a readable file, with one
+ * of more than 64 MB or one that does not begin with a line named here, no key
+ * exists.
+ *
+ *     REGEDIT4                                bytes, handed out as they stand
+ *     Windows Registry Editor Version 5.00    UTF-16LE with its mark, or UTF-8
+ *
+ *     [HKEY_LOCAL_MACHINE\Software\Maker]     a key: what follows are its values
+ *     @="text"                                the default value, whose name is empty
+ *     "name"="C:\\x \"y\""                    text, on one line
+ *     "name"=dword:0000000a                   a number: 4 bytes, low byte first
+ *     "name"=hex:01,02,\                      bytes; a line that begins with a hex
+ *       03                                    digit goes on after the backslash
+ *     "name"=hex(2):61,00,00,00               bytes of the type in the brackets
+ *     "name"=-                                no such value any more
+ *     [-HKEY_LOCAL_MACHINE\Software\Maker]    no such key any more, nor one beneath
+ *     ; comment                               also behind a value
+ *
+ * Roots stand under their long names. A key that occurs twice has the values of
+ * both places, the later one of a name counting; it keeps the first one's place in
+ * the order. A key exists with each key beneath it. A backslash in a quoted text
+ * that no backslash or quote follows stands for itself. A line that is none of the
+ * above is passed over; values behind a damaged key line belong to no key.
+ *
+ * Text is handed out as Latin-1: what lies beyond reads as a question mark. In
+ * version 5.00 that goes for the types REG_SZ, REG_EXPAND_SZ and REG_MULTI_SZ in hex
+ * too, which hold UTF-16 there; a byte that is no UTF-8 stands as it is. Data of
+ * REG_SZ and REG_EXPAND_SZ always ends with a zero, which counts in its size.
+ *
+ * Names of keys and values compare without regard to case, the letters A to Z alone.
+ * Callers keep to one thread. */
+#ifndef PLATFORM_REGISTRY_H
+#define PLATFORM_REGISTRY_H
+
+#include "platform/base.h"
+
+/* A root, or the number of a key that was opened. */
+typedef struct RegistryKeyHandle* HKEY;
+
+#define HKEY_CURRENT_USER ((HKEY)(uintptr_t)0x80000001u)
+#define HKEY_LOCAL_MACHINE ((HKEY)(uintptr_t)0x80000002u)
+
+enum { KEY_READ = 0x20019 };
+
+/* Types of values; a hex(N) line may give any other number. */
+enum {
+    REG_SZ = 1,        /* text */
+    REG_EXPAND_SZ = 2, /* text with variables in it, which are not expanded here */
+    REG_BINARY = 3,
+    REG_DWORD = 4,
+    REG_MULTI_SZ = 7 /* texts, each with its zero, and a zero behind the last */
+};
+
+/* Results. */
+enum {
+    ERROR_SUCCESS = 0,
+    ERROR_FILE_NOT_FOUND = 2, /* no such key or value */
+    ERROR_INVALID_HANDLE = 6, /* not a key that is open */
+    ERROR_INVALID_PARAMETER = 87,
+    ERROR_MORE_DATA = 234, /* a buffer is too small */
+    ERROR_NO_MORE_ITEMS = 259
+};
+
+PLATFORM_BEGIN
+
+/* Opens the key of that path beneath `root`, which is a root or an open key; a null
+ * or empty path opens that key itself. One backslash at the path's end is passed
+ * over, an empty part in its middle is a name like any other. `options` and `access`
+ * are ignored: every key can be read and none written.
+ *
+ * ERROR_SUCCESS and the key in *key, which the caller gives back with RegCloseKey;
+ * otherwise ERROR_FILE_NOT_FOUND, ERROR_INVALID_HANDLE for a bad `root` or
+ * ERROR_INVALID_PARAMETER for a null `key`, and null in *key. */
+PLATFORM_API int32_t RegOpenKeyExA(HKEY root, const char* path, uint32_t options, uint32_t access,
+                                   HKEY* key);
+
+/* Reads the value of that name; null is the default value. `reserved` is ignored,
+ * `type` may be null. *size is the size of `data` on entry and the value's on return,
+ * also when ERROR_MORE_DATA tells that it does not fit and nothing was stored. With
+ * null `data` only the size and type are told, and `size` may be null too.
+ *
+ * ERROR_FILE_NOT_FOUND, ERROR_INVALID_HANDLE, and ERROR_INVALID_PARAMETER for data
+ * without a size leave everything as it was. */
+PLATFORM_API int32_t RegQueryValueExA(HKEY key, const char* name, uint32_t* reserved,
+                                      uint32_t* type, unsigned char* data, uint32_t* size);
+
+/* Reads value number `index`, from 0 in the order of the file. *nameSize is the size
+ * of `name` on entry, the zero counted, and the name's length without it on return.
+ * Type, data and size are as of RegQueryValueExA, and `dataSize` may be null with
+ * null `data`. ERROR_MORE_DATA when the name or the data does not fit: the sizes and
+ * the type are told, and neither buffer is written.
+ *
+ * ERROR_NO_MORE_ITEMS behind the last value, ERROR_INVALID_HANDLE, and
+ * ERROR_INVALID_PARAMETER for a null `name` or `nameSize` or for data without a size
+ * leave everything as it was. */
+PLATFORM_API int32_t RegEnumValueA(HKEY key, uint32_t index, char* name, uint32_t* nameSize,
+                                   uint32_t* reserved, uint32_t* type, unsigned char* data,
+                                   uint32_t* dataSize);
+
+/* Gives an open key back. ERROR_INVALID_HANDLE when it is not open, as a root is not. */
+PLATFORM_API int32_t RegCloseKey(HKEY key);
+
+PLATFORM_END
+
+#endif

@@ -1,0 +1,124 @@
+// The registry's open keys. A key takes its values out of the export file when it is
+// opened and shares nothing with it afterwards, so that a file that changes or goes
+// away cannot disturb a reader. Handles are numbers that are not given out again
+// soon: one that was closed stays a bad handle.
+
+#include "platform/registry.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <cstring>
+#include <map>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "linux/registry_text.h"
+
+namespace {
+
+constexpr uintptr_t kHighestHandle = 0x7FFFFFFF;  // the roots lie above
+
+struct OpenKey {
+    std::string path;  // from the root's name on
+    std::vector<RegistryValue> values;
+};
+
+std::map<uintptr_t, OpenKey> openKeys;
+uintptr_t lastHandle = 0;
+
+const OpenKey* FindOpenKey(HKEY key) {
+    const auto entry = openKeys.find(reinterpret_cast<uintptr_t>(key));
+    return entry == openKeys.end() ? nullptr : &entry->second;
+}
+
+HKEY AddOpenKey(OpenKey key) {
+    do {
+        lastHandle = lastHandle % kHighestHandle + 1;
+    } while (openKeys.contains(lastHandle));
+    openKeys.emplace(lastHandle, std::move(key));
+    return reinterpret_cast<HKEY>(lastHandle);
+}
+
+// Empty when there is no such key.
+std::string PathOf(HKEY root) {
+    if (root == HKEY_LOCAL_MACHINE) return "HKEY_LOCAL_MACHINE";
+    if (root == HKEY_CURRENT_USER) return "HKEY_CURRENT_USER";
+    const OpenKey* key = FindOpenKey(root);
+    return key == nullptr ? "" : key->path;
+}
+
+bool LoadKey(OpenKey& key) {
+    const char* file = std::getenv("VRPLATFORM_REGISTRY");
+    std::string text;
+    return file != nullptr && ReadTextFile(file, text) &&
+           ReadRegistryKey(std::move(text), key.path, key.values);
+}
+
+const RegistryValue* FindValue(const OpenKey& key, const char* name) {
+    const auto value =
+        std::find_if(key.values.begin(), key.values.end(),
+                     [name](const RegistryValue& each) { return SameName(each.name, name); });
+    return value == key.values.end() ? nullptr : &*value;
+}
+
+// Tells the type and the size, and whether the data fits.
+bool Describe(const RegistryValue& value, uint32_t* type, const unsigned char* data,
+              uint32_t* size) {
+    const auto wanted = static_cast<uint32_t>(value.data.size());
+    const bool fits = data == nullptr || wanted <= *size;
+    if (type != nullptr) *type = value.type;
+    if (size != nullptr) *size = wanted;
+    return fits;
+}
+
+void CopyData(const RegistryValue& value, unsigned char* data) {
+    if (data != nullptr) std::copy(value.data.begin(), value.data.end(), data);
+}
+
+}  // namespace
+
+int32_t RegOpenKeyExA(HKEY root, const char* path, uint32_t, uint32_t, HKEY* key) {
+    if (key == nullptr) return ERROR_INVALID_PARAMETER;
+    *key = nullptr;
+    OpenKey opened = {PathOf(root), {}};
+    if (opened.path.empty()) return ERROR_INVALID_HANDLE;
+    if (path != nullptr && *path != '\0') opened.path.append("\\").append(path);
+    if (opened.path.ends_with('\\')) opened.path.pop_back();
+    if (!LoadKey(opened)) return ERROR_FILE_NOT_FOUND;
+    *key = AddOpenKey(std::move(opened));
+    return ERROR_SUCCESS;
+}
+
+int32_t RegQueryValueExA(HKEY key, const char* name, uint32_t*, uint32_t* type, unsigned char* data,
+                         uint32_t* size) {
+    const OpenKey* opened = FindOpenKey(key);
+    if (opened == nullptr) return ERROR_INVALID_HANDLE;
+    if (data != nullptr && size == nullptr) return ERROR_INVALID_PARAMETER;
+    const RegistryValue* value = FindValue(*opened, name == nullptr ? "" : name);
+    if (value == nullptr) return ERROR_FILE_NOT_FOUND;
+    if (!Describe(*value, type, data, size)) return ERROR_MORE_DATA;
+    CopyData(*value, data);
+    return ERROR_SUCCESS;
+}
+
+int32_t RegEnumValueA(HKEY key, uint32_t index, char* name, uint32_t* nameSize, uint32_t*,
+                      uint32_t* type, unsigned char* data, uint32_t* dataSize) {
+    const OpenKey* opened = FindOpenKey(key);
+    if (opened == nullptr) return ERROR_INVALID_HANDLE;
+    if (name == nullptr || nameSize == nullptr) return ERROR_INVALID_PARAMETER;
+    if (data != nullptr && dataSize == nullptr) return ERROR_INVALID_PARAMETER;
+    if (index >= opened->values.size()) return ERROR_NO_MORE_ITEMS;
+    const RegistryValue& value = opened->values[index];
+    const bool nameFits = value.name.size() < *nameSize;
+    *nameSize = static_cast<uint32_t>(value.name.size());
+    if (!Describe(value, type, data, dataSize) || !nameFits) return ERROR_MORE_DATA;
+    std::memcpy(name, value.name.c_str(), value.name.size() + 1);
+    CopyData(value, data);
+    return ERROR_SUCCESS;
+}
+
+int32_t RegCloseKey(HKEY key) {
+    const bool wasOpen = openKeys.erase(reinterpret_cast<uintptr_t>(key)) != 0;
+    return wasOpen ? ERROR_SUCCESS : ERROR_INVALID_HANDLE;
+}
