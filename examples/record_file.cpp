@@ -7,6 +7,7 @@
 #include <string>
 
 #include "platform/files.h"
+#include "vr/files.h"
 #include "vr/memory.h"
 
 namespace {
@@ -20,7 +21,7 @@ void Complain(const char* path, const char* what) {
 }
 
 bool WriteWhole(int32_t handle, VrString record) {
-    return FileWrite(handle, VrStrText(record), static_cast<uint32_t>(record->length)) ==
+    return OsWrite(handle, VrStrText(record), static_cast<uint32_t>(record->length)) ==
                record->length &&
            FileCommit(handle) == 0;
 }
@@ -28,20 +29,20 @@ bool WriteWhole(int32_t handle, VrString record) {
 }  // namespace
 
 VrString ReadRecord(const char* path) {
-    const int32_t handle = FileOpen(path, kReadFlags, kShareDenyNone, 0);
-    if (handle == -1) {
+    int32_t handle = -1;
+    if (OsOpen(path, kReadFlags, 0, &handle) != 0) {
         Complain(path, "no such record, or it cannot be read");
         return nullptr;
     }
-    const int32_t length = FileLength(handle);
+    const int32_t length = OsFileLength(handle);
     if (length < 0 || length > kLongestRecord) {
-        FileClose(handle);
+        OsClose(handle);
         Complain(path, "too long for a record");
         return nullptr;
     }
     VrString record = alloc_string(static_cast<uint32_t>(length));
-    const int32_t got = FileRead(handle, VrStrText(record), static_cast<uint32_t>(length));
-    FileClose(handle);
+    const int32_t got = OsRead(handle, VrStrText(record), static_cast<uint32_t>(length));
+    OsClose(handle);
     if (got != length) {
         free_mem(&record);
         Complain(path, "cannot be read");
@@ -56,14 +57,13 @@ bool WriteRecord(const char* path, VrString record) {
         Complain(path, "no free name for the new record");
         return false;
     }
-    const int32_t handle =
-        FileOpen(newName.c_str(), kWriteFlags, kShareDenyNone, kReadWritePermission);
-    if (handle == -1) {
+    int32_t handle = -1;
+    if (OsOpen(newName.c_str(), kWriteFlags, kReadWritePermission, &handle) != 0) {
         Complain(newName.c_str(), "cannot be written");
         return false;
     }
     const bool written = WriteWhole(handle, record);
-    FileClose(handle);
+    OsClose(handle);
     if (written && FileReplace(newName.c_str(), path) == 0) return true;
     FileDelete(newName.c_str());
     Complain(path, "cannot be written; the old record stands");

@@ -1,87 +1,38 @@
-// A host that reads a stored record, shows it, changes one element and writes it
-// back. Everything it knows of records it asks the library for: the tree is a walk
-// by cursor, `get` is an extract by number, the changes are one edit by position.
+// A host that reads a stored record, shows it, changes one element under a lock and
+// writes it back. Everything it knows of records it asks the library for: the tree is
+// a walk by cursor, `get` is an extract by number, the changes are one edit by
+// position.
 
+#include <chrono>
 #include <cstdio>
-#include <cstdlib>
 #include <cstring>
-#include <string>
-#include <vector>
+#include <thread>
 
+#include "record_arguments.h"
 #include "record_file.h"
+#include "record_lock.h"
 #include "record_tree.h"
 #include "vr/vr.h"
 
 namespace {
 
-constexpr int kExitOk = 0;
-constexpr int kExitBadRequest = 2;
-constexpr long kFarthestNumber = 1'000'000;
-
-constexpr char kUsage[] =
-    "usage: record_host [--raw] FILE                       show the record as a tree\n"
-    "       record_host [--raw] FILE get PLACE             show one element\n"
-    "       record_host [--raw] FILE replace PLACE TEXT    put TEXT in its place\n"
-    "       record_host [--raw] FILE insert PLACE TEXT     put TEXT in front of it\n"
-    "       record_host [--raw] FILE append [PLACE] TEXT   put TEXT behind the last one in it\n"
-    "PLACE is attribute[,value[,subvalue]], counted from 1. In a change, 0 leaves a level out\n"
-    "and a negative number is behind its last element; in get both mean the first.\n"
-    "--raw shows text on one line, with the marks as ^ ] \\. Words behind -- are no options.\n";
-
-struct Arguments {
-    bool raw = false;
-    std::vector<const char*> words;  // FILE, command, PLACE, TEXT
+struct Job {
+    const Arguments& arguments;
+    const char* path;
+    VrString record;
 };
 
-Arguments ParseArguments(int argc, char** argv) {
-    Arguments arguments;
-    bool options = true;
-    for (int i = 1; i < argc; ++i) {
-        if (options && std::strcmp(argv[i], "--") == 0) {
-            options = false;
-        } else if (options && std::strcmp(argv[i], "--raw") == 0) {
-            arguments.raw = true;
-        } else {
-            arguments.words.push_back(argv[i]);
-        }
-    }
-    return arguments;
+const char* VerbOf(const Arguments& arguments) {
+    return arguments.words.size() == 1 ? "show" : arguments.words[1];
 }
 
-int Usage() {
-    std::fputs(kUsage, stderr);
-    return kExitBadRequest;
+bool IsCommand(const Arguments& arguments, const char* verb, size_t words) {
+    return arguments.words.size() == words && std::strcmp(VerbOf(arguments), verb) == 0;
 }
 
-int BadPlace(const char* place) {
-    std::fprintf(stderr,
-                 "record_host: %s: a place is up to three numbers from -%ld to %ld, as in 3,2,1\n",
-                 place, kFarthestNumber, kFarthestNumber);
-    return kExitBadRequest;
-}
-
-// Fills in up to `levels` numbers; false if the text is anything else. Returns how
-// many there were in `given`.
-bool ParsePlace(const char* text, UtilPosition& position, int& given) {
-    int32_t* const numbers[] = {&position.attribute, &position.value, &position.subvalue};
-    for (given = 0; given < 3;) {
-        char* end = nullptr;
-        const long number = std::strtol(text, &end, 10);
-        if (end == text || std::labs(number) > kFarthestNumber) return false;
-        *numbers[given++] = static_cast<int32_t>(number);
-        if (*end == '\0') return true;
-        if (*end != ',') return false;
-        text = end + 1;
-    }
-    return false;
-}
-
-// An append goes behind the last element of the level below the place.
-bool DescendToEnd(UtilPosition& position, int given) {
-    int32_t* const numbers[] = {&position.attribute, &position.value, &position.subvalue};
-    if (given == 3) return false;
-    *numbers[given] = -1;
-    return true;
+bool IsChange(const Arguments& arguments) {
+    return IsCommand(arguments, "append", 3) || IsCommand(arguments, "append", 4) ||
+           IsCommand(arguments, "replace", 4) || IsCommand(arguments, "insert", 4);
 }
 
 // How long the record can get: each number above 0 may add that many marks.
@@ -116,91 +67,118 @@ void PrintChange(const char* verb, const UtilPosition& position, VrString old, V
     PrintLine(element, true);
 }
 
-int Show(const Arguments& arguments, VrString record) {
-    if (arguments.raw) {
-        PrintLine(record, true);
+int Show(const Job& job) {
+    if (job.arguments.raw) {
+        PrintLine(job.record, true);
     } else {
-        PrintTree(record);
+        PrintTree(job.record);
     }
     return kExitOk;
 }
 
-int Get(const Arguments& arguments, VrString record) {
+int Get(const Job& job) {
     UtilPosition position = {};
-    int given = 0;
-    if (!ParsePlace(arguments.words[2], position, given)) return BadPlace(arguments.words[2]);
-    VrString element = extract_field(position.attribute, position.value, position.subvalue, record);
-    PrintLine(element, arguments.raw);
+    if (ParsePlace(job.arguments.words[2], position) == 0) return kExitBadRequest;
+    VrString element =
+        extract_field(position.attribute, position.value, position.subvalue, job.record);
+    PrintLine(element, job.arguments.raw);
     free_mem(&element);
     return kExitOk;
 }
 
-// Edits `record`, which becomes the new array, and stores it.
-int Store(const Arguments& arguments, UtilPosition position, VrString& record, VrString element) {
-    const char* verb = arguments.words[1];
-    VrString old = NewString(record);
+// Edits the record, which becomes the new array, and stores it.
+int Store(Job& job, UtilPosition position, VrString element) {
+    const char* verb = VerbOf(job.arguments);
+    VrString old = NewString(job.record);
     VrString edited =
-        UtilInsertReplace(&position, record, element, std::strcmp(verb, "replace") == 0);
-    if (edited != record) {
-        free_mem(&record);
-        record = edited;
+        UtilInsertReplace(&position, job.record, element, std::strcmp(verb, "replace") == 0);
+    if (edited != job.record) {
+        free_mem(&job.record);
+        job.record = edited;
     }
-    const bool stored = WriteRecord(arguments.words[0], record);
+    const bool stored = WriteRecord(job.path, job.record);
     if (stored) {
         PrintChange(verb, position, old, element);
-        std::printf("  record of %d bytes, was %d\n", record->length, old->length);
-        if (arguments.raw) PrintLine(record, true);
+        std::printf("  record of %d bytes, was %d\n", job.record->length, old->length);
+        if (job.arguments.raw) PrintLine(job.record, true);
     }
     free_mem(&old);
     return stored ? kExitOk : kExitBadRequest;
 }
 
-int Change(const Arguments& arguments, const UtilPosition& position, VrString& record) {
-    VrString element = StrToVrStr(arguments.words.back());
+// An append without a place is one of a whole attribute.
+bool ParseChangePlace(const Arguments& arguments, UtilPosition& position) {
+    const char* place = arguments.words[2];
+    if (IsCommand(arguments, "append", 4)) return ParseAppendPlace(place, position) != 0;
+    if (arguments.words.size() == 4) return ParsePlace(place, position) != 0;
+    position.attribute = -1;
+    return true;
+}
+
+int Change(Job& job) {
+    UtilPosition position = {};
+    if (!ParseChangePlace(job.arguments, position)) return kExitBadRequest;
+    VrString element = StrToVrStr(job.arguments.words.back());
     int result = kExitBadRequest;
-    if (GrowsTooLong(position, record, element)) {
+    if (GrowsTooLong(position, job.record, element)) {
         std::fprintf(stderr, "record_host: the record would grow too long\n");
     } else {
-        result = Store(arguments, position, record, element);
+        result = Store(job, position, element);
     }
     free_mem(&element);
     return result;
 }
 
-bool IsCommand(const Arguments& arguments, const char* name, size_t words) {
-    return arguments.words.size() == words && std::strcmp(arguments.words[1], name) == 0;
+int Work(const Arguments& arguments, const char* path) {
+    Job job = {arguments, path, ReadRecord(path)};
+    if (job.record == nullptr) return kExitBadRequest;
+    int result = kExitBadRequest;
+    if (IsChange(arguments)) {
+        result = Change(job);
+    } else {
+        result = arguments.words.size() == 1 ? Show(job) : Get(job);
+    }
+    free_mem(&job.record);
+    return result;
 }
 
-int Run(const Arguments& arguments, VrString& record) {
-    UtilPosition position = {};
-    int given = 0;
-    if (arguments.words.size() == 1) return Show(arguments, record);
-    if (IsCommand(arguments, "get", 3)) return Get(arguments, record);
-    if (IsCommand(arguments, "append", 3)) {
-        position.attribute = -1;
-        return Change(arguments, position, record);
+int WorkUnderLock(const Arguments& arguments, VrString path) {
+    RecordLock lock = {};
+    int result = LockRecord(path, arguments.key, arguments.wait, lock);
+    if (result != kExitOk) return result;
+    result = Work(arguments, reinterpret_cast<const char*>(VrStrText(path)));
+    if (arguments.holdSeconds != 0) {
+        std::printf("holding the key for %ld s\n", arguments.holdSeconds);
+        std::fflush(stdout);
+        std::this_thread::sleep_for(std::chrono::seconds(arguments.holdSeconds));
     }
-    const bool append = IsCommand(arguments, "append", 4);
-    if (!append && !IsCommand(arguments, "replace", 4) && !IsCommand(arguments, "insert", 4)) {
-        return Usage();
-    }
-    const char* place = arguments.words[2];
-    if (!ParsePlace(place, position, given)) return BadPlace(place);
-    if (append && !DescendToEnd(position, given)) return BadPlace(place);
-    return Change(arguments, position, record);
+    UnlockRecord(lock);
+    return result;
+}
+
+int Run(const Arguments& arguments) {
+    VrString path = MapFileName(arguments.words[0]);
+    if (path == nullptr) return kExitBadRequest;
+    const bool locks = IsChange(arguments) || arguments.holdSeconds != 0;
+    const int result = locks ? WorkUnderLock(arguments, path)
+                             : Work(arguments, reinterpret_cast<const char*>(VrStrText(path)));
+    free_mem(&path);
+    return result;
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
     const Arguments arguments = ParseArguments(argc, argv);
-    if (arguments.words.empty()) return Usage();
+    const bool known = arguments.good && (arguments.words.size() == 1 || IsChange(arguments) ||
+                                          IsCommand(arguments, "get", 3));
+    if (!known) return Usage();
 
-    UtilInitRecord start = {};
+    const UtilInitRecord start = {0, 0, arguments.iniPath};
     UtilInit(&start);
-    VrString record = ReadRecord(arguments.words[0]);
-    const int result = record == nullptr ? kExitBadRequest : Run(arguments, record);
-    free_mem(&record);
-    VrExit(0);
+    files_init();
+    LockInit();
+    const int result = Run(arguments);
+    VrExit(result);
     return result;
 }

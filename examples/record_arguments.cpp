@@ -1,0 +1,119 @@
+// Options are a table: a flag that is set, or a text that is kept.
+
+#include "record_arguments.h"
+
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+
+namespace {
+
+constexpr long kFarthestNumber = 1'000'000;
+constexpr long kLongestHold = 3600;
+constexpr int kLevels = 3;
+
+constexpr char kUsage[] =
+    "usage: record_host [OPTION...] FILE                       show the record as a tree\n"
+    "       record_host [OPTION...] FILE get PLACE             show one element\n"
+    "       record_host [OPTION...] FILE replace PLACE TEXT    put TEXT in its place\n"
+    "       record_host [OPTION...] FILE insert PLACE TEXT     put TEXT in front of it\n"
+    "       record_host [OPTION...] FILE append [PLACE] TEXT   put TEXT behind the last one in it\n"
+    "PLACE is attribute[,value[,subvalue]], counted from 1. In a change, 0 leaves a level out\n"
+    "and a negative number is behind its last element; in get both mean the first.\n"
+    "A change is made under a lock on the record's key, as is anything with --hold.\n"
+    "  --raw           show text on one line, with the marks as ^ ] \\\n"
+    "  --ini FILE      read the settings from FILE\n"
+    "  --key KEY       lock KEY, and not the file's name\n"
+    "  --wait          wait for a key that another process holds; otherwise exit with 3\n"
+    "  --hold SECONDS  keep the key so long when all is done\n"
+    "  --              words behind it are no options\n";
+
+// The text behind an option; null, and no good arguments, at the end of the line.
+const char* Value(Arguments& arguments, int argc, char** argv, int& i) {
+    if (i + 1 < argc) return argv[++i];
+    arguments.good = false;
+    return nullptr;
+}
+
+void ParseHold(Arguments& arguments, const char* text) {
+    if (text == nullptr) return;
+    char* end = nullptr;
+    arguments.holdSeconds = std::strtol(text, &end, 10);
+    const bool number = end != text && *end == '\0';
+    if (!number || arguments.holdSeconds < 0 || arguments.holdSeconds > kLongestHold) {
+        arguments.good = false;
+    }
+}
+
+void ParseOption(Arguments& arguments, int argc, char** argv, int& i) {
+    const char* option = argv[i];
+    if (std::strcmp(option, "--raw") == 0) {
+        arguments.raw = true;
+    } else if (std::strcmp(option, "--wait") == 0) {
+        arguments.wait = true;
+    } else if (std::strcmp(option, "--ini") == 0) {
+        arguments.iniPath = Value(arguments, argc, argv, i);
+    } else if (std::strcmp(option, "--key") == 0) {
+        arguments.key = Value(arguments, argc, argv, i);
+    } else if (std::strcmp(option, "--hold") == 0) {
+        ParseHold(arguments, Value(arguments, argc, argv, i));
+    } else {
+        arguments.good = false;
+    }
+}
+
+int BadPlace(const char* text) {
+    std::fprintf(stderr,
+                 "record_host: %s: a place is up to three numbers from -%ld to %ld, as in 3,2,1\n",
+                 text, kFarthestNumber, kFarthestNumber);
+    return 0;
+}
+
+int ReadPlace(const char* text, UtilPosition& position) {
+    int32_t* const numbers[kLevels] = {&position.attribute, &position.value, &position.subvalue};
+    for (int level = 0; level < kLevels; ++level) {
+        char* end = nullptr;
+        const long number = std::strtol(text, &end, 10);
+        if (end == text || std::labs(number) > kFarthestNumber) return 0;
+        *numbers[level] = static_cast<int32_t>(number);
+        if (*end == '\0') return level + 1;
+        if (*end != ',') return 0;
+        text = end + 1;
+    }
+    return 0;
+}
+
+}  // namespace
+
+Arguments ParseArguments(int argc, char** argv) {
+    Arguments arguments;
+    bool options = true;
+    for (int i = 1; i < argc; ++i) {
+        if (!options || std::strncmp(argv[i], "--", 2) != 0) {
+            arguments.words.push_back(argv[i]);
+        } else if (argv[i][2] == '\0') {
+            options = false;
+        } else {
+            ParseOption(arguments, argc, argv, i);
+        }
+    }
+    if (arguments.words.empty()) arguments.good = false;
+    return arguments;
+}
+
+int Usage() {
+    std::fputs(kUsage, stderr);
+    return kExitBadRequest;
+}
+
+int ParsePlace(const char* text, UtilPosition& position) {
+    const int given = ReadPlace(text, position);
+    return given == 0 ? BadPlace(text) : given;
+}
+
+int ParseAppendPlace(const char* text, UtilPosition& position) {
+    const int given = ReadPlace(text, position);
+    if (given == 0 || given == kLevels) return BadPlace(text);
+    (given == 1 ? position.value : position.subvalue) = -1;
+    return given + 1;
+}

@@ -1,0 +1,79 @@
+// A record's key is locked under the full, upper-case path of its file, so that hosts
+// which name the file in other ways still meet in one key.
+
+#include "record_lock.h"
+
+#include <cstdio>
+#include <cstring>
+
+#include "record_arguments.h"
+#include "vr/environ.h"
+#include "vr/files.h"
+#include "vr/memory.h"
+
+namespace {
+
+const char* TextOf(VrString s) {
+    return reinterpret_cast<const char*>(VrStrText(s));
+}
+
+// A path that is too long for a full one is locked as it was given.
+VrString LockPath(VrString path) {
+    VrString full = GetFullPath(path);
+    return full->length != 0 ? full : NewString(path);
+}
+
+VrString KeyOf(const char* key, const char* lockPath) {
+    if (key != nullptr) return StrToVrStr(key);
+    const char* separator = std::strrchr(lockPath, '\\');
+    return StrToVrStr(separator == nullptr ? lockPath : separator + 1);
+}
+
+int TakeKey(const RecordLock& lock, bool wait) {
+    const int32_t taken = LockLockKey(lock.file, lock.key, 0, wait ? 1 : 0);
+    if (taken == 0) return kExitOk;
+    if (taken == 1) {
+        std::fprintf(stderr, "record_host: another process holds the key %s\n", TextOf(lock.key));
+        return kExitHeldElsewhere;
+    }
+    std::fprintf(stderr, "record_host: the key %s cannot be locked\n", TextOf(lock.key));
+    return kExitBadRequest;
+}
+
+}  // namespace
+
+VrString MapFileName(const char* name) {
+    VrString given = StrToVrStr(name);
+    VrString expanded = EnvironFileName(given);
+    VrString mapped = OsFileLongName(expanded, nullptr);
+    const bool whole = mapped->length == expanded->length;
+    free_mem(&given);
+    free_mem(&expanded);
+    if (whole) return mapped;
+    free_mem(&mapped);
+    std::fprintf(stderr, "record_host: %s: the name is too long\n", name);
+    return nullptr;
+}
+
+int LockRecord(VrString path, const char* key, bool wait, RecordLock& lock) {
+    VrString lockPath = LockPath(path);
+    int result = kExitBadRequest;
+    if (LockRegister(TextOf(lockPath), &lock.file) != 0) {
+        std::fprintf(stderr, "record_host: %s: its folder cannot be locked in\n", TextOf(path));
+    } else {
+        lock.key = KeyOf(key, TextOf(lockPath));
+        result = TakeKey(lock, wait);
+        if (result != kExitOk) {
+            free_mem(&lock.key);
+            LockDeregister(lock.file);
+        }
+    }
+    free_mem(&lockPath);
+    return result;
+}
+
+void UnlockRecord(RecordLock& lock) {
+    LockUnlockKey(lock.file, lock.key);
+    LockDeregister(lock.file);
+    free_mem(&lock.key);
+}
