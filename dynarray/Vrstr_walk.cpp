@@ -57,14 +57,16 @@ int32_t NextAllocated(VrString s, int32_t cursor, VrString* out, const Walk& wal
     return Behind(s, stop);
 }
 
-void FillBuffer(VrString* out, const uint8_t* from, uint32_t length) {
+VrString OpenBuffer(VrString* out) {
     auto* buffer = reinterpret_cast<uint8_t*>(*out);
     std::memset(buffer, 0, kBufferHeader);
-    auto* s = reinterpret_cast<VrString>(buffer + kBufferHeader);
-    s->length = static_cast<int32_t>(length);
-    std::memcpy(VrStrText(s), from, length);
-    VrStrText(s)[length] = 0;
-    *out = s;
+    *out = reinterpret_cast<VrString>(buffer + kBufferHeader);
+    return *out;
+}
+
+void CloseBuffer(VrString element, uint32_t length) {
+    VrStrText(element)[length] = 0;
+    element->length = static_cast<int32_t>(length);
 }
 
 int32_t NextInBuffer(VrString s, int32_t cursor, VrString* out, uint32_t size, const Walk& walk) {
@@ -76,15 +78,15 @@ int32_t NextInBuffer(VrString s, int32_t cursor, VrString* out, uint32_t size, c
     const uint8_t* stop = vr::FindStop(from, window, walk.stops);
     const auto length = static_cast<uint32_t>(stop - from);
 
-    FillBuffer(out, from, std::min(length, room));
-    if (walk.looksBehindCut) {
-        if (length <= room) return Behind(s, stop);
-        ReportTooBig(walk, from, size);
-        return cursor + static_cast<int32_t>(room);
-    }
-    // A full buffer cannot tell an element that fits from one that was cut.
-    if (length >= room) ReportTooBig(walk, from, room);
-    return Behind(s, stop);
+    const uint32_t kept = std::min(length, room);
+    VrString element = OpenBuffer(out);
+    std::memcpy(VrStrText(element), from, kept);
+    // A window that is full cannot tell an element that fits from one that was cut. The
+    // string is closed after the message, which a buffer in its area would not survive.
+    const bool tooBig = walk.looksBehindCut ? length > room : length >= room;
+    if (tooBig) ReportTooBig(walk, from, walk.looksBehindCut ? size : room);
+    CloseBuffer(element, kept);
+    return walk.looksBehindCut && tooBig ? cursor + static_cast<int32_t>(kept) : Behind(s, stop);
 }
 
 int32_t Next(VrString s, int32_t cursor, VrString* out, uint32_t size, const Walk& walk) {

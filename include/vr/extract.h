@@ -29,7 +29,8 @@ VR_API VrString get_field(int32_t attribute, VrString s);
 
 /* get_field, and the tail of the attribute, as zero-terminated text in place of a
  * string: the text stands at the address itself, without a length, and ends for
- * its reader at the first zero byte it holds. */
+ * its reader at the first zero byte it holds. An empty one is NullVrStr's string
+ * itself, and must not be written to. */
 VR_API char* get_field_string(int32_t attribute, VrString s);
 VR_API char* get_tail_string(int32_t attribute, VrString s);
 

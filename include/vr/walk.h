@@ -65,8 +65,10 @@ VR_API int32_t UtilSkipValue(VrString s, int32_t cursor);
 
 /* The value in front of `cursor`, which is the end cursor or stands behind a
  * mark: *out becomes a new string, and the result is the cursor of its first
- * byte, from which the next call gives the value before. At the first value the
- * result is 4, and the caller stops there. */
+ * byte, from which the next call gives the value before. The caller stops at 4, the
+ * first value; a call there gives an empty string and 3. Where the text ends in a
+ * mark, the call at the end gives the empty value behind it and the end again, and
+ * the caller takes 1 off to go on. */
 VR_API int32_t UtilGetPrevValue(VrString s, int32_t cursor, VrString* out);
 
 /* Everything from `cursor` to the end, marks included: *out becomes a new

@@ -231,8 +231,10 @@ TEST_F(LibraryTest, RandomEditsAgreeWithTheModel) {
     for (uint32_t seed = kSeed; seed < kSeed + 1000 && !HasFailure(); ++seed) {
         Dice dice(seed);
         VrString s = StringOfBytes(dice.Text(dice.Below(dice.OneOf({9, 300, 2001}))));
-        if (s->length > 8 && dice.Below(3) == 0)  // room without text
-            VrStrText(s)[s->length = dice.Below(9)] = 0;
+        if (s->length > 8 && dice.Below(3) == 0) {  // room without text
+            s->length = dice.Below(9);
+            VrStrText(s)[s->length] = 0;
+        }
         for (int step = 0; step < 40 && s->length < 2500 && !HasFailure(); ++step) {
             const Request request = RandomRequest(dice, s);
             SCOPED_TRACE(testing::Message() << "seed " << seed << " step " << step << " at "

@@ -1,5 +1,6 @@
 // Locks between real processes, which change one record on disk.
 
+#include <fcntl.h>
 #include <signal.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -94,16 +95,26 @@ TEST(Contention, NoIncrementOfEightProcessesIsLost) {
 
 int toParent[2];
 
-// Takes the key, says so, and keeps it until it is killed or told to end.
+// A child of the holder, which has no share in the lock once it runs its program.
+void StartSleeper() {
+    int started[2];
+    if (pipe2(started, O_CLOEXEC) != 0) _exit(21);
+    if (fork() == 0) {
+        execlp("sleep", "sleep", "30", nullptr);
+        _exit(21);
+    }
+    close(started[1]);
+    char none = 0;
+    if (read(started[0], &none, 1) != 0) _exit(21);  // the end comes with the program
+}
+
+// Takes the key, says so, and keeps it until it is killed.
 void HoldTheKey() {
     setpgid(0, 0);
     const VrLockHandle handle = StartAndRegister();
     VrString key = StrToVrStr("100");
     if (LockLockKey(handle, key, 0, 0) != 0) _exit(20);
-    if (fork() == 0) {  // a child of the holder has no share in the lock
-        execlp("sleep", "sleep", "30", nullptr);
-        _exit(21);
-    }
+    StartSleeper();
     if (write(toParent[1], "h", 1) != 1) _exit(22);
     pause();
 }

@@ -74,10 +74,11 @@ TEST_F(Registry, EachFormOfAValue) {
     const std::string rows[][2] = {
         {R"("a\\b \"q\" C:\x" ; note)", "1:a\\b \"q\" C:\\x\0"s},
         {" \"\" \r", "1:\0"s},
-        {"\"a\0b\"\r"s, "1:a\0b\0"s},
+        {"\"\xC3\xA9\0b\"\r"s, "1:\xC3\xA9\0b\0"s},
         {"dword:89abcdeF;", "4:\xEF\xCD\xAB\x89"},
         {"hex:01,2 , fF,\\\r\n  00,\\\r\n  7f\r", "3:\x01\x02\xFF\0\x7F"s},
         {"hex(1):61", "1:a\0"s},
+        {"hex(2):61,00", "2:a\0"s},
         {"hex(7):61,00,62", "7:a\0b"s},
         {"hex(ffffffff):01", "4294967295:\x01"},
         {"\"1\"\n;\"n\"=\"2\"", "1:1\0"s},
@@ -110,25 +111,27 @@ TEST_F(Registry, KeysMergeGoAndHaveParents) {
     std::string lines = "REGEDIT4\n@=\"nowhere\"\n";
     for (const char* line :
          {"A\\B\\C]\n@=\"1\"", "A\\BC]\n@=\"2\"", "a\\b\\c]\n\"w\"=\"3\"", "A\\\\D]\n@=\"4\"",
-          "Gone\\Child]", "Again]\n@=\"5\"\n\"w\"=\"5\"", "Kept]", "Broken\n@=\"nowhere\""}) {
+          "Gone\\Child]", "Again]\n@=\"0\"\n\"w\"=\"0\"", "Kept]", "Broken\n@=\"nowhere\""}) {
         lines += "[HKEY_LOCAL_MACHINE\\" + std::string(line) + "\n";
     }
     for (const char* key : {"gone", "Again", "Kept\\Child", "Kep"})
         lines += "[-hkey_local_machine\\" + std::string(key) + "]\n@=\"nowhere\"\n";
-    Write(kExportFile, lines + "[HKEY_LOCAL_MACHINE\\Again]\n[HKEY_CURRENT_USER\\U]\n@=\"6\"");
+    Write(kExportFile,
+          lines + "[HKEY_LOCAL_MACHINE\\Again]\n\"w\"=\"5\"\n[HKEY_CURRENT_USER\\U]\n@=\"6\"");
     EXPECT_EQ(Query(Open("a\\b\\C\\"), nullptr), "1:1\0"s);
     EXPECT_EQ(Query(Open("b\\c", Open("A")), "w"), "1:3\0"s);
     EXPECT_EQ(Query(Open("A\\\\D"), ""), "1:4\0"s);
+    EXPECT_EQ(Query(Open("Again"), "w"), "1:5\0"s);
     EXPECT_EQ(Query(Open("u", HKEY_CURRENT_USER), ""), "1:6\0"s);
     for (const char* empty : {"A\\B\\", "Again", "Kept", ""})
         EXPECT_EQ(Query(Open(empty), nullptr), kAbsent) << empty;
-    for (const char* none : {"Gone", "Gone\\Child", "A\\D", "\\A", "Broken", "U", "B"})
+    for (const char* none : {"Gone", "Gone\\Child", "A\\D", "\\A", "Broken", "Broke", "U", "B"})
         EXPECT_EQ(Open(none), nullptr) << none;
 }
 
 #define VR_VERSION_5                                                                   \
     "Windows Registry Editor Version 5.00\r\n\r\n[HKEY_LOCAL_MACHINE\\Gr\u00F6\u20AC]" \
-    "\r\n\"\u00C4\"=\"\u00E9\u20AC\U0001F600.\"\r\n\"x\"=hex(2):e9,00,ac,20,\\\r\n"    \
+    "\r\n\"\u00C4\"=\"\u00E9\u0100\U0001F600.\"\r\n\"x\"=hex(2):e9,00,ac,20,\\\r\n"    \
     "  3d,d8,00,de,00,d8,2e,00\r\n\"m\"=hex(7):61,00,00,00,62\r\n\"b\"=hex:61,00\r\n"
 const std::u16string kUtf16 = u"\uFEFF" VR_VERSION_5;
 const std::string kWide(reinterpret_cast<const char*>(kUtf16.data()), 2 * kUtf16.size());
@@ -192,6 +195,7 @@ TEST_F(Registry, HandlesAreChecked) {
     Write(kExportFile, kHead + "\"b\"=\"x\"");
     HKEY closed = Open("A");
     EXPECT_EQ(RegCloseKey(closed), ERROR_SUCCESS);
+    EXPECT_NE(Open("A"), closed);
     for (HKEY key : {closed, HKEY(nullptr), HKEY(&closed)}) {
         HKEY below = HKEY_LOCAL_MACHINE;
         EXPECT_EQ(RegOpenKeyExA(key, "A", 0, KEY_READ, &below), ERROR_INVALID_HANDLE);
@@ -243,8 +247,9 @@ TEST_F(Registry, VersionTextsByNameInABlockOfAnySize) {
         {language + "last", "\xFF\0"s},
         {language + ";A", "none"},
         {"\\StringFileInfo\\040904g0\\Last", "none"},
-        {"\\StringFileInfo\\040904b\\Last", "none"},
-        {"\\StringFileInfo\\040904b0", "none"},
+        {"\\StringFileInfo\\040904b0xLast", "none"},
+        {"\\StringFileInfx\\040904b0\\Last", "none"},
+        {"\\StringFileInfo\\", "none"},
     };
     for (const auto& [query, expected] : rows)
         EXPECT_EQ(Text(block, query), expected) << query;

@@ -23,9 +23,10 @@
  *
  * Roots stand under their long names. A key that occurs twice has the values of
  * both places, the later one of a name counting; it keeps the first one's place in
- * the order. A key exists with each key beneath it. A backslash in a quoted text
- * that no backslash or quote follows stands for itself. A line that is none of the
- * above is passed over; values behind a damaged key line belong to no key.
+ * the order. A key also exists when only keys beneath it are written down. In a
+ * quoted text a backslash that no backslash or quote follows stands for itself. A
+ * line that is none of the above is passed over; values behind a damaged key line
+ * belong to no key.
  *
  * Text is handed out as Latin-1: what lies beyond reads as a question mark. In
  * version 5.00 that goes for the types REG_SZ, REG_EXPAND_SZ and REG_MULTI_SZ in hex
