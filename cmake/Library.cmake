@@ -7,14 +7,19 @@ add_library(vrbase SHARED
   config/Ini.cpp
   config/Ini_load.cpp
   config/Ini_registry.cpp
+  core/Chunks.cpp
+  core/Heap.cpp
+  core/Membuf.cpp
   core/Util.cpp
   core/vrmem.cpp
   core/vrmem_callbacks.cpp
+  core/vrmem_fixed.cpp
   core/vrmem_pool.cpp
   core/vrmem_recovery.cpp
   core/vrmem_string.cpp
   dynarray/Extract.cpp
   dynarray/Vrstr_edit.cpp
+  dynarray/Vrstr_fields.cpp
   dynarray/Vrstr_scan.cpp
   dynarray/Vrstr_walk.cpp
   files/Dir.cpp
@@ -22,7 +27,12 @@ add_library(vrbase SHARED
   files/Files_names.cpp
   files/Nflock.cpp
   files/Os_file.cpp
+  lookup/Cache.cpp
+  lookup/Quark.cpp
+  lookup/Tbl.cpp
+  lookup/vrhash.cpp
   text/Dblog.cpp
+  text/Util_date.cpp
   text/Util_text.cpp)
 
 set(export_list "${PROJECT_SOURCE_DIR}/exports/vrbase.def")

@@ -8,6 +8,8 @@
 
 #include "config/Ini.h"
 #include "core/vrmem.h"
+#include "lookup/Quark.h"
+#include "lookup/Tbl.h"
 #include "platform/messagebox.h"
 #include "platform/process.h"
 #include "vr/environ.h"
@@ -23,6 +25,8 @@ using StartRoutine = void (*)(const UtilInitRecord& record);
 constexpr StartRoutine kStartRoutines[] = {
     vr::StartSettings,
     vr::StartMemory,
+    vr::StartTables,
+    vr::StartQuarks,
 };
 
 bool started = false;
@@ -112,7 +116,7 @@ int32_t GetBreakState() {
 
 void SetBreakState(int32_t state) {
     if (state == 0) {
-        ++breakCount;
+        if (breakCount != INT32_MAX) ++breakCount;
     } else if (breakCount != 0) {
         --breakCount;
     }

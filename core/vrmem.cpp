@@ -1,7 +1,7 @@
 // The tracked allocator's exported face. A payload's address is all that a caller
 // holds; the byte in front of it says whether the block came from a pool, is a
-// platform block of its own, or is a long string, whose header is longer. What
-// that byte means is decided here and nowhere else.
+// platform block of its own, or is a long string, whose header is longer. The ways
+// to resize and to free part here by that byte.
 
 #define VR_MODULE "vrmem"
 
@@ -23,8 +23,7 @@ namespace {
 
 constexpr uint32_t kLargeHeaderSize = 4;
 constexpr uint32_t kLongHeaderSize = sizeof(vr::LongHeader);
-constexpr uint32_t kSpareByte = 1;       // the zero behind every zeroed block
-constexpr uint32_t kStringOverhead = 5;  // length word and zero of a string
+constexpr uint32_t kSpareByte = 1;  // the zero behind every zeroed block
 constexpr uint32_t kSharedBlockSize = 10;
 constexpr uintptr_t kLowestAddress = 257;  // anything below is no block
 constexpr uint32_t kMemoryTotal = 0x100000;
@@ -64,6 +63,18 @@ void* ResizePlatformBlock(void* payload, uint32_t size, const char* tag, int32_t
     return static_cast<char*>(block) + header;
 }
 
+// Editing trusts capacity, length and memo. A block of fewer than four bytes has not
+// even the length word.
+void FitLongString(void* payload, uint32_t size) {
+    const uint32_t capacity = size > vr::kStringOverhead ? size - vr::kStringOverhead : 0;
+    vr::LongHeaderOf(payload).memo = {};
+    vr::LongHeaderOf(payload).capacity = capacity;
+    auto s = static_cast<VrString>(payload);
+    if (size < sizeof s->length || s->length <= static_cast<int32_t>(capacity)) return;
+    s->length = static_cast<int32_t>(capacity);
+    VrStrText(s)[capacity] = 0;
+}
+
 void* MoveSlotToLargeBlock(void* slot, uint32_t size, const char* tag, int32_t line) {
     void* block = NewLargeBlock(size, tag, line);
     const uint32_t slotSize = vr::SlotSize(slot);
@@ -82,6 +93,7 @@ unsigned char* NewSharedString(const char* text) {
 }
 
 void FreeMemory() {
+    vr::FreeFixedStore();
     vr::FreeReserves();
     for (char** area : kScratchAreas)
         LocalFree(*area);
@@ -103,6 +115,7 @@ void vr::StartMemory(const UtilInitRecord&) {
     VrExitAdd(FreeMemory);
     memoryIsUp = true;
     StartPools();
+    StartFixedStore();
 }
 
 bool vr::MemoryIsUp() {
@@ -129,11 +142,7 @@ void* _realloc_mem(void* block, uint32_t size, const char* tag, int32_t line) {
         return MoveSlotToLargeBlock(block, size, tag, line);
     }
     void* resized = ResizePlatformBlock(block, size, tag, line);
-    if (vr::IsLong(resized)) {
-        vr::LongHeader& header = vr::LongHeaderOf(resized);
-        header.memo = {};
-        header.capacity = size > kStringOverhead ? size - kStringOverhead : 0;
-    }
+    if (vr::IsLong(resized)) FitLongString(resized, size);
     return resized;
 }
 

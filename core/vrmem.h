@@ -32,6 +32,8 @@ struct Memo {
     int32_t cursor;
 };
 
+constexpr uint32_t kStringOverhead = 5;  // length word and zero of a string
+
 // In front of a long string's length word, in place of a large block's one word.
 struct LongHeader {
     Memo memo;
@@ -83,6 +85,10 @@ uint32_t SlotSize(void* payload);
 // The reserves (vrmem_recovery.cpp).
 void StartReserves();
 void FreeReserves();
+
+// The fixed store (vrmem_fixed.cpp).
+void StartFixedStore();
+void FreeFixedStore();
 
 }  // namespace vr
 

@@ -1,7 +1,7 @@
 // Where the platform is asked for memory, and what happens when it refuses. Two
-// reserves of 4096 bytes are taken at the start and only ever given up: the first
-// so that message boxes and callbacks have something to work with, the last so
-// that the end of the run has. A request returns with a block and with the first
+// reserves of 4096 bytes are taken at the start, to be given up: the first so that
+// message boxes and callbacks have something to work with, the last so that the end
+// of the run has. A request returns with a block and with the first
 // reserve held again, or it does not return.
 
 #include "core/vrmem.h"
@@ -37,6 +37,16 @@ void* Attempt(const Request& request) {
                : LocalAlloc(request.newBlockFlags, request.size);
 }
 
+// A callback may ask for memory itself. That does not run the callbacks of its kind
+// again, which might never come to an end.
+void Raise(int32_t kind) {
+    static bool raising[kVrCallbackKinds];
+    if (raising[kind]) return;
+    raising[kind] = true;
+    MemCallCallbacks(kind, 0);
+    raising[kind] = false;
+}
+
 void GiveUp(void*& reserve) {
     reserve = LocalFree(reserve);
 }
@@ -49,7 +59,7 @@ int32_t Box(const char* text, uint32_t style) {
 // here.
 [[noreturn]] void EndRun() {
     GiveUp(lastReserve);
-    MemCallCallbacks(kVrMemoryExhausted, 0);
+    Raise(kVrMemoryExhausted);
     VrExit(kExitCodeNoMemory);
     ExitProcess(kExitCodeNoMemory);
 }
@@ -63,7 +73,7 @@ int32_t Box(const char* text, uint32_t style) {
 void RaiseMemoryShort(uint32_t size) {
     GiveUp(firstReserve);
     Box(kGettingLow, MB_OK | MB_ICONEXCLAMATION);
-    MemCallCallbacks(kVrMemoryShort, 0);
+    Raise(kVrMemoryShort);
     GlobalCompact(size);
 }
 
@@ -82,7 +92,7 @@ void* AskAndRetry(const Request& request) {
 }
 
 void* Obtain(const Request& request, const char* tag, int32_t line) {
-    if (request.size >= kVrLargestRequest) {
+    if (request.size >= kVrRefusedSize) {
         VrErrorMessage("Can't alloc %u bytes [%s,%d]", request.size, tag == nullptr ? "" : tag,
                        line);
         EndRun();

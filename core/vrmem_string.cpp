@@ -16,9 +16,8 @@ unsigned char* TrueVrStr = nullptr;
 namespace {
 
 constexpr uint32_t kShortestLongString = 129;
-constexpr uint32_t kShortOverhead = 5;                             // length word and zero
 constexpr uint32_t kLongHeaderExtra = sizeof(vr::LongHeader) - 4;  // beyond a large block's
-constexpr uint32_t kLongOverhead = kShortOverhead + kLongHeaderExtra;
+constexpr uint32_t kLongOverhead = vr::kStringOverhead + kLongHeaderExtra;
 
 VrString NewLongString(uint32_t capacity, const char* tag, int32_t line) {
     auto* payload =
@@ -30,9 +29,10 @@ VrString NewLongString(uint32_t capacity, const char* tag, int32_t line) {
 
 VrString NewStringOf(uint32_t length, uint32_t longCapacity, const char* tag, int32_t line) {
     if (length == 0) return vr::NullString();
-    VrString s = length >= kShortestLongString
-                     ? NewLongString(longCapacity, tag, line)
-                     : static_cast<VrString>(_alloc_memory(length + kShortOverhead, tag, line));
+    VrString s =
+        length >= kShortestLongString
+            ? NewLongString(longCapacity, tag, line)
+            : static_cast<VrString>(_alloc_memory(length + vr::kStringOverhead, tag, line));
     s->length = static_cast<int32_t>(length);
     return s;
 }
@@ -75,10 +75,12 @@ char* _dup_str(const char* text, const char* tag, int32_t line) {
 
 int32_t CompareVrStrings(VrString a, VrString b) {
     if (a == nullptr || b == nullptr) return (a != nullptr) - (b != nullptr);
+    const int32_t lengthA = std::max(a->length, 0);
+    const int32_t lengthB = std::max(b->length, 0);
+    if (lengthA == 0 || lengthB == 0) return (lengthA != 0) - (lengthB != 0);
     const unsigned char* textA = VrStrText(a);
     const unsigned char* textB = VrStrText(b);
-    if (a->length == 0 || b->length == 0) return (a->length != 0) - (b->length != 0);
-    const int32_t shorter = std::min(a->length, b->length);
-    const auto [atA, atB] = std::mismatch(textA, textA + shorter, textB);
-    return atA == textA + shorter ? a->length - b->length : *atA - *atB;
+    const unsigned char* end = textA + std::min(lengthA, lengthB);
+    const auto [atA, atB] = std::mismatch(textA, end, textB);
+    return atA == end ? lengthA - lengthB : *atA - *atB;
 }

@@ -21,12 +21,12 @@ struct Range {
     const uint8_t* end;
 };
 
-size_t LengthOf(const Range& range) {
+size_t SizeOf(const Range& range) {
     return static_cast<size_t>(range.end - range.start);
 }
 
 VrString CopyOf(const Range& range) {
-    return vr::StringOf(range.start, LengthOf(range), VR_MODULE, __LINE__);
+    return vr::StringOf(range.start, SizeOf(range), VR_MODULE, __LINE__);
 }
 
 // Numbers of 1 and below take the first element.
@@ -42,7 +42,7 @@ Range FindElement(int32_t number, uint8_t mark, Range in) {
 
 Range FindPlace(int32_t attribute, int32_t value, int32_t subvalue, VrString s) {
     const uint8_t* text = VrStrText(s);
-    Range found = FindElement(attribute, kVrAttributeMark, {text, text + s->length});
+    Range found = FindElement(attribute, kVrAttributeMark, {text, text + vr::LengthOf(s)});
     if (found.start == nullptr || value == 0) return found;
     found = FindElement(value, kVrValueMark, found);
     if (found.start == nullptr || subvalue == 0) return found;
@@ -78,7 +78,7 @@ VrString extract_field(int32_t attribute, int32_t value, int32_t subvalue, VrStr
 
 VrString extract_tail(int32_t attribute, int32_t value, int32_t subvalue, VrString s) {
     Range found = FindPlace(attribute, value, subvalue, s);
-    if (found.start != nullptr) found.end = VrStrText(s) + s->length;
+    if (found.start != nullptr) found.end = VrStrText(s) + vr::LengthOf(s);
     return CopyOf(found);
 }
 
@@ -97,7 +97,7 @@ char* get_tail_string(int32_t attribute, VrString s) {
 VrString get_field_at_pos(int32_t offset, VrString s) {
     if (offset < 0 || offset >= s->length) return vr::NullString();
     const uint8_t* text = VrStrText(s);
-    return CopyOf(FindElement(1, kVrAttributeMark, {text + offset, text + s->length}));
+    return CopyOf(FindElement(1, kVrAttributeMark, {text + offset, text + vr::LengthOf(s)}));
 }
 
 char* get_text_word(int32_t* offset, const char* text) {
@@ -115,7 +115,7 @@ char* get_text_field(const char* text, unsigned char delimiter, int32_t number) 
     const auto* bytes = reinterpret_cast<const uint8_t*>(text);
     const Range field = FindElement(number, delimiter, {bytes, bytes + std::strlen(text)});
     if (field.start == nullptr) return TextBlock("", 0);
-    return TextBlock(reinterpret_cast<const char*>(field.start), LengthOf(field));
+    return TextBlock(reinterpret_cast<const char*>(field.start), SizeOf(field));
 }
 
 int32_t value_count(const unsigned char* data, int32_t length) {

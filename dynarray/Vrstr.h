@@ -19,8 +19,16 @@ inline uint8_t* At(VrString s, int32_t cursor) {
     return reinterpret_cast<uint8_t*>(s) + cursor;
 }
 
+// The longest text whose end is still a cursor.
+constexpr int32_t kLongestText = INT32_MAX - kVrFirstCursor;
+
+// A length word below 0 counts as 0.
+inline int32_t LengthOf(VrString s) {
+    return std::clamp(s->length, 0, kLongestText);
+}
+
 inline int32_t EndCursor(VrString s) {
-    return s->length + kVrFirstCursor;
+    return LengthOf(s) + kVrFirstCursor;
 }
 
 inline int32_t ClampCursor(int32_t cursor, int32_t end) {

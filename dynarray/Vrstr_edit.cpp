@@ -54,11 +54,14 @@ void Take(Edit& edit, VrString s) {
     if (before != edit.given) free_mem(&before);
 }
 
+// The empty shared string comes here too, with nothing to move, and is not written to.
 void MoveTail(VrString s, int32_t tail, int32_t by) {
-    if (by == 0) return;
+    if (vr::IsSharedString(s)) return;
     const int32_t end = vr::EndCursor(s);
-    std::memmove(vr::At(s, tail + by), vr::At(s, tail), static_cast<size_t>(end - tail));
-    s->length += by;
+    if (by != 0) {
+        std::memmove(vr::At(s, tail + by), vr::At(s, tail), static_cast<size_t>(end - tail));
+        s->length += by;
+    }
     *vr::At(s, end + by) = 0;
 }
 
@@ -69,7 +72,7 @@ void OpenGap(Edit& edit, const Gap& gap) {
         MoveTail(s, tail, static_cast<int32_t>(gap.added) - gap.removed);
         return;
     }
-    VrString grown = NewArray(s->length - gap.removed + gap.added);
+    VrString grown = NewArray(vr::LengthOf(s) - gap.removed + gap.added);
     const auto head = static_cast<size_t>(edit.cursor - kVrFirstCursor);
     const auto rest = static_cast<size_t>(vr::EndCursor(s) - tail);
     const int32_t newTail = edit.cursor + static_cast<int32_t>(gap.added);
@@ -88,13 +91,13 @@ void WriteMarks(Edit& edit, uint8_t mark, int32_t marks) {
 
 void WriteElement(const Edit& edit, VrString element) {
     std::memcpy(vr::At(edit.s, edit.cursor), VrStrText(element),
-                static_cast<size_t>(element->length));
+                static_cast<size_t>(vr::LengthOf(element)));
 }
 
 // An element that had to be made holds nothing that could be replaced.
 void AddMarks(Edit& edit, uint8_t mark) {
-    const int64_t newLength = int64_t{edit.s->length} + edit.count;
-    const bool inPlace = edit.s->length != 0 && newLength <= vr::CapacityOf(edit.s);
+    const int64_t newLength = int64_t{vr::LengthOf(edit.s)} + edit.count;
+    const bool inPlace = vr::LengthOf(edit.s) != 0 && newLength <= vr::CapacityOf(edit.s);
     OpenGap(edit, {0, edit.count, inPlace, MemoRule::Drop});
     WriteMarks(edit, mark, edit.count);
     edit.replace = false;
@@ -105,9 +108,9 @@ void ReplaceElement(Edit& edit, uint8_t mark, VrString element) {
     const uint8_t* stop =
         vr::FindStop(start, vr::At(edit.s, vr::EndCursor(edit.s)), {mark, vr::kHighestByte});
     const auto removed = static_cast<int32_t>(stop - start);
-    const int64_t newLength = int64_t{edit.s->length} - removed + element->length;
-    const bool inPlace = newLength <= edit.s->length || newLength < vr::CapacityOf(edit.s);
-    OpenGap(edit, {removed, element->length, inPlace, MemoRule::Carry});
+    const int64_t newLength = int64_t{vr::LengthOf(edit.s)} - removed + vr::LengthOf(element);
+    const bool inPlace = newLength <= vr::LengthOf(edit.s) || newLength < vr::CapacityOf(edit.s);
+    OpenGap(edit, {removed, vr::LengthOf(element), inPlace, MemoRule::Carry});
     WriteElement(edit, element);
 }
 
@@ -117,11 +120,11 @@ void ReplaceElement(Edit& edit, uint8_t mark, VrString element) {
 void InsertElement(Edit& edit, uint8_t mark, VrString element) {
     const bool pushesBack = edit.cursor != vr::EndCursor(edit.s) && edit.count == 0 &&
                             *vr::At(edit.s, edit.cursor) <= mark;
-    const int64_t added = int64_t{element->length} + (pushesBack ? 1 : 0);
-    const bool inPlace = edit.s->length + added < vr::CapacityOf(edit.s);
+    const int64_t added = int64_t{vr::LengthOf(element)} + (pushesBack ? 1 : 0);
+    const bool inPlace = vr::LengthOf(edit.s) + added < vr::CapacityOf(edit.s);
     OpenGap(edit, {0, added, inPlace, MemoRule::Carry});
     WriteElement(edit, element);
-    if (pushesBack) *vr::At(edit.s, edit.cursor + element->length) = mark;
+    if (pushesBack) *vr::At(edit.s, edit.cursor + vr::LengthOf(element)) = mark;
 }
 
 // The append path writes a lead mark, the marks of the levels below and the
@@ -129,12 +132,13 @@ void InsertElement(Edit& edit, uint8_t mark, VrString element) {
 void Append(Edit& edit, const UtilPosition& position, VrString element) {
     const int32_t values = position.value > 0 ? position.value - 1 : 0;
     const int32_t subvalues = position.subvalue > 0 ? position.subvalue - 1 : 0;
-    const int32_t leads = edit.s->length != 0 ? 1 : 0;
+    const int32_t leads = vr::LengthOf(edit.s) != 0 ? 1 : 0;
     uint8_t lead = kVrAttributeMark;
     if (position.value < 0) lead = position.subvalue < 0 ? kVrSubvalueMark : kVrValueMark;
 
-    const int64_t added = int64_t{leads} + values + subvalues + element->length;
-    const bool inPlace = edit.s->length != 0 && edit.s->length + added <= vr::CapacityOf(edit.s);
+    const int64_t added = int64_t{leads} + values + subvalues + vr::LengthOf(element);
+    const bool inPlace =
+        vr::LengthOf(edit.s) != 0 && vr::LengthOf(edit.s) + added <= vr::CapacityOf(edit.s);
     edit.cursor = vr::EndCursor(edit.s);
     OpenGap(edit, {0, added, inPlace, MemoRule::Drop});
     WriteMarks(edit, lead, leads);
@@ -144,7 +148,7 @@ void Append(Edit& edit, const UtilPosition& position, VrString element) {
 }
 
 void Scan(Edit& edit, uint8_t mark) {
-    edit.cursor = ScanStr(edit.s, edit.cursor, edit.s->length, mark, &edit.count);
+    edit.cursor = ScanStr(edit.s, edit.cursor, vr::LengthOf(edit.s), mark, &edit.count);
 }
 
 // Starts from the memo, forward or back, or from the first attribute when that is
@@ -196,6 +200,12 @@ void CompleteNumbers(UtilPosition& position) {
     if (position.attribute == 0 && position.value != 0) position.attribute = 1;
 }
 
+// A shared string with a text must not be written to; the empty one never is.
+VrString OwnString(VrString s) {
+    if (!vr::IsSharedString(s) || s->length == 0) return s;
+    return vr::StringOf(VrStrText(s), static_cast<size_t>(s->length), VR_MODULE, __LINE__);
+}
+
 bool Appends(const UtilPosition& position) {
     return position.attribute < 0 || position.value < 0 || position.subvalue < 0;
 }
@@ -206,7 +216,8 @@ VrString UtilInsertReplace(UtilPosition* position, VrString s, VrString element,
     CompleteNumbers(*position);
     if (position->attribute == 0) return NewString(element);
 
-    Edit edit = {s, s, kVrFirstCursor, 0, replace != 0 && !Appends(*position)};
+    VrString own = OwnString(s);
+    Edit edit = {s, own, kVrFirstCursor, 0, replace != 0 && !Appends(*position)};
     if (position->attribute < 0) {
         Append(edit, *position, element);
     } else {

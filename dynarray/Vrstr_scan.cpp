@@ -55,6 +55,7 @@ const uint8_t* PassMarksBack(const uint8_t* p, const uint8_t* begin, uint32_t& m
 }  // namespace
 
 int32_t ScanStr(VrString s, int32_t cursor, int32_t length, unsigned char mark, int32_t* count) {
+    length = std::clamp(length, 0, vr::kLongestText);
     const int32_t end = length + kVrFirstCursor;
     const uint8_t* from = vr::At(s, vr::ClampCursor(cursor, end));
     int32_t marks = *count > INT32_MIN ? *count - 1 : *count;

@@ -7,6 +7,7 @@
 #include <cstring>
 
 #include "core/vrmem.h"
+#include "text/Util_text.h"
 #include "vr/text.h"
 
 namespace {
@@ -51,9 +52,8 @@ void ToLower(char* text) {
 
 void ToUpper(char* text) {
     if (text == nullptr) return;
-    for (; *text != '\0'; ++text) {
-        if (*text >= 'a' && *text <= 'z') *text = static_cast<char>(*text - kCaseDistance);
-    }
+    for (; *text != '\0'; ++text)
+        *text = vr::Upper(*text);
 }
 
 int32_t findchar(const char* text, unsigned char character, uint32_t occurrence) {

@@ -10,8 +10,9 @@
  * An element past the end of what exists is made, with the marks that are
  * missing. A string is rewritten in place where its capacity allows; a long
  * string keeps a memo of the attribute found last, so that work on neighbouring
- * attributes does not scan from the start. Marks and cursors are those of
- * vr/walk.h. */
+ * attributes does not scan from the start. The memo is trusted: a long string whose
+ * marks were changed by other means is copied (alloc_string) before it is edited. Marks and cursors
+ * are those of vr/walk.h. */
 #ifndef VR_EDIT_H
 #define VR_EDIT_H
 
@@ -26,6 +27,7 @@ typedef struct UtilPosition {
     int32_t subvalue;
     int32_t cursor; /* out: where the element written begins in the result */
 } UtilPosition;
+VR_STATIC_ASSERT(sizeof(UtilPosition) == 16, "four words");
 
 /* Writes `element` at `position` and returns the resulting array. With `replace`
  * not 0 the element there is replaced, together with the marks inside it; with 0
@@ -34,12 +36,12 @@ typedef struct UtilPosition {
  *
  * The position's numbers are completed first: a subvalue without a value belongs
  * to value 1, a value without an attribute to attribute 1. With all three 0 the
- * result is a copy of `element`, and the cursor field is not written.
+ * result is what NewString gives for `element`; `s` and the cursor field are untouched.
  *
  * The result is `s`, rewritten in place, or another string. In the second case
  * the caller owns both and frees `s`, whose text is then no longer to be relied
- * on. `s` may be NullVrStr's string but no other shared string; `element` is only
- * read and must not be `s`. A number whose marks no string can hold goes the way
+ * on. `s` may be a shared string, which is never written to; `element` is only read
+ * and must not be `s`. Neither may be null. A number whose marks no string can hold goes the way
  * of every request for too much memory. */
 VR_API VrString UtilInsertReplace(UtilPosition* position, VrString s, VrString element,
                                   uint32_t replace);

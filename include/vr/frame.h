@@ -18,6 +18,7 @@ typedef struct UtilInitRecord {
     VrWord VrlinkInstance; /* module handle of the host; 0 is the executable */
     const char* IniPath;   /* settings file to try first; may be null */
 } UtilInitRecord;
+VR_STATIC_ASSERT(sizeof(UtilInitRecord) == 12, "three words");
 
 /* A routine of the exit chain. */
 typedef void (*VrExitRoutine)(void);

@@ -10,7 +10,9 @@
  * the user, runs the low-memory callbacks (kind 0) and then asks the user before
  * each of up to 10 further attempts. If none succeeds, or the user cancels, it
  * runs the callbacks of kind 1 and ends the run through VrExit(9); should that
- * return, the process ends with code 9. Requests of kVrLargestRequest bytes or
+ * return, the process ends with code 9. The run ends so too, after a message, when the
+ * reserve cannot be had again. A request made in a callback does
+ * not run the callbacks of that kind again. Requests of kVrRefusedSize bytes or
  * more, header included, go that last way at once, after a message. */
 #ifndef VR_MEMORY_H
 #define VR_MEMORY_H
@@ -18,8 +20,8 @@
 #include "vr/abi.h"
 
 enum {
-    kVrLargestRequest = 0x1400000, /* bytes; the first size that is refused */
-    kVrScratchSize = 10240         /* bytes in each of the five scratch areas */
+    kVrRefusedSize = 0x1400000, /* bytes; the smallest request that is refused */
+    kVrScratchSize = 10240      /* bytes in each of the five scratch areas */
 };
 
 VR_BEGIN
@@ -39,14 +41,14 @@ VR_API void* _malloc_memory(uint32_t size, const char* tag, int32_t line);
  * string or a value of 256 or below gives a new zeroed block. A block from a pool
  * (size 62 or less) always becomes a large one, which takes over its whole slot, up
  * to 4 bytes more than were asked for, and has a zero byte behind `size` bytes. A
- * long string has its capacity word set to what now fits and loses its memo; its length word
- * is the caller's to keep within that capacity. */
+ * long string keeps its header true: the capacity is what now fits, the length is cut to
+ * it, and the memo is gone. */
 VR_API void* _realloc_mem(void* block, uint32_t size, const char* tag, int32_t line);
 
 /* Gives back the block whose address the pointer variable at `variable` holds,
  * and clears that variable. Null and the shared strings are passed over and left
- * in place. A value of 256 or below is no block: a message says so, and the
- * variable is cleared. Always returns 0. */
+ * in place, and so is a null `variable`. A value of 256 or below is no block: a message says so,
+ * and the variable is cleared. Always returns 0. */
 VR_API int32_t _free_mem(void* variable, const char* tag, int32_t line);
 
 /* A platform block of exactly `size` bytes, with the recovery told above but
@@ -92,8 +94,8 @@ enum {
 typedef void (*MemCallback)(VrWord data, VrWord value);
 
 /* Adds the pair to the kind's list; a pair may stand there twice. With all slots
- * taken the pair is dropped. Works before UtilInit too, as do the two below.
- * Returns 1, or -1 for a kind that does not exist. */
+ * taken the pair is dropped, as is one without a routine. Works before UtilInit too, as do the two
+ * below. Returns 1, or -1 for a kind that does not exist. */
 VR_API int32_t MemAddCallback(int32_t kind, MemCallback routine, VrWord data);
 
 /* Takes the first such pair off the list, if there is one. Returns as above. */

@@ -57,7 +57,7 @@ TEST_F(LibraryTest, PagesComeAt25SlotsAndGoAbove50Free) {
     const uint32_t before = ControlBlocksOut();
     auto pages = [&] { return ControlBlocksOut() - before; };
     for (int i = 0; i < 75; ++i) {
-        slots.push_back(alloc_memory(20));
+        slots.push_back(alloc_memory(52));
         EXPECT_EQ(pages(), static_cast<uint32_t>(i / 25 + 1)) << "slot " << i + 1;
     }
     // Two pages free: 50 slots, kept. The third page's last slot makes it 75.
@@ -72,15 +72,15 @@ TEST_F(LibraryTest, PagesComeAt25SlotsAndGoAbove50Free) {
 TEST_F(LibraryTest, TheEmptiestPageServesNext) {
     std::vector<void*> slots;
     for (int i = 0; i < 50; ++i)
-        slots.push_back(alloc_memory(20));
+        slots.push_back(alloc_memory(52));
     void* fromFirst = slots[3];
     void* lastOfSecond = slots[49];
     free_mem(&slots[3]);  // the first page opens with one free slot
     free_mem(&slots[48]);
     free_mem(&slots[49]);  // the second page has two and takes the head
-    void* next = alloc_memory(20);
+    void* next = alloc_memory(52);
     EXPECT_EQ(next, lastOfSecond);
-    void* after = alloc_memory(20);
+    void* after = alloc_memory(52);
     EXPECT_NE(after, fromFirst) << "a tie leaves the head where it is";
     for (void* block : slots)
         free_mem(&block);

@@ -139,16 +139,16 @@ TEST_F(FatalPathDeathTest, AReserveThatCannotBeTakenEndsTheRun) {
 
 TEST_F(FatalPathDeathTest, OversizedRequestsAreRefusedAtOnce) {
     Prepare(IDRETRY);
-    EXPECT_EXIT(_alloc_memory(kVrLargestRequest - 5, "Cache", 12), testing::ExitedWithCode(9),
+    EXPECT_EXIT(_alloc_memory(kVrRefusedSize - 5, "Cache", 12), testing::ExitedWithCode(9),
                 "Can't alloc 20971520 bytes .Cache,12.*exit chain");
-    EXPECT_EXIT(_CallocMore(kVrLargestRequest, nullptr, nullptr, 3), testing::ExitedWithCode(9),
+    EXPECT_EXIT(_CallocMore(kVrRefusedSize, nullptr, nullptr, 3), testing::ExitedWithCode(9),
                 "Can't alloc 20971520 bytes .,3.");
     // Sizes near the end of 32 bits must not wrap round to a small block.
     EXPECT_EXIT(alloc_string(UINT32_MAX - 2), testing::ExitedWithCode(9), "Can't alloc 4294967295");
     EXPECT_EXIT(malloc_memory(UINT32_MAX), testing::ExitedWithCode(9), "Can't alloc 4294967295");
-    void* largest = CallocMore(kVrLargestRequest - 1, nullptr);
+    void* largest = CallocMore(kVrRefusedSize - 1, nullptr);
     EXPECT_NE(largest, nullptr);
-    largest = realloc_mem(static_cast<char*>(largest) + 4, kVrLargestRequest - 6);
+    largest = realloc_mem(static_cast<char*>(largest) + 4, kVrRefusedSize - 6);
     free_mem(&largest);
 }
 

@@ -4,6 +4,7 @@
 #define PLATFORM_CONTROL_H
 
 #include "platform/base.h"
+#include "platform/clock.h"
 
 PLATFORM_BEGIN
 
@@ -25,6 +26,9 @@ PLATFORM_API void ControlFailLocks(uint32_t nth, uint32_t count, int32_t error);
 
 /* How many blocks of LocalAlloc and GlobalAlloc have not been given back. */
 PLATFORM_API uint32_t ControlBlocksOut(void);
+
+/* Stops the clock at that reading, in its zone; null lets it run again. */
+PLATFORM_API void ControlFreezeClock(const ClockReading* reading);
 
 PLATFORM_END
 

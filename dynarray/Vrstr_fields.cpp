@@ -1,0 +1,116 @@
+// Field records: the walk over a field list leads through a record, gathering into a
+// buffer or writing through the one editor of dynamic arrays. A list that is short
+// enough for any of its attributes to fit is walked in a static buffer.
+
+#define VR_MODULE "Vrstr"
+
+#include <algorithm>
+#include <cstdlib>
+#include <cstring>
+
+#include "dynarray/Vrstr.h"
+#include "vr/buffer.h"
+#include "vr/edit.h"
+#include "vr/extract.h"
+#include "vr/fields.h"
+
+namespace {
+
+constexpr uint32_t kSharedBufferSize = 1000;
+constexpr uint32_t kEntryBufferSize = 100;
+constexpr int32_t kFirstLengthTooLong = 992;  // for the shared buffer
+constexpr int32_t kGatherStep = 4000;
+
+char sharedBuffer[kSharedBufferSize];
+
+// Attribute after attribute of a list, in the shared buffer or allocated. What `next`
+// gave is good until the next call.
+class ListWalk {
+public:
+    explicit ListWalk(VrString list)
+        : list_(list), size_(vr::LengthOf(list) < kFirstLengthTooLong ? kSharedBufferSize : 0) {}
+    ~ListWalk() {
+        Release();
+    }
+    ListWalk(const ListWalk&) = delete;
+    ListWalk& operator=(const ListWalk&) = delete;
+
+    bool HasNext() const {
+        return cursor_ < vr::EndCursor(list_);
+    }
+    VrString Next() {
+        Release();
+        if (size_ != 0) current_ = reinterpret_cast<VrString>(sharedBuffer);
+        cursor_ = UtilGetNextAttribute(list_, cursor_, &current_, size_);
+        return current_;
+    }
+
+private:
+    void Release() {
+        if (size_ == 0) free_mem(&current_);
+    }
+
+    VrString list_;
+    uint32_t size_;
+    int32_t cursor_ = kVrFirstCursor;
+    VrString current_ = nullptr;
+};
+
+int32_t NumberOf(VrString text) {
+    return std::strtol(reinterpret_cast<const char*>(VrStrText(text)), nullptr, 10);
+}
+
+void AppendField(BufDscr* gathered, int32_t number, VrString record) {
+    VrString field = get_field(number, record);
+    AddStrToBuffer(gathered, VrStrText(field), field->length, 0);
+    free_mem(&field);
+}
+
+void ReplaceAttribute(VrString& record, int32_t number, VrString value) {
+    UtilPosition position = {number, 0, 0, kVrFirstCursor};
+    VrString before = record;
+    record = UtilInsertReplace(&position, before, value, 1);
+    if (record != before) free_mem(&before);
+}
+
+}  // namespace
+
+VrString UtilGetFieldsFromVrString(VrString record, VrString fields) {
+    BufDscr* gathered = BufDscrCreate(kGatherStep);
+    ListWalk walk(fields);
+    for (bool first = true; walk.HasNext(); first = false) {
+        if (!first) AddStrToBuffer(gathered, nullptr, 0, kVrAttributeMark);
+        AppendField(gathered, NumberOf(walk.Next()), record);
+    }
+    VrString result = BufDscrMakeVrStr(gathered);
+    BufDscrDestroy(gathered);
+    return result;
+}
+
+VrString UtilPutFieldsInVrString(VrString record, VrString values, VrString fields) {
+    char entryBuffer[kEntryBufferSize];
+    VrString result = NewString(record);
+    ListWalk walk(values);
+    for (int32_t cursor = kVrFirstCursor; cursor < vr::EndCursor(fields);) {
+        VrString value = walk.Next();
+        auto entry = reinterpret_cast<VrString>(entryBuffer);
+        cursor = UtilGetNextAttribute(fields, cursor, &entry, kEntryBufferSize);
+        ReplaceAttribute(result, NumberOf(entry), value);
+    }
+    return result;
+}
+
+VrString UtilReplaceString(VrString s, VrString replacement, int32_t oldLength, int32_t offset,
+                           int32_t* newOffset) {
+    const int32_t start = std::clamp(offset, 0, vr::LengthOf(s));
+    const int32_t end = start + std::clamp(oldLength, 0, vr::LengthOf(s) - start);
+    const auto head = static_cast<size_t>(start);
+    const auto middle = static_cast<size_t>(vr::LengthOf(replacement));
+    const auto tail = static_cast<size_t>(vr::LengthOf(s) - end);
+    VrString result = alloc_string(vr::SaturatingAdd(static_cast<uint32_t>(head + tail), middle));
+    if (head != 0) std::memcpy(VrStrText(result), VrStrText(s), head);
+    if (middle != 0) std::memcpy(VrStrText(result) + head, VrStrText(replacement), middle);
+    if (tail != 0) std::memcpy(VrStrText(result) + head + middle, VrStrText(s) + end, tail);
+    *newOffset = start + vr::LengthOf(replacement);
+    return result;
+}

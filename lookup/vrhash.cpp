@@ -1,0 +1,204 @@
+// Chained hash tables. The hash of a key is kept in its entry, so that texts are
+// compared only when their hashes are equal. Entries are packed records, since those of
+// a fixed table lie anywhere in the fixed store.
+
+#define VR_MODULE "vrhash"
+
+#include "lookup/vrhash.h"
+
+#include <cstring>
+
+#include "vr/fixed.h"
+#include "vr/memory.h"
+
+namespace {
+
+constexpr uint32_t kHashFactor = 31;
+constexpr uint8_t kHighLetterBit = 0x40;
+constexpr int kSampleGroup = 4;
+
+// Where an entry hangs: `previous` is null for the head of the bucket.
+struct Place {
+    HashEntry** bucket;
+    HashEntry* previous;
+    HashEntry* entry;
+};
+
+uint32_t Fold(uint32_t hash, char byte) {
+    return hash * kHashFactor + static_cast<uint8_t>(byte) - 'a';
+}
+
+bool IsLetterGroup(const char* p) {
+    for (int i = 0; i < kSampleGroup; ++i) {
+        if ((static_cast<uint8_t>(p[i]) & kHighLetterBit) == 0) return false;
+    }
+    return true;
+}
+
+// Keys of letters are sampled at one byte in four. The key's zero has not the bit, and
+// so ends a group before anything behind it is read.
+uint32_t HashOf(const char* key) {
+    uint32_t hash = 0;
+    for (; IsLetterGroup(key); key += kSampleGroup)
+        hash = Fold(hash, *key);
+    for (; *key != '\0'; ++key)
+        hash = Fold(hash, *key);
+    return hash;
+}
+
+HashEntry** BucketOf(const HashTable& table, uint32_t hash) {
+    return &table.buckets[hash % static_cast<uint32_t>(table.bucketCount)];
+}
+
+// Value 0 stands for any.
+Place Find(const HashTable& table, const char* key, VrWord value) {
+    const uint32_t hash = HashOf(key);
+    Place place = {BucketOf(table, hash), nullptr, nullptr};
+    for (HashEntry* entry = *place.bucket; entry != nullptr; entry = entry->next) {
+        if (entry->hash == hash && std::strcmp(entry->key, key) == 0 &&
+            (value == 0 || entry->value == value)) {
+            place.entry = entry;
+            break;
+        }
+        place.previous = entry;
+    }
+    return place;
+}
+
+void Destruct(const HashTable& table, VrWord value) {
+    if (table.destructor != nullptr) table.destructor(value, table.destructorData);
+}
+
+void Unlink(const Place& place) {
+    if (place.previous == nullptr) {
+        *place.bucket = place.entry->next;
+    } else {
+        place.previous->next = place.entry->next;
+    }
+}
+
+// A piece of the fixed store stays there.
+void FreeEntry(const HashTable& table, HashEntry* entry) {
+    if (table.fixed != 0) return;
+    char* key = entry->key;
+    free_mem(&key);
+    free_mem(&entry);
+}
+
+bool Selects(HashTablePredicate predicate, VrWord value, VrWord argument) {
+    return predicate == nullptr || predicate(value, argument) != 0;
+}
+
+// Calls action(place) for each entry that the predicate selects; the action says
+// whether it took the entry out.
+template <typename Action>
+void ForSelected(const HashTable& table, HashTablePredicate predicate, VrWord argument,
+                 Action action) {
+    for (int32_t i = 0; i < table.bucketCount; ++i) {
+        Place place = {&table.buckets[i], nullptr, table.buckets[i]};
+        while (place.entry != nullptr) {
+            HashEntry* next = place.entry->next;
+            const bool taken = Selects(predicate, place.entry->value, argument) && action(place);
+            if (!taken) place.previous = place.entry;
+            place.entry = next;
+        }
+    }
+}
+
+HashEntry* NewFixedEntry(size_t keySize) {
+    auto* entry =
+        static_cast<HashEntry*>(MemFixedAlloc(static_cast<int32_t>(sizeof(HashEntry) + keySize)));
+    entry->key = reinterpret_cast<char*>(entry + 1);
+    return entry;
+}
+
+HashEntry* NewEntry(size_t keySize) {
+    auto* entry = static_cast<HashEntry*>(alloc_memory(sizeof(HashEntry)));
+    entry->key = static_cast<char*>(alloc_memory(static_cast<uint32_t>(keySize)));
+    return entry;
+}
+
+}  // namespace
+
+HashTable* HashTableCreate(int32_t bucketCount, HashTableDestructor destructor,
+                           VrWord destructorData, int32_t fixed) {
+    if (bucketCount < 1) return nullptr;
+    const auto count = static_cast<uint32_t>(bucketCount);
+    const uint32_t size = count > UINT32_MAX / sizeof(HashEntry*)
+                              ? UINT32_MAX
+                              : count * static_cast<uint32_t>(sizeof(HashEntry*));
+    auto* table = static_cast<HashTable*>(alloc_memory(sizeof(HashTable)));
+    auto** buckets = static_cast<HashEntry**>(alloc_memory(size));
+    *table = {fixed, bucketCount, buckets, destructor, destructorData};
+    return table;
+}
+
+void HashTableDestroy(HashTable* table) {
+    if (table == nullptr) return;
+    HashTableRemoveItems(table, nullptr, 0);
+    free_mem(&table->buckets);
+    free_mem(&table);
+}
+
+VrWord HashTableLookup(const HashTable* table, const char* key) {
+    if (table == nullptr) return 0;
+    const HashEntry* entry = Find(*table, key, 0).entry;
+    return entry == nullptr ? 0 : entry->value;
+}
+
+void HashTableInstall(HashTable* table, const char* key, VrWord value) {
+    if (table == nullptr) return;
+    const size_t keySize = std::strlen(key) + 1;
+    HashEntry* entry = table->fixed != 0 ? NewFixedEntry(keySize) : NewEntry(keySize);
+    std::memcpy(entry->key, key, keySize);
+    entry->hash = HashOf(key);
+    entry->value = value;
+    HashEntry** bucket = BucketOf(*table, entry->hash);
+    entry->next = *bucket;
+    *bucket = entry;
+}
+
+void HashTableRemove(HashTable* table, const char* key, VrWord value) {
+    if (table == nullptr) return;
+    const Place place = Find(*table, key, value);
+    if (place.entry == nullptr) return;
+    Unlink(place);
+    Destruct(*table, place.entry->value);
+    FreeEntry(*table, place.entry);
+}
+
+void HashTableRemoveItems(HashTable* table, HashTablePredicate predicate, VrWord argument) {
+    if (table == nullptr) return;
+    ForSelected(*table, predicate, argument, [table](const Place& place) {
+        Destruct(*table, place.entry->value);
+        Unlink(place);
+        FreeEntry(*table, place.entry);
+        return true;
+    });
+}
+
+const char* HashTableEntry(const HashTable* table, int32_t number, VrWord* value) {
+    if (table == nullptr || number < 0) return nullptr;
+    for (int32_t i = 0; i < table->bucketCount; ++i) {
+        for (const HashEntry* entry = table->buckets[i]; entry != nullptr; entry = entry->next) {
+            if (number-- != 0) continue;
+            *value = entry->value;
+            return entry->key;
+        }
+    }
+    return nullptr;
+}
+
+void vr::HashTableReleaseItems(HashTable* table, HashTablePredicate predicate, VrWord argument) {
+    if (table == nullptr) return;
+    ForSelected(*table, predicate, argument, [table](const Place& place) {
+        Destruct(*table, place.entry->value);
+        return false;
+    });
+}
+
+void vr::HashTableReleaseEntry(HashTable* table, const char* key, VrWord value) {
+    if (table == nullptr) return;
+    const HashEntry* entry = Find(*table, key, value).entry;
+    if (entry != nullptr) Destruct(*table, entry->value);
+}

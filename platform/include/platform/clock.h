@@ -1,0 +1,31 @@
+/* The clock, in universal and in local time. */
+#ifndef PLATFORM_CLOCK_H
+#define PLATFORM_CLOCK_H
+
+#include "platform/base.h"
+
+typedef struct ClockReading {
+    int64_t seconds;      /* since 1 January 1970, universal time */
+    int32_t milliseconds; /* 0 to 999 */
+    int32_t minutesWest;  /* of universal time, without daylight saving */
+    int32_t daylight;     /* 1 while daylight saving is in force, by an hour */
+} ClockReading;
+
+typedef struct ClockTime {
+    int32_t hour;
+    int32_t minute;
+    int32_t second;
+} ClockTime;
+
+PLATFORM_BEGIN
+
+/* Reads the clock. Where daylight saving is not an hour, minutesWest makes up for the
+ * difference. */
+PLATFORM_API void ReadClock(ClockReading* reading);
+
+/* The local time of day of such a number of seconds. */
+PLATFORM_API void SplitLocalTime(int64_t seconds, ClockTime* time);
+
+PLATFORM_END
+
+#endif

@@ -1,0 +1,56 @@
+// The clock, which is the system's unless the control panel has frozen it. A frozen
+// clock has a zone of its own, that of its reading.
+
+#include "platform/clock.h"
+
+#include <ctime>
+
+#include "platform/control.h"
+
+namespace {
+
+bool frozen = false;
+ClockReading frozenReading = {};
+
+tm LocalTime(int64_t seconds) {
+    tm local = {};
+    const auto moment = static_cast<time_t>(seconds);
+    localtime_r(&moment, &local);
+    return local;
+}
+
+int64_t LocalSeconds(int64_t seconds, const ClockReading& zone) {
+    return seconds - (zone.minutesWest - zone.daylight * 60) * 60;
+}
+
+}  // namespace
+
+void ReadClock(ClockReading* reading) {
+    if (frozen) {
+        *reading = frozenReading;
+        return;
+    }
+    timespec now = {};
+    clock_gettime(CLOCK_REALTIME, &now);
+    tzset();
+    const tm local = LocalTime(now.tv_sec);
+    const int32_t saving = local.tm_isdst > 0 ? 1 : 0;
+    *reading = {now.tv_sec, static_cast<int32_t>(now.tv_nsec / 1'000'000),
+                static_cast<int32_t>(-local.tm_gmtoff / 60) + saving * 60, saving};
+}
+
+void SplitLocalTime(int64_t seconds, ClockTime* time) {
+    tm local = {};
+    if (frozen) {
+        const auto moment = static_cast<time_t>(LocalSeconds(seconds, frozenReading));
+        gmtime_r(&moment, &local);
+    } else {
+        local = LocalTime(seconds);
+    }
+    *time = {local.tm_hour, local.tm_min, local.tm_sec};
+}
+
+void ControlFreezeClock(const ClockReading* reading) {
+    frozen = reading != nullptr;
+    if (frozen) frozenReading = *reading;
+}
