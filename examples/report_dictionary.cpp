@@ -1,0 +1,55 @@
+// Field names are quarks, so that finding a field compares numbers.
+
+#include "report_dictionary.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <cstring>
+
+#include "platform/files.h"
+#include "vr/extract.h"
+#include "vr/files.h"
+#include "vr/memory.h"
+#include "vr/quark.h"
+
+namespace {
+
+constexpr int32_t kLineSize = 256;
+
+// Takes the next word of the line; the caller frees it.
+char* NextWord(int32_t& offset, const char* line) {
+    return get_text_word(&offset, line);
+}
+
+void AddField(const char* line, std::vector<Field>& fields) {
+    int32_t offset = 0;
+    char* name = NextWord(offset, line);
+    char* attribute = NextWord(offset, line);
+    char* kind = NextWord(offset, line);
+    const int32_t number = std::atoi(attribute);
+    if (number > 0) fields.push_back({Quark(name), number, std::strcmp(kind, "date") == 0});
+    free_mem(&name);
+    free_mem(&attribute);
+    free_mem(&kind);
+}
+
+}  // namespace
+
+bool ReadDictionary(const std::string& path, std::vector<Field>& fields) {
+    int32_t handle = -1;
+    if (OsOpen(path.c_str(), kOpenReadOnly | kOpenText, 0, &handle) != 0) return false;
+    VrStream* stream = OsFdopen(handle, "r");
+    char line[kLineSize];
+    while (OsFgets(line, kLineSize, stream) != nullptr) {
+        line[std::strcspn(line, "\n")] = '\0';
+        AddField(line, fields);
+    }
+    OsFclose(stream);
+    OsFilesDec();
+    return true;
+}
+
+const Field* FindField(const std::vector<Field>& fields, const char* name) {
+    const auto field = std::ranges::find(fields, Quark(name), &Field::name);
+    return field == fields.end() ? nullptr : &*field;
+}

@@ -1,0 +1,68 @@
+// Finding records notes where they are and reads none of them into memory for good; one
+// is loaded when it is wanted.
+
+#include "report_source.h"
+
+#include <algorithm>
+
+#include "platform/files.h"
+#include "vr/files.h"
+#include "vr/memory.h"
+
+namespace {
+
+constexpr int32_t kReadFlags = kOpenReadOnly | kOpenBinary;
+constexpr size_t kChunkSize = 65536;
+
+void FindLines(const std::string& path, int32_t handle, std::vector<StoredRecord>& records) {
+    std::vector<char> chunk(kChunkSize);
+    int32_t start = 0;
+    int32_t offset = 0;
+    const auto add = [&](int32_t end) {
+        records.push_back({std::to_string(records.size() + 1), path, start, end - start});
+        start = end + 1;
+    };
+    for (int32_t got = 0; (got = OsRead(handle, chunk.data(), kChunkSize)) > 0; offset += got) {
+        for (int32_t i = 0; i < got; ++i) {
+            if (chunk[static_cast<size_t>(i)] == '\n') add(offset + i);
+        }
+    }
+    if (offset > start) add(offset);  // a last line without its end
+}
+
+void FindFiles(const std::string& folder, DirSearch* search, const char* name,
+               std::vector<StoredRecord>& records) {
+    for (; name != nullptr; name = DirNext(search)) {
+        if ((search->attributes & kFindDirectory) != 0) continue;
+        const auto length = static_cast<int32_t>(std::min(search->size, uint32_t{INT32_MAX}));
+        records.push_back({name, folder + "\\" + name, 0, length});
+    }
+    std::ranges::sort(records, {}, &StoredRecord::name);
+}
+
+}  // namespace
+
+bool FindRecords(const std::string& path, std::vector<StoredRecord>& records) {
+    int32_t handle = -1;
+    if (OsOpen(path.c_str(), kReadFlags, 0, &handle) == 0) {
+        FindLines(path, handle, records);
+        OsClose(handle);
+        return true;
+    }
+    DirSearch* search = nullptr;
+    const char* name = DirFirst(path.c_str(), &search);
+    const bool found = name != nullptr;
+    FindFiles(path, search, name, records);
+    DirClose(&search);
+    return found;
+}
+
+VrString LoadRecord(const StoredRecord& record) {
+    VrString s = alloc_string(static_cast<uint32_t>(record.length));
+    int32_t handle = -1;
+    if (OsOpen(record.path.c_str(), kReadFlags, 0, &handle) != 0) return s;
+    OsLseek(handle, record.offset, kSeekStart);
+    OsRead(handle, VrStrText(s), static_cast<uint32_t>(record.length));
+    OsClose(handle);
+    return s;
+}

@@ -1,0 +1,26 @@
+// Records as they lie on disk: one a line of a file, or one a file of a folder.
+#ifndef EXAMPLES_REPORT_SOURCE_H
+#define EXAMPLES_REPORT_SOURCE_H
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "vr/string.h"
+
+struct StoredRecord {
+    std::string name;  // the line's number, or the file's name
+    std::string path;
+    int32_t offset;  // of its first byte in the file
+    int32_t length;
+};
+
+// The records at the path, in the order of their lines or names. False when there is
+// neither a file nor a folder.
+bool FindRecords(const std::string& path, std::vector<StoredRecord>& records);
+
+// Reads a record; a new string that the caller frees. What cannot be read any more
+// comes as far as it goes.
+VrString LoadRecord(const StoredRecord& record);
+
+#endif
