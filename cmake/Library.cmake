@@ -31,6 +31,10 @@ add_library(vrbase SHARED
   lookup/Quark.cpp
   lookup/Tbl.cpp
   lookup/vrhash.cpp
+  process/Dll.cpp
+  process/System.cpp
+  process/System_word.cpp
+  process/pscntl.cpp
   text/Dblog.cpp
   text/Util_date.cpp
   text/Util_text.cpp)

@@ -93,7 +93,7 @@ void SetUp() {
     release = BlockOf(version.release, kIdentityBlockSize);
 
     const char* path = DLLGetEnv("VRLPATH");
-    if (path == nullptr) path = kDefaultVrPath;
+    if (path == nullptr || *path == '\0') path = kDefaultVrPath;
     vrPath = BlockOf(path, static_cast<uint32_t>(std::strlen(path)) + 1);
 }
 

@@ -94,7 +94,7 @@ VrString Expand(VrString name) {
 
 VrString EnvironPrintPath() {
     const char* path = DLLGetEnv("VRLPRINTPATH");
-    return StrToVrStr(path == nullptr ? "PRINT" : path);
+    return StrToVrStr(path == nullptr || *path == '\0' ? "PRINT" : path);
 }
 
 VrString EnvironPrintDataPath() {
@@ -120,14 +120,13 @@ int32_t EnvironShowErrorCode() {
 }
 
 int32_t EnvironInternationalDate() {
-    bool american = false;
-    if (char* format = DLLGetEnv("VRLDATE")) {
+    char* format = DLLGetEnv("VRLDATE");
+    if (format != nullptr && *format != '\0') {
         ToUpper(format);
-        american = std::strcmp(format, "AMERICAN") == 0;
-    } else {
-        american = UserIsAmerican();
-        DLLPutEnv("VRLDATE", american ? "AMERICAN" : "INTERNATIONAL");
+        return std::strcmp(format, "AMERICAN") == 0 ? 0 : 1;
     }
+    const bool american = UserIsAmerican();
+    DLLPutEnv("VRLDATE", american ? "AMERICAN" : "INTERNATIONAL");
     return american ? 0 : 1;
 }
 

@@ -12,6 +12,7 @@
 #include "lookup/Tbl.h"
 #include "platform/messagebox.h"
 #include "platform/process.h"
+#include "process/Dll.h"
 #include "vr/environ.h"
 #include "vr/frame.h"
 
@@ -23,10 +24,7 @@ using StartRoutine = void (*)(const UtilInitRecord& record);
 
 // In this order: each may use those before it.
 constexpr StartRoutine kStartRoutines[] = {
-    vr::StartSettings,
-    vr::StartMemory,
-    vr::StartTables,
-    vr::StartQuarks,
+    vr::StartSettings, vr::StartMemory, vr::StartTables, vr::StartQuarks, vr::StartDllTable,
 };
 
 bool started = false;

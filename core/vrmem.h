@@ -52,6 +52,11 @@ inline VrString NullString() {
     return VR_SHARED_STRING(NullVrStr);
 }
 
+// A null string counts as empty.
+inline VrString OrNullString(VrString s) {
+    return s == nullptr ? NullString() : s;
+}
+
 // Told by address, since the header of a shared string is that of a large block.
 inline bool IsSharedString(const void* payload) {
     return payload == VR_SHARED_STRING(NullVrStr) || payload == VR_SHARED_STRING(FalseVrStr) ||

@@ -74,7 +74,7 @@ int ReadPlace(const char* text, UtilPosition& position) {
     for (int level = 0; level < kLevels; ++level) {
         char* end = nullptr;
         const long number = std::strtol(text, &end, 10);
-        if (end == text || std::labs(number) > kFarthestNumber) return 0;
+        if (end == text || number < -kFarthestNumber || number > kFarthestNumber) return 0;
         *numbers[level] = static_cast<int32_t>(number);
         if (*end == '\0') return level + 1;
         if (*end != ',') return 0;

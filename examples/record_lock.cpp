@@ -1,5 +1,6 @@
-// A record's key is locked under the full, upper-case path of its file, so that hosts
-// which name the file in other ways still meet in one key.
+// A record's key is locked under its file's name in upper case, so that hosts which spell
+// the file's path in other ways still meet in one key: the lock file of a directory is
+// one, whatever the directory is called.
 
 #include "record_lock.h"
 
@@ -10,6 +11,7 @@
 #include "vr/environ.h"
 #include "vr/files.h"
 #include "vr/memory.h"
+#include "vr/text.h"
 
 namespace {
 
@@ -17,16 +19,16 @@ const char* TextOf(VrString s) {
     return reinterpret_cast<const char*>(VrStrText(s));
 }
 
-// A path that is too long for a full one is locked as it was given.
-VrString LockPath(VrString path) {
-    VrString full = GetFullPath(path);
-    return full->length != 0 ? full : NewString(path);
+const char* BaseNameIn(const char* path) {
+    const char* separator = std::strrchr(path, '\\');
+    return separator == nullptr ? path : separator + 1;
 }
 
-VrString KeyOf(const char* key, const char* lockPath) {
-    if (key != nullptr) return StrToVrStr(key);
-    const char* separator = std::strrchr(lockPath, '\\');
-    return StrToVrStr(separator == nullptr ? lockPath : separator + 1);
+// The path with its base name in upper case.
+char* LockPath(VrString path) {
+    char* text = dup_str(TextOf(path));
+    ToUpper(const_cast<char*>(BaseNameIn(text)));
+    return text;
 }
 
 int TakeKey(const RecordLock& lock, bool wait) {
@@ -56,12 +58,12 @@ VrString MapFileName(const char* name) {
 }
 
 int LockRecord(VrString path, const char* key, bool wait, RecordLock& lock) {
-    VrString lockPath = LockPath(path);
+    char* lockPath = LockPath(path);
     int result = kExitBadRequest;
-    if (LockRegister(TextOf(lockPath), &lock.file) != 0) {
+    if (LockRegister(lockPath, &lock.file) != 0) {
         std::fprintf(stderr, "record_host: %s: its folder cannot be locked in\n", TextOf(path));
     } else {
-        lock.key = KeyOf(key, TextOf(lockPath));
+        lock.key = StrToVrStr(key != nullptr ? key : BaseNameIn(lockPath));
         result = TakeKey(lock, wait);
         if (result != kExitOk) {
             free_mem(&lock.key);

@@ -26,8 +26,9 @@ void AddField(const char* line, std::vector<Field>& fields) {
     char* name = NextWord(offset, line);
     char* attribute = NextWord(offset, line);
     char* kind = NextWord(offset, line);
-    const int32_t number = std::atoi(attribute);
-    if (number > 0) fields.push_back({Quark(name), number, std::strcmp(kind, "date") == 0});
+    const long number = std::strtol(attribute, nullptr, 10);
+    const bool isDate = std::strcmp(kind, "date") == 0;
+    if (number > 0) fields.push_back({Quark(name), static_cast<int32_t>(number), isDate});
     free_mem(&name);
     free_mem(&attribute);
     free_mem(&kind);

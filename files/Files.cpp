@@ -39,16 +39,28 @@ bool RefreshCurrentDirectory() {
     return CurrentDirectory(currentDirectory, kDirectorySize) != nullptr;
 }
 
-// Why the open failed is in errno, and the result.
-int32_t Open(const char* path, int32_t flags, int32_t permission, int32_t* handle) {
+// Why it failed is in errno.
+bool Open(const char* path, int32_t flags, int32_t permission, int32_t* handle) {
     *handle = FileOpen(path, flags, kShareDenyNone, permission);
-    return *handle == -1 ? errno : 0;
+    return *handle != -1;
 }
 
 // The log's own calls must not hide the reason from the caller.
 int32_t Failed(int32_t result, int32_t error) {
     errno = error;
     return result;
+}
+
+// Behind an open that failed for want of handles. The reason stays the number of the
+// first failure when the second try succeeds.
+bool OpenAgain(const char* path, int32_t flags, int32_t permission, int32_t* handle) {
+    AskForHandles();
+    errno = kErrorTooManyOpenFiles;
+    const bool opened = Open(path, flags, permission, handle);
+    const int32_t error = opened ? kErrorTooManyOpenFiles : errno;
+    VrdbLogOutInt("@@@DOS OPEN Stat:", error);
+    errno = error;
+    return opened;
 }
 
 }  // namespace
@@ -63,15 +75,11 @@ int32_t files_init() {
 int32_t OsOpen(const char* path, int32_t flags, int32_t permission, int32_t* handle) {
     errno = 0;
     KeepBudget();
-    int32_t error = Open(path, flags, permission, handle);
+    const bool opened = Open(path, flags, permission, handle);
+    const int32_t error = errno;
     VrdbLogOutChar("@@@DOS OPEN File", path);
-    if (error != 0 && error != kErrorTooManyOpenFiles) return Failed(-1, error);
-    if (error == kErrorTooManyOpenFiles) {
-        AskForHandles();
-        error = Open(path, flags, permission, handle);
-        VrdbLogOutInt("@@@DOS OPEN Stat:", error);
-        if (error != 0) return Failed(-2, error);
-    }
+    if (!opened && error != kErrorTooManyOpenFiles) return Failed(-1, error);
+    if (!opened && !OpenAgain(path, flags, permission, handle)) return -2;
     ++openCount;
     VrdbLogOutInt("@@@DOS Open Handle:", *handle);
     return 0;
@@ -126,7 +134,7 @@ char* OsFgets(char* buffer, int32_t size, VrStream* stream) {
 
 VrString GetFullPath(VrString path) {
     char full[kDirectorySize + 1];
-    const auto* text = reinterpret_cast<const char*>(VrStrText(path));
+    const auto* text = reinterpret_cast<const char*>(VrStrText(vr::OrNullString(path)));
     if (*text == '\0' || ExpandPath(full, text, kDirectorySize) == nullptr) {
         return vr::NullString();
     }

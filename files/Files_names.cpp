@@ -113,7 +113,8 @@ VrString OsFileName(VrString name, char* extension) {
     VrString result = alloc_string(kMappedSize);
     ToUpper(extension);
     Candidate candidate = {reinterpret_cast<char*>(VrStrText(result)), extension, 0, 0};
-    if (!FindFreeName(candidate, reinterpret_cast<const char*>(VrStrText(name)))) {
+    const unsigned char* text = VrStrText(vr::OrNullString(name));
+    if (!FindFreeName(candidate, reinterpret_cast<const char*>(text))) {
         free_mem(&result);
         return vr::NullString();
     }
@@ -123,7 +124,7 @@ VrString OsFileName(VrString name, char* extension) {
 
 VrString OsFileLongName(VrString name, const char* extension) {
     VrString result = alloc_string(kLongNameSize);
-    const auto* from = reinterpret_cast<const char*>(VrStrText(name));
+    const auto* from = reinterpret_cast<const char*>(VrStrText(vr::OrNullString(name)));
     auto* text = reinterpret_cast<char*>(VrStrText(result));
     const size_t length = strnlen(from, kLongNameSize);
     std::replace_copy(from, from + length, text, '*', '^');
@@ -155,6 +156,7 @@ VrString ExtractBaseName(VrString line, char* prefix) {
     const size_t prefixLength = prefix == nullptr ? 0 : std::strlen(prefix);
     if (prefixLength == 0) return nullptr;
     ToUpper(prefix);
+    line = vr::OrNullString(line);
     const auto* text = reinterpret_cast<const char*>(VrStrText(line));
     const char* end = text + line->length;
     const bool fits = prefixLength <= static_cast<size_t>(line->length);

@@ -9,6 +9,7 @@
 #include <cerrno>
 #include <cstring>
 
+#include "core/vrmem.h"
 #include "files/Os_file.h"
 #include "platform/files.h"
 #include "platform/locks.h"
@@ -24,6 +25,7 @@ constexpr int32_t kLockFilePermission = kPermissionRead | kPermissionWrite;
 constexpr int32_t kEntriesPerStep = 5;
 constexpr int32_t kKeysPerStep = 5;
 constexpr int32_t kMostEntries = 0xFFFF;  // that the high half of a handle can name
+constexpr int32_t kTableFull = -1;
 constexpr int32_t kNoHandle = -1;
 constexpr uint32_t kHashFactor = 31;
 constexpr uint32_t kTestPosition = 0;
@@ -53,13 +55,17 @@ uint32_t Hash(uint32_t start, const unsigned char* bytes, size_t length) {
 }
 
 uint32_t KeyPosition(VrLockHandle handle, VrString key) {
-    return Hash(handle << 16, VrStrText(key), static_cast<size_t>(key->length));
+    key = vr::OrNullString(key);
+    return Hash(handle << 16, VrStrText(key), static_cast<size_t>(std::max(key->length, 0)));
 }
 
-LockFileEntry* Find(VrLockHandle handle) {
+constexpr int32_t kBadHandle = -1;
+
+// The entry's index, or kBadHandle.
+int32_t IndexOf(VrLockHandle handle) {
     const auto index = static_cast<int32_t>(handle >> 16) - 1;
-    if (index < 0 || index >= entryCount) return nullptr;
-    return entries[index].registerCount == 0 ? nullptr : &entries[index];
+    if (index < 0 || index >= entryCount || entries[index].registerCount == 0) return kBadHandle;
+    return index;
 }
 
 // Makes room for `step` more zeroed elements.
@@ -101,16 +107,26 @@ int32_t ObtainByte(const LockFileEntry& entry, uint32_t position, bool wait) {
     return 0;
 }
 
-int32_t TakePosition(LockFileEntry& entry, uint32_t position, bool wait) {
-    if (HeldKey* held = FindKey(entry, position)) {
+// Makes room for one more key and has the handle ready. What this calls may run
+// callbacks of a host, which may register files: the table may move.
+int32_t PrepareForKey(int32_t index) {
+    LockFileEntry& entry = entries[index];
+    if (entry.heldCount == entry.keyCapacity) Grow(entry.keys, entry.keyCapacity, kKeysPerStep);
+    if (entry.heldCount != 0) return 0;
+    int32_t handle = kNoHandle;
+    const int32_t pinned = vr::OsPoolAcquire(entry.pooled, &handle);
+    if (pinned == 0) entries[index].handle = handle;
+    return pinned;
+}
+
+int32_t TakePosition(int32_t index, uint32_t position, bool wait) {
+    if (HeldKey* held = FindKey(entries[index], position)) {
         ++held->count;
         return 0;
     }
-    if (entry.heldCount == entry.keyCapacity) Grow(entry.keys, entry.keyCapacity, kKeysPerStep);
-    if (entry.heldCount == 0) {
-        const int32_t pinned = vr::OsPoolAcquire(entry.pooled, &entry.handle);
-        if (pinned != 0) return pinned;
-    }
+    const int32_t prepared = PrepareForKey(index);
+    if (prepared != 0) return prepared;
+    LockFileEntry& entry = entries[index];
     const int32_t result = ObtainByte(entry, position, wait);
     if (result == 0) {
         entry.keys[entry.heldCount++] = {position, 1};
@@ -156,49 +172,55 @@ bool HasName(const LockFileEntry& entry, const char* lockPath) {
     return vr::OsPoolName(entry.pooled, &name) == 0 && std::strcmp(name, lockPath) == 0;
 }
 
-// The entry of that lock file, or the first free one: the search goes no further. -1
-// when the table is full.
+// The entry of that lock file, or the first free one: the search goes no further. For
+// null the first free one.
 int32_t FindOrGrow(const char* lockPath) {
     int32_t index = 0;
     while (index < entryCount && entries[index].registerCount != 0 &&
-           !HasName(entries[index], lockPath)) {
+           (lockPath == nullptr || !HasName(entries[index], lockPath))) {
         ++index;
     }
-    if (index == kMostEntries) return -1;
+    if (index == kMostEntries) return kTableFull;
     if (index == entryCount) Grow(entries, entryCount, kEntriesPerStep);
     return index;
 }
 
 // Tells by taking a byte and giving it back whether the file can be locked at all.
-int32_t TestLocking(LockFileEntry& entry) {
-    const int32_t taken = TakePosition(entry, kTestPosition, false);
+int32_t TestLocking(int32_t index) {
+    const int32_t taken = TakePosition(index, kTestPosition, false);
     if (taken == kHeldElsewhere) return 0;
-    return taken == 0 ? GivePositionBack(entry, kTestPosition) : taken;
+    return taken == 0 ? GivePositionBack(entries[index], kTestPosition) : taken;
 }
 
-int32_t OpenEntry(LockFileEntry& entry, const char* lockPath) {
+void Discard(LockFileEntry& entry, const char* lockPath) {
+    vr::OsPoolClose(entry.pooled);
+    free_mem(&entry.keys);
+    entry.registerCount = 0;
+    FileDelete(lockPath);
+}
+
+// The open may run callbacks that register the same directory, so the place for the
+// new entry is looked for behind it.
+int32_t OpenEntry(const char* lockPath, int32_t* index) {
     vr::OsPoolHandle pooled = 0;
     const int32_t opened = vr::OsPoolOpen(lockPath, kLockFileFlags, kLockFilePermission, &pooled);
     if (opened != 0) return opened;
-    entry = {0, 0, 0, nullptr, pooled, kNoHandle};
-    const int32_t tested = TestLocking(entry);
-    if (tested != 0) {
+    *index = FindOrGrow(nullptr);
+    if (*index == kTableFull) {
         vr::OsPoolClose(pooled);
-        free_mem(&entry.keys);
-        FileDelete(lockPath);
+        return kTableFull;
     }
+    entries[*index] = {1, 0, 0, nullptr, pooled, kNoHandle};
+    const int32_t tested = TestLocking(*index);
+    if (tested != 0) Discard(entries[*index], lockPath);
     return tested;
 }
 
 int32_t RegisterLockFile(const char* lockPath, int32_t* index) {
     *index = FindOrGrow(lockPath);
-    if (*index == -1) return -1;
-    LockFileEntry& entry = entries[*index];
-    if (entry.registerCount == 0) {
-        const int32_t opened = OpenEntry(entry, lockPath);
-        if (opened != 0) return opened;
-    }
-    ++entry.registerCount;
+    if (*index == kTableFull) return kTableFull;
+    if (entries[*index].registerCount == 0) return OpenEntry(lockPath, index);
+    ++entries[*index].registerCount;
     return 0;
 }
 
@@ -229,20 +251,20 @@ int32_t LockRegister(const char* path, VrLockHandle* handle) {
 }
 
 int32_t LockLockKey(VrLockHandle handle, VrString key, VrWord, int32_t wait) {
-    LockFileEntry* entry = Find(handle);
-    if (entry == nullptr) return -1;
-    return TakePosition(*entry, KeyPosition(handle, key), wait != 0);
+    const int32_t index = IndexOf(handle);
+    if (index == kBadHandle) return -1;
+    return TakePosition(index, KeyPosition(handle, key), wait != 0);
 }
 
 int32_t LockUnlockKey(VrLockHandle handle, VrString key) {
-    LockFileEntry* entry = Find(handle);
-    if (entry == nullptr) return -1;
-    return GivePositionBack(*entry, KeyPosition(handle, key));
+    const int32_t index = IndexOf(handle);
+    if (index == kBadHandle) return -1;
+    return GivePositionBack(entries[index], KeyPosition(handle, key));
 }
 
 int32_t LockDeregister(VrLockHandle handle) {
-    LockFileEntry* entry = Find(handle);
-    if (entry == nullptr) return -1;
-    CloseEntry(*entry);
+    const int32_t index = IndexOf(handle);
+    if (index == kBadHandle) return -1;
+    CloseEntry(entries[index]);
     return 0;
 }

@@ -30,8 +30,10 @@ OsPoolEntry* entries = nullptr;
 int32_t capacity = 0;
 uint32_t stampCounter = 0;
 
+// Each stamp is below the counter from then on, so that an idle file was always used
+// some time ago.
 uint32_t NextStamp() {
-    return ++stampCounter;
+    return stampCounter++;
 }
 
 OsPoolEntry* Find(vr::OsPoolHandle pooled) {
@@ -95,14 +97,15 @@ void vr::StartPool() {
     VrExitAdd(FreeTable);
 }
 
-// An open may run callbacks of a host, which may make the table move.
+// An open may run callbacks of a host, which may open files here too: an entry is
+// looked for, or looked up again, behind it.
 int32_t vr::OsPoolOpen(const char* path, int32_t flags, int32_t permission, OsPoolHandle* pooled) {
-    const int32_t index = FreeIndex();
     int32_t handle = kNoHandle;
     const int32_t result = OsOpen(path, flags, permission, &handle);
     if (result != 0) return result;
     const int32_t reopenFlags = flags & ~(kOpenCreate | kOpenTruncate);
     char* name = dup_str(path);
+    const int32_t index = FreeIndex();
     entries[index] = {name, 0, reopenFlags, handle, NextStamp()};
     *pooled = index + 1;
     return 0;

@@ -135,7 +135,7 @@ bool GoalIsReached(const Cache& cache) {
 // The oldest first, until the goal is reached.
 void ReleaseListed(Cache& cache, VrString items) {
     auto* const first = reinterpret_cast<CacheItem**>(VrStrText(items));
-    auto* const end = first + static_cast<size_t>(items->length) / sizeof *first;
+    auto* const end = reinterpret_cast<CacheItem**>(VrStrText(items) + items->length);
     std::sort(first, end, [](const CacheItem* a, const CacheItem* b) { return a->time < b->time; });
     const ReleaseScope scope;
     for (CacheItem** item = first; item != end && !GoalIsReached(cache); ++item) {

@@ -73,7 +73,7 @@ int32_t SecondOfDay(const ClockReading& reading) {
 
 int32_t SecondsSince67() {
     const ClockReading reading = Clock();
-    const int64_t west = (reading.minutesWest - reading.daylight * 60) * 60;
+    const int64_t west = int64_t{reading.minutesWest - reading.daylight * 60} * 60;
     return static_cast<int32_t>(reading.seconds - west + kSecondsOf1968And1969);
 }
 

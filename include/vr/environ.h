@@ -4,8 +4,9 @@
  * installation path from VRLPATH. They are worked out once, at the first call of
  * EnvironVrPath, EnvironProduct, EnvironRelease, EnvironPrintAttributesPath or
  * EnvironPrintJobNumPath, which as a rule happens inside UtilInit, and stay for the
- * life of the process. Their texts belong to the library; after VrExit they are
- * null. Name and release are cut at 255 characters. */
+ * life of the process. Their texts belong to the library; after VrExit they are null, as
+ * they are when there was no memory for them. Name and release are cut at 255
+ * characters. */
 #ifndef VR_ENVIRON_H
 #define VR_ENVIRON_H
 
@@ -54,8 +55,8 @@ VR_API int32_t EnvironInternationalDate(void);
 
 /* The name with a leading $VARIABLE replaced by that variable's value, less one
  * trailing separator, up to ten times in a row, and every / made \. A variable that
- * is not set is replaced by nothing. A new string that the caller frees; NullVrStr's
- * string for a null or empty name. */
+ * is not set, or whose name has 256 bytes or more, is replaced by nothing. A new string that the
+ * caller frees; NullVrStr's string for a null or empty name. */
 VR_API VrString EnvironFileName(VrString name);
 
 VR_END

@@ -8,7 +8,8 @@
  * something. The budget is soft: the open goes ahead whatever came of that.
  *
  * Paths are the platform's: C:\DATA\ABC, with / for \ as well. Why a call failed is
- * in errno. Text arguments are zero-terminated. */
+ * in errno. Text arguments are zero-terminated and must not be null, unless said; a null
+ * VrString counts as empty. */
 #ifndef VR_FILES_H
 #define VR_FILES_H
 
@@ -27,8 +28,8 @@ VR_API int32_t files_init(void);
  * the callbacks. After a failure *handle is -1. */
 VR_API int32_t OsOpen(const char* path, int32_t flags, int32_t permission, int32_t* handle);
 
-/* Closes the handle and takes it off the count, which stays at 0 or above, whether
- * or not it was open. Always returns 1. */
+/* Closes the handle and takes 1 off the count, unless that is 0, whether or not the
+ * handle was open. Always returns 1. */
 VR_API int32_t OsClose(int32_t handle);
 
 /* Count a handle that the host opened or closed by other means. OsFilesInc runs the
@@ -82,7 +83,7 @@ VR_API int32_t WriteLockFile(VrWord a, VrWord b);
 /* A listing in progress. Names are without their directory. Times are seconds since
  * 1970. */
 typedef struct DirSearch {
-    uint32_t attributes;
+    uint32_t attributes; /* 0x01 may not be written, 0x10 a directory */
     int32_t creationTime;
     int32_t accessTime;
     int32_t writeTime;

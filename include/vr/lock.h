@@ -5,6 +5,11 @@
  * the locks of a process that ends. Within a process a key can be taken again and
  * again and is given back as often. Two keys of one position are one lock.
  *
+ * The lock file is made at the first use, empty, with the permissions that the process's
+ * umask leaves: hosts of several users share a directory's locks when all may write it.
+ * A fork of a host shares its locks until it runs another program. No text may be null; a
+ * null key counts as empty.
+ *
  * Taking and giving back a key costs one system call each, on the first take and on
  * the last give-back only. */
 #ifndef VR_LOCK_H

@@ -3,7 +3,8 @@
  *
  * UtilInit reads the file whole, from the path in its record, else from the current
  * directory, else from the Windows directory, and copies the file's [ENVIRONMENT]
- * section and then the registry's ENVIRONMENT key into the process environment.
+ * section and then the registry's ENVIRONMENT key into the process environment; without
+ * a file, or with an empty one, neither is copied.
  * After that nothing is read again but registry values and environment variables,
  * at each call.
  *
@@ -57,7 +58,8 @@ VR_API char* IniGetSection(const char* section);
  * 8192 bytes or more. */
 VR_API char* DLLGetEnv(const char* name);
 
-/* Sets the variable for this process and those it starts. 0, or -1 on failure. */
+/* Sets the variable for this process and those it starts; a null value removes it. 0, or
+ * -1 on failure. */
 VR_API int32_t DLLPutEnv(const char* name, const char* value);
 
 VR_END

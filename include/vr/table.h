@@ -21,7 +21,7 @@
 typedef int32_t (*TblFormat)(VrWord unused1, VrWord firstSlot, VrWord unused3, VrWord line,
                              VrWord unused5, VrWord buffer);
 
-enum { kVrTblLineSize = 256 };
+enum { kVrTblLineSize = 320 };
 
 /* A table, as the master table holds it. */
 typedef struct __attribute__((packed)) Tbl {

@@ -20,7 +20,7 @@ tm LocalTime(int64_t seconds) {
 }
 
 int64_t LocalSeconds(int64_t seconds, const ClockReading& zone) {
-    return seconds - (zone.minutesWest - zone.daylight * 60) * 60;
+    return seconds - int64_t{zone.minutesWest - zone.daylight * 60} * 60;
 }
 
 }  // namespace

@@ -13,6 +13,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <string>
 
@@ -70,7 +71,8 @@ int OpenExisting(const char* path, int32_t flags, int hostFlags) {
         close(descriptor);
         return Refuse(EACCES);
     }
-    if ((flags & kOpenTruncate) != 0 && ftruncate(descriptor, 0) != 0) {
+    const bool cut = (flags & kOpenTruncate) != 0 && S_ISREG(status.st_mode);
+    if (cut && ftruncate(descriptor, 0) != 0) {
         close(descriptor);
         return Refuse(EACCES);
     }
@@ -202,6 +204,18 @@ ssize_t WriteText(int descriptor, const char* text, size_t count) {
     return static_cast<ssize_t>(done);
 }
 
+// Gives a file the owner and the permissions of another. A file that cannot be given away
+// keeps from others what its new owner alone was granted.
+bool TakeOver(const char* path, const char* from) {
+    struct stat own;
+    struct stat other;
+    if (stat(path, &own) != 0 || stat(from, &other) != 0) return false;
+    mode_t mode = other.st_mode & (S_IRWXU | S_IRWXG | S_IRWXO);
+    const bool sameOwner = own.st_uid == other.st_uid && own.st_gid == other.st_gid;
+    if (!sameOwner && chown(path, other.st_uid, other.st_gid) != 0) mode &= S_IRWXU;
+    return (own.st_mode & ~mode_t{S_IFMT}) == mode || chmod(path, mode) == 0;
+}
+
 int32_t PositionResult(off_t position) {
     if (position > INT32_MAX) return Refuse(EOVERFLOW);
     return static_cast<int32_t>(position);
@@ -233,7 +247,7 @@ int32_t FileOpen(const char* path, int32_t flags, int32_t sharing, int32_t permi
     if (openFailures.MustFail()) return Refuse(openFailures.error);
     if (sharing != kShareDenyNone) return Refuse(EINVAL);
     const int descriptor = OpenOnHost(path, flags, permission);
-    if (descriptor == -1) return -1;
+    if (descriptor == -1) return errno == ENFILE ? Refuse(kErrorTooManyOpenFiles) : -1;
     const size_t index = FreeIndex();
     Table()[index] = {descriptor, (flags & kOpenBinary) == 0, false, {}};
     return static_cast<int32_t>(index) + kFirstHandle;
@@ -269,7 +283,10 @@ int32_t FileSeek(int32_t handle, int32_t offset, int32_t origin) {
     if (file == nullptr) return -1;
     if (origin < kSeekStart || origin > kSeekEnd) return Refuse(EINVAL);
     file->textEnded = false;
-    return PositionResult(lseek(file->descriptor, offset, origin));
+    const off_t before = lseek(file->descriptor, 0, SEEK_CUR);
+    const off_t reached = lseek(file->descriptor, offset, origin);
+    if (reached > INT32_MAX) lseek(file->descriptor, before, SEEK_SET);
+    return PositionResult(reached);
 }
 
 int32_t FileLength(int32_t handle) {
@@ -297,7 +314,7 @@ void* FileSystemHandle(int32_t handle) {
 int32_t FileStatus(const char* path) {
     char hostPath[kHostPathSize];
     struct stat status;
-    return HostPath(path, hostPath) ? stat(hostPath, &status) : -1;
+    return HostPath(path, hostPath) ? lstat(hostPath, &status) : -1;
 }
 
 int32_t FileDelete(const char* path) {
@@ -308,10 +325,10 @@ int32_t FileDelete(const char* path) {
 int32_t FileReplace(const char* from, const char* to) {
     char hostFrom[kHostPathSize];
     char hostTo[kHostPathSize];
-    struct stat status;
+    char target[kHostPathSize];
     if (!HostPath(from, hostFrom) || !HostPath(to, hostTo)) return -1;
-    if (stat(hostTo, &status) == 0 && chmod(hostFrom, status.st_mode & 07777) != 0) return -1;
-    return std::rename(hostFrom, hostTo);
+    if (realpath(hostTo, target) == nullptr) return std::rename(hostFrom, hostTo);
+    return TakeOver(hostFrom, target) ? std::rename(hostFrom, target) : -1;
 }
 
 char* UniqueName(char* path) {

@@ -104,7 +104,8 @@ int32_t FindNext(int32_t search, FindData* data) {
     const Search* found = FindSearch(search);
     if (found == nullptr) return -1;
     while (const dirent* entry = readdir(found->directory)) {
-        if (!Fits(entry->d_name, found->pattern.c_str())) continue;
+        const bool nameable = std::strchr(entry->d_name, '\\') == nullptr;
+        if (!nameable || !Fits(entry->d_name, found->pattern.c_str())) continue;
         Describe(found->directory, entry->d_name, data);
         return 0;
     }

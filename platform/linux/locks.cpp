@@ -53,7 +53,6 @@ int ContractError(int error) {
     switch (error) {
         case EAGAIN:
             return kErrorAccessDenied;
-        case ENOLCK:
         case EOPNOTSUPP:
         case ENOSYS:
             return kErrorInvalid;

@@ -8,9 +8,12 @@
 
 #include <cstdlib>
 #include <cstring>
+#include <string>
+#include <vector>
 
 #include "linux/paths.h"
 #include "platform/process.h"
+#include "platform/text.h"
 
 namespace {
 
@@ -45,6 +48,23 @@ bool ModulePath(void* module, char (&path)[kHostPathSize]) {
     return realpath(name, path) != nullptr;
 }
 
+// A name of the platform's kind, X or X.DLL, may be that of the host's X.so or libX.so.
+std::vector<std::string> FileNamesOf(const std::string& name) {
+    const size_t base = name.find_last_of("\\/:") + 1;  // 0 when there is none
+    std::string stem = name.substr(base);
+    const size_t dot = stem.find_last_of('.');
+    if (dot != std::string::npos && lstrcmpiA(stem.c_str() + dot, ".dll") == 0) stem.resize(dot);
+    const std::string directory = name.substr(0, base);
+    return {name, directory + stem + ".so", directory + "lib" + stem + ".so"};
+}
+
+void* LoadFile(const std::string& name) {
+    char path[kHostPathSize];
+    const bool bare = name.find_first_of("\\/:") == std::string::npos;
+    if (bare) return dlopen(name.c_str(), RTLD_NOW);
+    return HostPath(name.c_str(), path) ? dlopen(path, RTLD_NOW) : nullptr;
+}
+
 }  // namespace
 
 uint32_t GetModuleFileNameA(void* module, char* buffer, uint32_t size) {
@@ -59,11 +79,11 @@ uint32_t GetModuleFileNameA(void* module, char* buffer, uint32_t size) {
 }
 
 void* LoadLibraryA(const char* name) {
-    char path[kHostPathSize];
     if (name == nullptr || *name == '\0') return nullptr;
-    const bool bare = std::strpbrk(name, "\\/:") == nullptr;
-    if (bare) return dlopen(name, RTLD_NOW);
-    return HostPath(name, path) ? dlopen(path, RTLD_NOW) : nullptr;
+    for (const std::string& candidate : FileNamesOf(name)) {
+        if (void* module = LoadFile(candidate)) return module;
+    }
+    return nullptr;
 }
 
 int32_t FreeLibrary(void* module) {

@@ -22,6 +22,7 @@ namespace {
 
 constexpr std::string_view kSeparators = "\\/";
 constexpr size_t kDriveSize = 2;  // letter and colon
+constexpr char kDefaultDrive = 'C';
 
 // A full path in parts.
 struct FullPath {
@@ -47,7 +48,7 @@ bool DriveRoot(char drive, std::string& root) {
     const char* directory = std::getenv(variable);
     if (directory == nullptr || *directory != '/') {
         root.clear();
-        return drive == 'C';
+        return drive == kDefaultDrive;
     }
     char real[PATH_MAX];
     root = realpath(directory, real) == nullptr ? directory : real;
@@ -74,8 +75,10 @@ void AppendNames(std::string_view text, std::vector<std::string>& names) {
     }
 }
 
-// A path lies on the drive whose root is the nearest above it.
+// A path lies on the drive whose root is the nearest above it. A name that holds a
+// backslash cannot be told from two.
 bool SplitHostPath(std::string_view hostPath, FullPath& full) {
+    if (hostPath.find('\\') != std::string_view::npos) return false;
     std::string nearest;
     full.drive = '\0';
     for (char drive = 'A'; drive <= 'Z'; ++drive) {
@@ -95,15 +98,16 @@ bool SplitCurrentDirectory(FullPath& full) {
     return getcwd(directory, sizeof directory) != nullptr && SplitHostPath(directory, full);
 }
 
-// Only a path that names another drive can do without the current directory.
+// Where the current directory lies on no drive, or is gone, only what it has no part in
+// can be named; a path from the root is then on drive C.
 bool SplitPath(std::string_view path, FullPath& full) {
     const char drive = DriveOf(path);
     if (drive != '\0') path.remove_prefix(kDriveSize);
     const bool fromRoot = !path.empty() && IsSeparator(path.front());
-    if (drive == '\0' || !fromRoot) {
-        if (!SplitCurrentDirectory(full)) return false;
-        if (fromRoot || (drive != '\0' && drive != full.drive)) full.names.clear();
-    }
+    const bool current = SplitCurrentDirectory(full);
+    if (!current) full = {kDefaultDrive, {}};
+    if (!current && !fromRoot && drive == '\0') return false;
+    if (fromRoot || (drive != '\0' && drive != full.drive)) full.names.clear();
     if (drive != '\0') full.drive = drive;
     AppendNames(path, full.names);
     return true;

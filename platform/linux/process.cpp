@@ -8,6 +8,8 @@
 
 #include <cstdlib>
 
+#include "linux/reaper.h"
+
 namespace {
 
 bool IsLastThread() {
@@ -18,7 +20,7 @@ bool IsLastThread() {
         if (entry->d_name[0] != '.') ++count;
     }
     closedir(tasks);
-    return count == 1;
+    return count - ReaperThreads() == 1;
 }
 
 }  // namespace

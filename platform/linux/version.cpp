@@ -55,7 +55,8 @@ std::string TextOfLine(std::string_view line) {
 // resource or no room for a text.
 std::string MakeBlock(const char* module, size_t limit) {
     std::string file;
-    if (module == nullptr || !ReadTextFile((std::string(module) + ".version").c_str(), file)) {
+    if (module == nullptr || *module == '\0' ||
+        !ReadTextFile((std::string(module) + ".version").c_str(), file)) {
         return {};
     }
     std::string block(sizeof(BlockHeader), '\0');

@@ -27,6 +27,19 @@ PLATFORM_API void ControlFailLocks(uint32_t nth, uint32_t count, int32_t error);
 /* How many blocks of LocalAlloc and GlobalAlloc have not been given back. */
 PLATFORM_API uint32_t ControlBlocksOut(void);
 
+/* Told of every program that is to be started: its command line and its window mode, -1
+ * when none was asked for. It answers kProgramReal, to start it; kProgramRan, as if it had
+ * run and ended with *code; or kProgramFailed, as if the start had failed with *code. */
+enum { kProgramReal = 0, kProgramRan = 1, kProgramFailed = 2 };
+typedef int32_t (*ProgramRecorder)(void* context, const char* commandLine, int32_t windowMode,
+                                   uint32_t* code);
+
+/* From now on programs are told to the recorder first; null takes it away. */
+PLATFORM_API void ControlPrograms(ProgramRecorder recorder, void* context);
+
+/* The platform number that GetVersionExA reports; 2 at first. */
+PLATFORM_API void ControlPlatformNumber(uint32_t number);
+
 /* Stops the clock at that reading, in its zone; null lets it run again. */
 PLATFORM_API void ControlFreezeClock(const ClockReading* reading);
 

@@ -10,7 +10,8 @@
  *
  * Failures give the result told with each service, and leave the reason in errno:
  * 2 no such file, 9 bad handle, 13 access denied, 17 exists, 22 invalid argument, 24
- * too many open files, 28 disk full, 34 result too long, 36 name too long. */
+ * too many open files, 28 disk full, 34 result too long, 36 name too long, 75 beyond 31
+ * bits; others are the host's. */
 #ifndef PLATFORM_FILES_H
 #define PLATFORM_FILES_H
 
@@ -85,8 +86,9 @@ PLATFORM_API int32_t FileStatus(const char* path);
 /* Deletes a file: 0, or -1. */
 PLATFORM_API int32_t FileDelete(const char* path);
 
-/* Puts the file `from` in the place of `to`, in one step for whoever looks; a file
- * that stood there leaves its permissions to the new one. 0, or -1. */
+/* Puts the file `from` in the place of `to`, in one step for whoever looks; a link is
+ * followed. A file that stood there leaves its permissions to the new one, and its owner
+ * as far as the caller may give files away. 0, or -1. */
 PLATFORM_API int32_t FileReplace(const char* from, const char* to);
 
 /* Replaces the six X at the end of `path`, in place: the last five by the low five
@@ -123,7 +125,7 @@ typedef struct FindData {
 /* Searches a directory for names that fit the last part of `pattern`, where * stands
  * for any bytes and ? for one, and *.* fits every name. "." and ".." are names too.
  * The first name is stored; the result is the handle of the search, or -1 when there
- * is none. The order is the directory's own. */
+ * is none. The order is the directory's own; names that hold a backslash are left out. */
 PLATFORM_API int32_t FindFirst(const char* pattern, FindData* data);
 
 /* Stores the next name: 0, or -1 at the end. */

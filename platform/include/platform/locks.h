@@ -2,7 +2,9 @@
  * lie beyond its end.
  *
  * A lock belongs to the handle that took it. Two handles contend even within one
- * process, a lock goes with its handle or its process, and children inherit none. */
+ * process, a lock goes with its handle or its process, and a child that runs another
+ * program inherits none. A fork that goes on with this one shares the handles and their
+ * locks. */
 #ifndef PLATFORM_LOCKS_H
 #define PLATFORM_LOCKS_H
 

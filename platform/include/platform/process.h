@@ -24,8 +24,9 @@ PLATFORM_API void ExitThread(uint32_t code) __attribute__((noreturn));
  * there is no such module. */
 PLATFORM_API uint32_t GetModuleFileNameA(void* module, char* buffer, uint32_t size);
 
-/* Loads the shared object of that path, or, for a bare name, the one that the
- * system's search finds. Null when there is none. Loads are counted. */
+/* Loads the shared object of that path, or, for a bare name, the one that the system's
+ * search finds, the platform's own folder first. For X and X.DLL the names X.so and
+ * libX.so are tried too. Null when there is none. Loads are counted. */
 PLATFORM_API void* LoadLibraryA(const char* name);
 
 /* Takes one load back. 1, or 0 for an unknown module. */

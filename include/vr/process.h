@@ -1,0 +1,52 @@
+/* Running commands, and asking which programs run. */
+#ifndef VR_PROCESS_H
+#define VR_PROCESS_H
+
+#include "vr/abi.h"
+
+VR_BEGIN
+
+/* Runs a command, by its first character behind any white space:
+ *
+ *     &N TEXT   TEXT straight away, without the shell; nobody waits
+ *     +N TEXT   the same, and waits
+ *     -N TEXT   the shell, hidden, when N is 0 or not there, and then a file of the name
+ *               of the shell's word wins in the host's folder, the current directory or
+ *               the product's bin; else as below, with N
+ *     TEXT      the shell, and waits
+ *
+ * N is the window mode, 0 to 9, directly behind the sign; 3 unless given. A text with a
+ * ; goes to the shell as a batch file of its parts, "__aavrtm.bat" in the current
+ * directory, which is deleted again. A command that is null, blank or a bare & or +
+ * starts the shell alone. `outputFile`, which may be null or empty, receives the output
+ * of what runs in the shell: it is named there, so the shell makes it.
+ *
+ * Returns the exit code, or 1 when nobody waits. A command that cannot be started shows a
+ * message and gives 0, or -1 when hidden; so does one whose line has more than 259
+ * characters, or whose output file's name more than 249 in a batch file. */
+VR_API int32_t System(const char* command, const char* outputFile);
+
+/* The variable VRLPORT, or "Unknown". Not to be freed; good until the next DLLGetEnv. */
+VR_API const char* GetPortNumber(void);
+
+/* Waits for so many seconds. */
+VR_API void GoToSleep(uint32_t seconds);
+
+/* The queries below look at 300 processes at most. A program's name is its file's,
+ * extension included, and compares without regard to case. A process that may not be read
+ * is called "unknown". When the list of processes cannot be had, a message says so. */
+
+/* The number of the first process of that program, or 0. */
+VR_API uint32_t VrFindProcess(const char* name);
+
+/* All of them, as number,name;number,name in lower case: a text that the caller frees with
+ * free_mem. */
+VR_API char* VrProcessList(void);
+
+/* The full path of the first process of that program, in lower case; empty when there is
+ * none. A text that the caller frees with free_mem. */
+VR_API char* VrProcessPath(const char* name);
+
+VR_END
+
+#endif

@@ -1,0 +1,38 @@
+/* Process lists: two small libraries beside the platform's own, which are loaded at run
+ * time by their bare names "psapi" and "kernel32". They read the host's /proc. */
+#ifndef PLATFORM_PROCESSLIST_H
+#define PLATFORM_PROCESSLIST_H
+
+#include "platform/base.h"
+
+/* An entry of a snapshot. */
+typedef struct ProcessEntry32 {
+    uint32_t size; /* of this record, set before each call */
+    uint32_t usage;
+    uint32_t processNumber;
+    uint32_t heapNumber;
+    uint32_t moduleNumber;
+    uint32_t threads;
+    uint32_t parentNumber;
+    int32_t priority;
+    uint32_t flags;
+    char path[260]; /* the program's full drive path, or "unknown" */
+} ProcessEntry32;
+
+/* Of "psapi". EnumProcesses stores the numbers of the running processes, as far as `bytes`
+ * goes, and how many bytes it stored. EnumProcessModules stores the process's first module,
+ * the program itself; a process that may not be read has none. The other two store the
+ * program's file name and its full drive path, cut to `size` bytes with the zero, and
+ * return the length; 0 when they cannot be had. */
+typedef int32_t (*EnumProcessesRoutine)(uint32_t* numbers, uint32_t bytes, uint32_t* stored);
+typedef int32_t (*EnumProcessModulesRoutine)(void* process, void** modules, uint32_t bytes,
+                                             uint32_t* needed);
+typedef uint32_t (*GetModuleNameRoutine)(void* process, void* module, char* name, uint32_t size);
+
+/* Of "kernel32". A snapshot holds the processes of one moment and is given back with
+ * CloseHandle; Process32First and Process32Next store its entries, and return 0 behind the
+ * last or for a record of another size. */
+typedef void* (*CreateSnapshotRoutine)(uint32_t flags, uint32_t processNumber);
+typedef int32_t (*WalkSnapshotRoutine)(void* snapshot, ProcessEntry32* entry);
+
+#endif

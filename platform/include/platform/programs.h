@@ -1,0 +1,97 @@
+/* Running programs.
+ *
+ * A command line is split by the platform's rules: blanks divide words, double quotes
+ * hold blanks in, \" is a quote, and backslashes count double only in front of a quote.
+ * Its first word names the program. One with a directory is found there; another is
+ * looked for in the folder of the running program, in the current directory and then in
+ * the host's PATH; each also with .exe behind it. An unquoted name may hold blanks: the
+ * shortest start of the line that is a file is taken.
+ *
+ * The words CMD and COMMAND.COM, with or without an extension, are the host's shell: with
+ * /c it runs the text behind it as it stands, which may be the name of a batch file, and
+ * alone it reads its commands from standard input. A batch file (.bat, .cmd) is a list of
+ * lines for that shell, whose CR are taken off.
+ *
+ * A program has the caller's environment, current directory and standard streams, and
+ * inherits nothing else. One that nobody waits for leaves no zombie. */
+#ifndef PLATFORM_PROGRAMS_H
+#define PLATFORM_PROGRAMS_H
+
+#include "platform/base.h"
+
+enum {
+    STARTF_USESHOWWINDOW = 1,
+    INFINITE = -1,
+    WAIT_OBJECT_0 = 0,
+    WAIT_TIMEOUT = 258,
+    STILL_ACTIVE = 259
+};
+
+/* How the window opens; there is no window here, and only the control panel looks. */
+typedef struct StartupInfo {
+    uint32_t size; /* of this record */
+    char* reserved;
+    char* desktop;
+    char* title;
+    uint32_t position[7];
+    uint32_t flags;
+    uint16_t showWindow; /* 0, hidden, to 9; counts with STARTF_USESHOWWINDOW */
+    uint16_t reservedSize;
+    void* reservedData;
+    void* streams[3];
+} StartupInfo;
+
+typedef struct ProcessInformation {
+    void* process; /* handles, each given back with CloseHandle */
+    void* thread;
+    uint32_t processNumber;
+    uint32_t threadNumber;
+} ProcessInformation;
+
+typedef struct OsVersionInfo {
+    uint32_t size;
+    uint32_t major;
+    uint32_t minor;
+    uint32_t build;
+    uint32_t platformNumber; /* 2, unless the control panel says another */
+    char servicePack[128];
+} OsVersionInfo;
+
+PLATFORM_BEGIN
+
+/* Starts a program. `application`, the security records and `environment` are to be
+ * null, `inherit` and `flags` 0, and `directory` null. 1 with the handles filled in; or 0,
+ * and GetLastError tells 2 (no such program), 3 (no such directory), 5 (it may not be
+ * run), 8 (no memory), 87 (what is asked for is not offered) or 193 (not a program). */
+PLATFORM_API int32_t CreateProcessA(const char* application, char* commandLine,
+                                    void* processSecurity, void* threadSecurity, int32_t inherit,
+                                    uint32_t flags, void* environment, const char* directory,
+                                    const StartupInfo* startup, ProcessInformation* information);
+
+/* The reason why the last call of a service in this header failed. */
+PLATFORM_API uint32_t GetLastError(void);
+
+/* Waits until the process has ended, at most so many milliseconds. WAIT_OBJECT_0,
+ * WAIT_TIMEOUT, or INFINITE for a handle that is no process. */
+PLATFORM_API int32_t WaitForSingleObject(void* process, int32_t milliseconds);
+
+/* The exit code of a process that has ended: 0 to 255, or 128 and the number of the
+ * signal that killed it; STILL_ACTIVE before that. 1, or 0 for a bad handle. */
+PLATFORM_API int32_t GetExitCodeProcess(void* process, uint32_t* code);
+
+/* Opens a process that runs, by its number. Null when there is none. The access is not
+ * looked at; what may be read of the process depends on whose it is. */
+PLATFORM_API void* OpenProcess(uint32_t access, int32_t inherit, uint32_t processNumber);
+
+/* Gives back a handle of this header or of the process lists. 1, or 0 for a bad one. */
+PLATFORM_API int32_t CloseHandle(void* handle);
+
+/* Waits for so many milliseconds. */
+PLATFORM_API void Sleep(uint32_t milliseconds);
+
+/* Fills in the record, whose size must be set: 1, or 0. */
+PLATFORM_API int32_t GetVersionExA(OsVersionInfo* version);
+
+PLATFORM_END
+
+#endif

@@ -1,0 +1,212 @@
+// Command lines. The first word decides: the shell by its words, a batch file by its
+// name, and otherwise a program that gets the words behind it.
+
+#include "linux/commandline.h"
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdlib>
+#include <fstream>
+#include <iterator>
+
+#include "linux/paths.h"
+#include "platform/text.h"
+
+namespace {
+
+constexpr char kShell[] = "/bin/sh";
+constexpr char kBlanks[] = " \t";
+constexpr int kNoSuchProgram = 2;
+constexpr int kNoSuchDirectory = 3;
+
+bool Same(const std::string& a, const char* b) {
+    return lstrcmpiA(a.c_str(), b) == 0;
+}
+
+bool HasExtension(const std::string& name, const char* extension) {
+    const size_t dot = name.find_last_of('.');
+    return dot != std::string::npos && Same(name.substr(dot), extension);
+}
+
+bool IsShellWord(const std::string& word) {
+    return Same(word, "CMD") || Same(word, "CMD.EXE") || Same(word, "COMMAND") ||
+           Same(word, "COMMAND.COM");
+}
+
+bool IsBatchName(const std::string& name) {
+    return HasExtension(name, ".bat") || HasExtension(name, ".cmd");
+}
+
+bool IsBlank(char c) {
+    return c == ' ' || c == '\t';
+}
+
+// Takes a run of backslashes, and the quote behind it if there is one. In front of a
+// quote two of them are one, and an odd one makes the quote a byte like any other.
+void TakeBackslashes(const std::string& line, size_t& at, std::string& word, bool& quoted) {
+    const size_t end = std::min(line.find_first_not_of('\\', at), line.size());
+    const size_t backslashes = end - at;
+    const bool quote = end < line.size() && line[end] == '"';
+    word.append(quote ? backslashes / 2 : backslashes, '\\');
+    at = quote ? end + 1 : end;
+    if (!quote) return;
+    if (backslashes % 2 == 0) {
+        quoted = !quoted;
+    } else {
+        word += '"';
+    }
+}
+
+// Takes the next word off the line.
+std::string TakeWord(const std::string& line, size_t& at) {
+    std::string word;
+    bool quoted = false;
+    while (at < line.size() && (quoted || !IsBlank(line[at]))) {
+        if (line[at] == '\\' || line[at] == '"') {
+            TakeBackslashes(line, at, word, quoted);
+        } else {
+            word += line[at++];
+        }
+    }
+    return word;
+}
+
+void PassBlanks(const std::string& line, size_t& at) {
+    at = std::min(line.find_first_not_of(kBlanks, at), line.size());
+}
+
+bool IsFile(const std::string& hostPath) {
+    struct stat status;
+    return stat(hostPath.c_str(), &status) == 0 && S_ISREG(status.st_mode);
+}
+
+bool IsFileHere(const std::string& hostDirectory, const std::string& name, std::string& found) {
+    for (const char* extension : {"", ".exe"}) {
+        found = hostDirectory + "/" + name + extension;
+        if (IsFile(found)) return true;
+    }
+    return false;
+}
+
+std::string OwnDirectory() {
+    char path[kHostPathSize];
+    const ssize_t length = readlink("/proc/self/exe", path, sizeof path);
+    const std::string own(path, static_cast<size_t>(length < 0 ? 0 : length));
+    return own.substr(0, own.find_last_of('/'));
+}
+
+bool FindByPath(const std::string& name, std::string& found) {
+    for (const char* extension : {"", ".exe"}) {
+        char hostPath[kHostPathSize];
+        if (!HostPath((name + extension).c_str(), hostPath) || !IsFile(hostPath)) continue;
+        found = hostPath;
+        return true;
+    }
+    return false;
+}
+
+bool FindInPath(const std::string& name, std::string& found) {
+    const char* variable = std::getenv("PATH");
+    std::string path = variable == nullptr ? "/usr/bin:/bin" : variable;
+    while (!path.empty()) {
+        const std::string directory = path.substr(0, path.find(':'));
+        path.erase(0, directory.size() + 1);
+        if (!directory.empty() && IsFileHere(directory, name, found) &&
+            access(found.c_str(), X_OK) == 0) {
+            return true;
+        }
+    }
+    return false;
+}
+
+bool FindProgram(const std::string& name, std::string& found) {
+    if (name.empty()) return false;
+    if (name.find_first_of("\\/:") != std::string::npos) return FindByPath(name, found);
+    return IsFileHere(OwnDirectory(), name, found) || FindByPath(name, found) ||
+           FindInPath(name, found);
+}
+
+// Sets `at` behind the program's name. An unquoted name grows word by word until it is
+// a file.
+bool FindFirstWord(const std::string& line, size_t& at, std::string& found) {
+    if (line[at] == '"') return FindProgram(TakeWord(line, at), found);
+    const size_t start = at;
+    while (at < line.size()) {
+        at = std::min(line.find_first_of(kBlanks, at), line.size());
+        if (FindProgram(line.substr(start, at - start), found)) return true;
+        PassBlanks(line, at);
+    }
+    return false;
+}
+
+int NotFound(const std::string& name) {
+    const size_t separator = name.find_last_of("\\/");
+    if (separator == std::string::npos) return kNoSuchProgram;
+    char directory[kHostPathSize];
+    struct stat status;
+    const bool exists =
+        HostPath(name.substr(0, separator + 1).c_str(), directory) && stat(directory, &status) == 0;
+    return exists ? kNoSuchProgram : kNoSuchDirectory;
+}
+
+// A batch file's lines, which the shell gets as a text.
+bool ReadBatch(const std::string& hostPath, std::string& text) {
+    std::ifstream file(hostPath, std::ios::binary);
+    if (!file) return false;
+    text.assign(std::istreambuf_iterator<char>(file), {});
+    std::erase(text, '\r');
+    return true;
+}
+
+HostCommand ShellCommand(const std::string& text) {
+    return {kShell, {"sh", "-c", text}};
+}
+
+HostCommand BareShell() {
+    return {kShell, {"sh"}};
+}
+
+// The text behind /c may name a batch file.
+HostCommand CommandOfText(const std::string& text) {
+    std::string found;
+    std::string batch;
+    const bool isBatch = IsBatchName(text) && text.find_first_of(kBlanks) == std::string::npos;
+    if (isBatch && FindByPath(text, found) && ReadBatch(found, batch)) return ShellCommand(batch);
+    return ShellCommand(text);
+}
+
+HostCommand ParseShellLine(const std::string& line, size_t at) {
+    PassBlanks(line, at);
+    const bool runs = line.size() >= at + 2 && line[at] == '/' && (line[at + 1] | 0x20) == 'c';
+    if (!runs) return BareShell();
+    at += 2;
+    PassBlanks(line, at);
+    return CommandOfText(line.substr(at));
+}
+
+}  // namespace
+
+int ParseCommandLine(const std::string& line, HostCommand& command) {
+    size_t at = 0;
+    PassBlanks(line, at);
+    if (at == line.size()) return kNoSuchProgram;
+    size_t behindWord = at;
+    const std::string word = TakeWord(line, behindWord);
+    if (IsShellWord(word)) {
+        command = ParseShellLine(line, behindWord);
+        return 0;
+    }
+    std::string found;
+    if (!FindFirstWord(line, at, found)) return NotFound(word);
+    std::string batch;
+    if (IsBatchName(found) && ReadBatch(found, batch)) {
+        command = ShellCommand(batch);
+        return 0;
+    }
+    command = {found, {word}};
+    for (PassBlanks(line, at); at < line.size(); PassBlanks(line, at))
+        command.words.push_back(TakeWord(line, at));
+    return 0;
+}

@@ -1,0 +1,24 @@
+// Handles of processes and of whatever the platform's further libraries give out.
+#ifndef LINUX_HANDLES_H
+#define LINUX_HANDLES_H
+
+#include "platform/base.h"
+
+struct HandleKind {
+    void (*close)(void* object);
+};
+
+PLATFORM_BEGIN
+
+// A handle for an object, which its kind's close gets when CloseHandle is called.
+PLATFORM_API void* PlatformNewHandle(const HandleKind* kind, void* object);
+
+// The object behind the handle; null when it is bad or of another kind.
+PLATFORM_API void* PlatformHandleObject(const HandleKind* kind, void* handle);
+
+// The number of a process that OpenProcess or CreateProcessA gave; 0 for a bad handle.
+PLATFORM_API uint32_t PlatformProcessNumber(void* handle);
+
+PLATFORM_END
+
+#endif

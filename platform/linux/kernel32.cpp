@@ -1,0 +1,53 @@
+// The library "kernel32": snapshots of the running processes.
+
+#include <algorithm>
+#include <cstring>
+#include <string>
+#include <vector>
+
+#include "linux/handles.h"
+#include "linux/proc.h"
+#include "platform/processlist.h"
+
+static_assert(sizeof(ProcessEntry32) == 296);
+
+namespace {
+
+struct Snapshot {
+    std::vector<uint32_t> numbers;
+    size_t next;
+};
+
+constexpr HandleKind kSnapshotKind = {
+    [](void* object) { delete static_cast<Snapshot*>(object); },
+};
+
+}  // namespace
+
+PLATFORM_BEGIN
+
+PLATFORM_API void* CreateToolhelp32Snapshot(uint32_t, uint32_t) {
+    return PlatformNewHandle(&kSnapshotKind, new Snapshot{ProcessNumbers(), 0});
+}
+
+PLATFORM_API int32_t Process32Next(void* handle, ProcessEntry32* entry) {
+    auto* snapshot = static_cast<Snapshot*>(PlatformHandleObject(&kSnapshotKind, handle));
+    if (snapshot == nullptr || entry->size != sizeof *entry) return 0;
+    if (snapshot->next == snapshot->numbers.size()) return 0;
+    const uint32_t number = snapshot->numbers[snapshot->next++];
+    std::string path;
+    if (!ProgramPath(number, path)) path = "unknown";
+    *entry = {};
+    entry->size = sizeof *entry;
+    entry->processNumber = number;
+    std::memcpy(entry->path, path.data(), std::min(path.size(), sizeof entry->path - 1));
+    return 1;
+}
+
+PLATFORM_API int32_t Process32First(void* handle, ProcessEntry32* entry) {
+    auto* snapshot = static_cast<Snapshot*>(PlatformHandleObject(&kSnapshotKind, handle));
+    if (snapshot != nullptr) snapshot->next = 0;
+    return Process32Next(handle, entry);
+}
+
+PLATFORM_END

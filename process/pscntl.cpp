@@ -1,0 +1,216 @@
+// Process queries. Each builds a list of the running processes anew, by one of two back
+// ends that are loaded at their first use, and looks something up in it.
+
+#define VR_MODULE "pscntl"
+
+#include <algorithm>
+#include <cstdio>
+#include <cstring>
+
+#include "platform/messagebox.h"
+#include "platform/process.h"
+#include "platform/processlist.h"
+#include "platform/programs.h"
+#include "platform/text.h"
+#include "vr/dll.h"
+#include "vr/environ.h"
+#include "vr/memory.h"
+#include "vr/process.h"
+#include "vr/text.h"
+
+namespace {
+
+constexpr uint32_t kMostProcesses = 300;
+constexpr uint32_t kTextSize = 260;
+constexpr uint32_t kPlatformWithPsapi = 2;
+constexpr uint32_t kQueryAndRead = 0x410;
+constexpr uint32_t kSnapshotOfAll = 15;
+constexpr char kUnknown[] = "unknown";
+
+struct ProcessRecord {
+    uint32_t number;
+    char name[kTextSize];
+    char path[kTextSize];
+};
+
+constexpr uint32_t kListSize = kMostProcesses * sizeof(ProcessRecord);
+static_assert(kListSize == 157200);
+
+VrWord backEnd = 0;  // the module; not 0 once its entry points are there
+
+EnumProcessesRoutine enumProcesses = nullptr;
+EnumProcessModulesRoutine enumProcessModules = nullptr;
+GetModuleNameRoutine getModuleBaseName = nullptr;
+GetModuleNameRoutine getModuleFileName = nullptr;
+CreateSnapshotRoutine createSnapshot = nullptr;
+WalkSnapshotRoutine processFirst = nullptr;
+WalkSnapshotRoutine processNext = nullptr;
+
+void Complain(const char* format, const char* library) {
+    char text[512];
+    std::snprintf(text, sizeof text, format, library);
+    MessageBoxA(nullptr, text, EnvironProduct(), MB_OK | MB_ICONEXCLAMATION);
+}
+
+template <typename Routine>
+bool FindEntry(VrWord module, const char* name, Routine& routine) {
+    routine = reinterpret_cast<Routine>(GetProcAddress(reinterpret_cast<void*>(module), name));
+    return routine != nullptr;
+}
+
+bool FindPsapi(VrWord module) {
+    return FindEntry(module, "EnumProcesses", enumProcesses) &&
+           FindEntry(module, "EnumProcessModules", enumProcessModules) &&
+           FindEntry(module, "GetModuleBaseNameA", getModuleBaseName) &&
+           FindEntry(module, "GetModuleFileNameExA", getModuleFileName);
+}
+
+bool FindKernel(VrWord module) {
+    return FindEntry(module, "CreateToolhelp32Snapshot", createSnapshot) &&
+           FindEntry(module, "Process32First", processFirst) &&
+           FindEntry(module, "Process32Next", processNext);
+}
+
+void Fill(ProcessRecord& record, uint32_t number, const char* name, const char* path) {
+    record.number = number;
+    std::snprintf(record.name, sizeof record.name, "%s", name);
+    std::snprintf(record.path, sizeof record.path, "%s", path);
+    ToLower(record.name);
+    ToLower(record.path);
+}
+
+void ReadProcess(ProcessRecord& record, uint32_t number) {
+    char name[kTextSize] = "";
+    char path[kTextSize] = "";
+    void* process = OpenProcess(kQueryAndRead, 0, number);
+    void* module = nullptr;
+    uint32_t needed = 0;
+    if (process == nullptr || enumProcessModules(process, &module, sizeof module, &needed) == 0) {
+        Fill(record, number, kUnknown, kUnknown);
+    } else {
+        getModuleBaseName(process, module, name, sizeof name);
+        getModuleFileName(process, module, path, sizeof path);
+        Fill(record, number, name, path);
+    }
+    if (process != nullptr) CloseHandle(process);
+}
+
+uint32_t ListByPsapi(ProcessRecord* list) {
+    uint32_t numbers[kMostProcesses];
+    uint32_t stored = 0;
+    enumProcesses(numbers, sizeof numbers, &stored);
+    const uint32_t count = std::min(stored / uint32_t{sizeof numbers[0]}, kMostProcesses);
+    for (uint32_t i = 0; i < count; ++i)
+        ReadProcess(list[i], numbers[i]);
+    return count;
+}
+
+const char* NameInPath(const char* path) {
+    const char* backslash = std::strrchr(path, '\\');
+    return backslash == nullptr ? path : backslash + 1;
+}
+
+// Only the low byte of the walk's results counts.
+bool Walked(int32_t result) {
+    return (result & 0xFF) != 0;
+}
+
+uint32_t ListByKernel(ProcessRecord* list) {
+    ProcessEntry32 entry = {};
+    entry.size = sizeof entry;
+    void* snapshot = createSnapshot(kSnapshotOfAll, 0);
+    uint32_t count = 0;
+    for (bool more = Walked(processFirst(snapshot, &entry)); more && count < kMostProcesses;
+         more = Walked(processNext(snapshot, &entry))) {
+        Fill(list[count++], entry.processNumber, NameInPath(entry.path), entry.path);
+    }
+    CloseHandle(snapshot);
+    return count;
+}
+
+struct BackEnd {
+    const char* library;
+    bool (*find)(VrWord module);
+    uint32_t (*list)(ProcessRecord* list);
+};
+
+constexpr BackEnd kPsapi = {"psapi", FindPsapi, ListByPsapi};
+constexpr BackEnd kKernel = {"kernel32", FindKernel, ListByKernel};
+
+const BackEnd& BackEndOfPlatform() {
+    OsVersionInfo version = {};
+    version.size = sizeof version;
+    GetVersionExA(&version);
+    return version.platformNumber == kPlatformWithPsapi ? kPsapi : kKernel;
+}
+
+// The one that was loaded first stays, whatever the platform says later.
+const BackEnd* ReadyBackEnd() {
+    static const BackEnd* ready = nullptr;
+    if (backEnd != 0) return ready;
+    const BackEnd& wanted = BackEndOfPlatform();
+    const VrWord module = DllLoad(wanted.library, nullptr);
+    if (module == 0) {
+        Complain("%s DLL Not Found.", wanted.library);
+        return nullptr;
+    }
+    if (!wanted.find(module)) {
+        DllUnload(wanted.library, 0);
+        Complain("%s DLL could not be initialized.", wanted.library);
+        return nullptr;
+    }
+    backEnd = module;
+    ready = &wanted;
+    return ready;
+}
+
+// The list of the moment; `count` stays 0 when no back end is there.
+ProcessRecord* NewList(uint32_t& count) {
+    auto* list = static_cast<ProcessRecord*>(alloc_memory(kListSize));
+    const BackEnd* ready = ReadyBackEnd();
+    count = ready == nullptr ? 0 : ready->list(list);
+    return list;
+}
+
+const ProcessRecord* Find(const ProcessRecord* list, uint32_t count, const char* name) {
+    const ProcessRecord* end = list + count;
+    const ProcessRecord* found = std::find_if(list, end, [name](const ProcessRecord& record) {
+        return lstrcmpiA(record.name, name) == 0;
+    });
+    return found == end ? nullptr : found;
+}
+
+}  // namespace
+
+uint32_t VrFindProcess(const char* name) {
+    uint32_t count = 0;
+    ProcessRecord* list = NewList(count);
+    const ProcessRecord* found = Find(list, count, name);
+    const uint32_t number = found == nullptr ? 0 : found->number;
+    free_mem(&list);
+    return number;
+}
+
+char* VrProcessList() {
+    auto* text = static_cast<char*>(alloc_memory(kListSize));
+    uint32_t count = 0;
+    ProcessRecord* list = NewList(count);
+    char* out = text;
+    for (uint32_t i = 0; i < count; ++i) {
+        const size_t room = kListSize - static_cast<size_t>(out - text);
+        out += std::snprintf(out, room, "%s%d,%s", i == 0 ? "" : ";",
+                             static_cast<int32_t>(list[i].number), list[i].name);
+    }
+    free_mem(&list);
+    return text;
+}
+
+char* VrProcessPath(const char* name) {
+    auto* path = static_cast<char*>(alloc_memory(kTextSize));
+    uint32_t count = 0;
+    ProcessRecord* list = NewList(count);
+    const ProcessRecord* found = Find(list, count, name);
+    if (found != nullptr) std::memcpy(path, found->path, sizeof found->path);
+    free_mem(&list);
+    return path;
+}
