@@ -2,11 +2,14 @@
 # name inside but those of exports/vrbase.def.
 
 add_library(vrbase SHARED
+  config/Dbenv.cpp
+  config/Dbenv_definition.cpp
   config/Environ.cpp
   config/Environ_paths.cpp
   config/Ini.cpp
   config/Ini_load.cpp
   config/Ini_registry.cpp
+  config/TermEsc.cpp
   core/Chunks.cpp
   core/Heap.cpp
   core/Membuf.cpp
@@ -36,6 +39,7 @@ add_library(vrbase SHARED
   process/System_word.cpp
   process/pscntl.cpp
   text/Dblog.cpp
+  text/Util_convert.cpp
   text/Util_date.cpp
   text/Util_text.cpp)
 

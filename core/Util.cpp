@@ -13,6 +13,7 @@
 #include "platform/messagebox.h"
 #include "platform/process.h"
 #include "process/Dll.h"
+#include "text/Util_convert.h"
 #include "vr/environ.h"
 #include "vr/frame.h"
 
@@ -24,7 +25,8 @@ using StartRoutine = void (*)(const UtilInitRecord& record);
 
 // In this order: each may use those before it.
 constexpr StartRoutine kStartRoutines[] = {
-    vr::StartSettings, vr::StartMemory, vr::StartTables, vr::StartQuarks, vr::StartDllTable,
+    vr::StartSettings, vr::StartMemory,     vr::StartTables,
+    vr::StartQuarks,   vr::StartConversion, vr::StartDllTable,
 };
 
 bool started = false;

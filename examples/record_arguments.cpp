@@ -1,4 +1,4 @@
-// Options are a table: a flag that is set, or a text that is kept.
+// An option sets a flag or brings a text; whatever is left over is a word.
 
 #include "record_arguments.h"
 
@@ -22,7 +22,10 @@ constexpr char kUsage[] =
     "and a negative number is behind its last element; in get both mean the first.\n"
     "A change is made under a lock on the record's key, as is anything with --hold.\n"
     "  --raw           show text on one line, with the marks as ^ ] \\\n"
+    "  --plain         no colours, also on a terminal\n"
+    "  --convert       convert text by the file that the setting CVTFILE names\n"
     "  --ini FILE      read the settings from FILE\n"
+    "  --log SECTION   keep a log, if the setting LOG of SECTION turns it on\n"
     "  --key KEY       lock KEY, and not the file's name\n"
     "  --wait          wait for a key that another process holds; otherwise exit with 3\n"
     "  --hold SECONDS  keep the key so long when all is done\n"
@@ -45,16 +48,29 @@ void ParseHold(Arguments& arguments, const char* text) {
     }
 }
 
+// The flag that the option sets, or null.
+bool* FlagOf(Arguments& arguments, const char* option) {
+    if (std::strcmp(option, "--raw") == 0) return &arguments.raw;
+    if (std::strcmp(option, "--wait") == 0) return &arguments.wait;
+    if (std::strcmp(option, "--plain") == 0) return &arguments.plain;
+    if (std::strcmp(option, "--convert") == 0) return &arguments.convert;
+    return nullptr;
+}
+
+// The text that the option brings, or null.
+const char** TextOf(Arguments& arguments, const char* option) {
+    if (std::strcmp(option, "--ini") == 0) return &arguments.iniPath;
+    if (std::strcmp(option, "--key") == 0) return &arguments.key;
+    if (std::strcmp(option, "--log") == 0) return &arguments.logSection;
+    return nullptr;
+}
+
 void ParseOption(Arguments& arguments, int argc, char** argv, int& i) {
     const char* option = argv[i];
-    if (std::strcmp(option, "--raw") == 0) {
-        arguments.raw = true;
-    } else if (std::strcmp(option, "--wait") == 0) {
-        arguments.wait = true;
-    } else if (std::strcmp(option, "--ini") == 0) {
-        arguments.iniPath = Value(arguments, argc, argv, i);
-    } else if (std::strcmp(option, "--key") == 0) {
-        arguments.key = Value(arguments, argc, argv, i);
+    if (bool* flag = FlagOf(arguments, option)) {
+        *flag = true;
+    } else if (const char** text = TextOf(arguments, option)) {
+        *text = Value(arguments, argc, argv, i);
     } else if (std::strcmp(option, "--hold") == 0) {
         ParseHold(arguments, Value(arguments, argc, argv, i));
     } else {

@@ -15,8 +15,11 @@ struct Arguments {
     bool good = true;  // every option is known and has what it needs
     bool raw = false;
     bool wait = false;
+    bool convert = false;
+    bool plain = false;
     long holdSeconds = 0;
     const char* iniPath = nullptr;
+    const char* logSection = nullptr;
     const char* key = nullptr;       // null: the file's base name
     std::vector<const char*> words;  // FILE, command, PLACE, TEXT
 };

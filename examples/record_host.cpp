@@ -3,6 +3,8 @@
 // a walk by cursor, `get` is an extract by number, the changes are one edit by
 // position.
 
+#include <unistd.h>
+
 #include <chrono>
 #include <cstdio>
 #include <cstring>
@@ -35,6 +37,20 @@ bool IsChange(const Arguments& arguments) {
            IsCommand(arguments, "replace", 4) || IsCommand(arguments, "insert", 4);
 }
 
+// The text as a person is to see it: a new string.
+VrString ForDisplay(const Arguments& arguments, VrString text) {
+    VrString shown = arguments.convert ? CvtConvert(text, 1) : text;
+    return shown == text ? NewString(text) : shown;
+}
+
+// What a person typed, as it is stored: a new string.
+VrString FromInput(const Arguments& arguments, const char* typed) {
+    VrString text = StrToVrStr(typed);
+    VrString stored = arguments.convert ? CvtConvert(text, 0) : text;
+    if (stored != text) free_mem(&text);
+    return stored;
+}
+
 // How long the record can get: each number above 0 may add that many marks.
 bool GrowsTooLong(const UtilPosition& position, VrString record, VrString element) {
     int64_t length = int64_t{record->length} + element->length;
@@ -55,24 +71,33 @@ VrString ElementAt(const UtilPosition& position, VrString record) {
     return extract_field(position.attribute, position.value, position.subvalue, record);
 }
 
-void PrintChange(const char* verb, const UtilPosition& position, VrString old, VrString element) {
+void PrintElement(const Arguments& arguments, const char* label, VrString element) {
+    VrString shown = ForDisplay(arguments, element);
+    std::printf("  %s  ", label);
+    PrintLine(shown, true);
+    free_mem(&shown);
+}
+
+void PrintChange(const Arguments& arguments, const UtilPosition& position, VrString old,
+                 VrString element) {
+    const char* verb = VerbOf(arguments);
     std::printf("%s %d,%d,%d\n", verb, position.attribute, position.value, position.subvalue);
     if (Replaces(verb, position)) {
         VrString before = ElementAt(position, old);
-        std::printf("  was  ");
-        PrintLine(before, true);
+        PrintElement(arguments, "was", before);
         free_mem(&before);
     }
-    std::printf("  now  ");
-    PrintLine(element, true);
+    PrintElement(arguments, "now", element);
 }
 
 int Show(const Job& job) {
+    VrString shown = ForDisplay(job.arguments, job.record);
     if (job.arguments.raw) {
-        PrintLine(job.record, true);
+        PrintLine(shown, true);
     } else {
-        PrintTree(job.record);
+        PrintTree(shown, !job.arguments.plain && isatty(STDOUT_FILENO) != 0);
     }
+    free_mem(&shown);
     return kExitOk;
 }
 
@@ -81,7 +106,9 @@ int Get(const Job& job) {
     if (ParsePlace(job.arguments.words[2], position) == 0) return kExitBadRequest;
     VrString element =
         extract_field(position.attribute, position.value, position.subvalue, job.record);
-    PrintLine(element, job.arguments.raw);
+    VrString shown = ForDisplay(job.arguments, element);
+    PrintLine(shown, job.arguments.raw);
+    free_mem(&shown);
     free_mem(&element);
     return kExitOk;
 }
@@ -96,9 +123,11 @@ int Store(Job& job, UtilPosition position, VrString element) {
         free_mem(&job.record);
         job.record = edited;
     }
+    VrdbLogStartMes("WRITE");
     const bool stored = WriteRecord(job.path, job.record);
+    VrdbLogEndMes("WRITE", stored ? job.record->length : -1);
     if (stored) {
-        PrintChange(verb, position, old, element);
+        PrintChange(job.arguments, position, old, element);
         std::printf("  record of %d bytes, was %d\n", job.record->length, old->length);
         if (job.arguments.raw) PrintLine(job.record, true);
     }
@@ -118,7 +147,7 @@ bool ParseChangePlace(const Arguments& arguments, UtilPosition& position) {
 int Change(Job& job) {
     UtilPosition position = {};
     if (!ParseChangePlace(job.arguments, position)) return kExitBadRequest;
-    VrString element = StrToVrStr(job.arguments.words.back());
+    VrString element = FromInput(job.arguments, job.arguments.words.back());
     int result = kExitBadRequest;
     if (GrowsTooLong(position, job.record, element)) {
         std::fprintf(stderr, "record_host: the record would grow too long\n");
@@ -129,8 +158,15 @@ int Change(Job& job) {
     return result;
 }
 
+VrString ReadLogged(const char* path) {
+    VrdbLogStartMes("READ");
+    VrString record = ReadRecord(path);
+    VrdbLogEndMes("READ", record == nullptr ? -1 : record->length);
+    return record;
+}
+
 int Work(const Arguments& arguments, const char* path) {
-    Job job = {arguments, path, ReadRecord(path)};
+    Job job = {arguments, path, ReadLogged(path)};
     if (job.record == nullptr) return kExitBadRequest;
     int result = kExitBadRequest;
     if (IsChange(arguments)) {
@@ -178,6 +214,9 @@ int main(int argc, char** argv) {
     UtilInit(&start);
     files_init();
     LockInit();
+    if (arguments.logSection != nullptr && VrdbLogInit(arguments.logSection, "record_host") != 0) {
+        std::fputs("record_host: the log cannot be opened; going on without\n", stderr);
+    }
     const int result = Run(arguments);
     VrExit(result);
     return result;

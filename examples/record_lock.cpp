@@ -10,6 +10,7 @@
 #include "record_arguments.h"
 #include "vr/environ.h"
 #include "vr/files.h"
+#include "vr/log.h"
 #include "vr/memory.h"
 #include "vr/text.h"
 
@@ -33,6 +34,7 @@ char* LockPath(VrString path) {
 
 int TakeKey(const RecordLock& lock, bool wait) {
     const int32_t taken = LockLockKey(lock.file, lock.key, 0, wait ? 1 : 0);
+    VrdbLogMesLock(TextOf(lock.key), taken);
     if (taken == 0) return kExitOk;
     if (taken == 1) {
         std::fprintf(stderr, "record_host: another process holds the key %s\n", TextOf(lock.key));
@@ -75,7 +77,7 @@ int LockRecord(VrString path, const char* key, bool wait, RecordLock& lock) {
 }
 
 void UnlockRecord(RecordLock& lock) {
-    LockUnlockKey(lock.file, lock.key);
+    VrdbLogMesUnlock(TextOf(lock.key), LockUnlockKey(lock.file, lock.key));
     LockDeregister(lock.file);
     free_mem(&lock.key);
 }

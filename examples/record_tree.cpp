@@ -6,6 +6,7 @@
 #include <cstdio>
 #include <string>
 
+#include "record_colours.h"
 #include "vr/extract.h"
 #include "vr/memory.h"
 #include "vr/walk.h"
@@ -24,6 +25,7 @@ constexpr Level kLevels[] = {
 };
 constexpr int kLevelCount = 3;
 constexpr int kIndent = 4;
+constexpr char kResetColours[] = "\x1B[0m";
 
 bool HasMarksBelow(VrString element, int level) {
     for (int below = level + 1; below < kLevelCount; ++below) {
@@ -41,7 +43,13 @@ void PrintText(VrString text) {
     std::putchar('\n');
 }
 
-void PrintLevel(VrString s, int level, const std::string& numbersAbove) {
+// What surrounds a number.
+struct Paint {
+    std::string before;
+    std::string behind;
+};
+
+void PrintLevel(VrString s, int level, const std::string& numbersAbove, const Paint& paint) {
     const Level& row = kLevels[level];
     const int32_t elements = item_count(s, row.mark);
     int32_t cursor = kVrFirstCursor;
@@ -49,10 +57,11 @@ void PrintLevel(VrString s, int level, const std::string& numbersAbove) {
         VrString element = nullptr;
         cursor = row.next(s, cursor, &element, 0);
         const std::string numbers = numbersAbove + std::to_string(number);
-        std::printf("%*s%s  ", level * kIndent, "", numbers.c_str());
+        std::printf("%*s%s%s%s  ", level * kIndent, "", paint.before.c_str(), numbers.c_str(),
+                    paint.behind.c_str());
         if (HasMarksBelow(element, level)) {
             std::putchar('\n');
-            PrintLevel(element, level + 1, numbers + ",");
+            PrintLevel(element, level + 1, numbers + ",", paint);
         } else {
             PrintText(element);
         }
@@ -62,8 +71,11 @@ void PrintLevel(VrString s, int level, const std::string& numbersAbove) {
 
 }  // namespace
 
-void PrintTree(VrString record) {
-    PrintLevel(record, 0, "");
+void PrintTree(VrString record, bool colours) {
+    Paint paint;
+    if (colours) paint = {ForegroundCode(kColourNumber), ForegroundCode(kColourPlain)};
+    PrintLevel(record, 0, "", paint);
+    if (colours) std::fputs(kResetColours, stdout);
 }
 
 void PrintLine(VrString text, bool readable) {

@@ -5,8 +5,8 @@
 #include "vr/string.h"
 
 // Prints the record's attributes, values and subvalues as an indented tree, each
-// with its number.
-void PrintTree(VrString record);
+// with its number, which stands out in `colours`.
+void PrintTree(VrString record, bool colours);
 
 // Prints the text on one line: as it is, or, when `readable`, with the marks as
 // ^ ] \.

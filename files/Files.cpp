@@ -11,8 +11,8 @@
 #include "core/vrmem.h"
 #include "files/Os_file.h"
 #include "platform/files.h"
-#include "text/Dblog.h"
 #include "vr/files.h"
+#include "vr/log.h"
 #include "vr/settings.h"
 #include "vr/text.h"
 

@@ -7,9 +7,9 @@
 #include "files/Os_file.h"
 
 #include "platform/files.h"
-#include "text/Dblog.h"
 #include "vr/files.h"
 #include "vr/frame.h"
+#include "vr/log.h"
 #include "vr/memory.h"
 #include "vr/string.h"
 

@@ -14,6 +14,7 @@
 #include <vector>
 
 #include "linux/registry_text.h"
+#include "linux/textfile.h"
 
 namespace {
 

@@ -6,22 +6,18 @@
 
 #include "linux/registry_text.h"
 
-#include <sys/stat.h>
-
 #include <algorithm>
 #include <charconv>
-#include <cstdio>
 #include <map>
 #include <optional>
 #include <utility>
 
-#include "linux/paths.h"
 #include "linux/text.h"
+#include "linux/textfile.h"
 #include "platform/registry.h"
 
 namespace {
 
-constexpr off_t kLargestTextFile = 64 << 20;
 constexpr std::string_view kUtf16Mark = "\xFF\xFE";
 constexpr std::string_view kUtf8Mark = "\xEF\xBB\xBF";
 constexpr std::string_view kHeaderOfBytes = "REGEDIT4";
@@ -281,40 +277,6 @@ private:
 };
 
 }  // namespace
-
-bool ReadTextFile(const char* name, std::string& text) {
-    char path[kHostPathSize];
-    struct stat status = {};
-    if (!HostPath(name, path) || stat(path, &status) != 0) return false;
-    if (!S_ISREG(status.st_mode) || status.st_size > kLargestTextFile) return false;
-    std::FILE* file = std::fopen(path, "rbe");
-    if (file == nullptr) return false;
-    text.resize(static_cast<size_t>(status.st_size));
-    text.resize(std::fread(text.data(), 1, text.size(), file));
-    const bool whole = std::ferror(file) == 0;
-    std::fclose(file);
-    return whole;
-}
-
-bool TakeLine(std::string_view& text, std::string_view& line) {
-    if (text.empty()) return false;
-    const size_t length = std::min(text.find('\n'), text.size());
-    line = text.substr(0, length);
-    text.remove_prefix(std::min(length + 1, text.size()));
-    return true;
-}
-
-std::string_view Trimmed(std::string_view text) {
-    constexpr std::string_view kBlanks = " \t\r";
-    const size_t first = std::min(text.find_first_not_of(kBlanks), text.size());
-    text.remove_prefix(first);
-    return text.substr(0, text.find_last_not_of(kBlanks) + 1);
-}
-
-bool SameName(std::string_view a, std::string_view b) {
-    return std::equal(a.begin(), a.end(), b.begin(), b.end(),
-                      [](char x, char y) { return FoldCase(x) == FoldCase(y); });
-}
 
 bool ReadRegistryKey(std::string text, std::string_view path, std::vector<RegistryValue>& values) {
     ToLatin1(text);

@@ -16,7 +16,7 @@
 #include <string>
 #include <string_view>
 
-#include "linux/registry_text.h"
+#include "linux/textfile.h"
 
 namespace {
 

@@ -58,8 +58,8 @@ TEST_F(EnvironTest, FileNamesExpandTheirVariables) {
 }
 
 TEST_F(EnvironTest, PathsOfAHostWithoutSettings) {
-    Start();
     EXPECT_EQ(GetEnvironLauncher(), kVrLauncherUnknown);
+    Start();
     EXPECT_STREQ(EnvironVrPath(), "\\VRLINK");
     EXPECT_NE(GetEnvironLauncher(), kVrLauncherUnknown);
     EXPECT_STREQ(EnvironProduct(), "");

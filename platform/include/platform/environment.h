@@ -1,4 +1,4 @@
-/* The process environment and the folder of the system's settings files.
+/* The process environment, the folder of the system's settings files, and such files.
  * Names keep their case, as everywhere in the process environment of Linux. */
 #ifndef PLATFORM_ENVIRONMENT_H
 #define PLATFORM_ENVIRONMENT_H
@@ -19,6 +19,19 @@ PLATFORM_API int32_t SetEnvironmentVariableA(const char* name, const char* value
 /* The Windows directory, as VRPLATFORM_WINDOWS_DIR names it; "C:\WINDOWS" when
  * it is not set. Result and buffer as of GetEnvironmentVariableA. */
 PLATFORM_API uint32_t GetWindowsDirectoryA(char* buffer, uint32_t size);
+
+/* Reads a private profile: a text of sections [NAME] and, in them, lines KEY=VALUE.
+ * Sections and keys have no case, the first of a name counts. Blanks around names and
+ * values are dropped, and then one pair of quotes around a value; lines that begin with ;
+ * are passed over. A file without a directory stands in the Windows directory; one that
+ * cannot be read is empty.
+ *
+ * Copies the key's value, or `defaultValue`, cut to `size` bytes with its zero, and returns
+ * its length. A null key lists the section's keys, a null section the sections: each name
+ * with its zero, and one more zero at the end; the length is without that. */
+PLATFORM_API uint32_t GetPrivateProfileStringA(const char* section, const char* key,
+                                               const char* defaultValue, char* buffer,
+                                               uint32_t size, const char* file);
 
 PLATFORM_END
 

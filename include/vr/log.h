@@ -1,0 +1,58 @@
+/* The database log: a plain text trace of what the database layer does.
+ *
+ * It is off unless the setting "LOG" turns it on, a mask of groups of lines:
+ *
+ *     1  calls       4  times        32  locks
+ *     2  details    16  BTRV errors
+ *
+ * Its file is $$VRDB.LOG in the directory that VRLTEMP names, else in the current one.
+ * Each line is written at once, from byte 0 of the file on; a line is CR LF and then its
+ * text, cut at 1022 bytes. A file that an earlier process left is not opened again: it is
+ * made without write permission. A call whose group is off costs one test. Before
+ * VrdbLogInit all are off. Null texts and strings are written as empty ones. */
+#ifndef VR_LOG_H
+#define VR_LOG_H
+
+#include "vr/abi.h"
+#include "vr/string.h"
+
+VR_BEGIN
+
+/* Turns the log on by the setting "LOG" of the section, and writes its first line with the
+ * title (null: a title of its own). 0; or -1 when the file cannot be opened, which is not
+ * tried again. A mask outside 1 to 63 leaves the log off. */
+VR_API int32_t VrdbLogInit(const char* section, const char* title);
+
+/* Does nothing, since every line is written at once. */
+VR_API void VrdbLogFlush(void);
+
+/* Calls. The lines are, in this order: NAME; NAME Ret: N; NAME File: F; NAME Ret: N File: F;
+ * NAME File: F; NAME Ret: N Handle: H; NAME Handle: H; NAME Handle: H Key: K; CLOSE
+ * Handle: H. */
+VR_API void VrdbLogStartMes(const char* name);
+VR_API void VrdbLogEndMes(const char* name, int32_t ret);
+VR_API void VrdbLogStartMesCreate(const char* name, VrString file);
+VR_API void VrdbLogEndMesCreate(const char* name, int32_t ret, VrString file);
+VR_API void VrdbLogStartMesOpen(const char* name, VrString file);
+VR_API void VrdbLogEndMesOpen(const char* name, int32_t ret, int32_t handle);
+VR_API void VrdbLogStartMes1(const char* name, int32_t handle);
+VR_API void VrdbLogStartMes2(const char* name, int32_t handle, VrString key);
+VR_API void VrdbLogStartMesClose(int32_t handle);
+
+/* Details: NAME N; NAME VALUE. */
+VR_API void VrdbLogOutInt(const char* name, int32_t value);
+VR_API void VrdbLogOutChar(const char* name, const char* value);
+
+/* Times: NAME time: SECONDS, with six decimals and a point. */
+VR_API void VrdbLogTimeMes1(const char* name, int32_t milliseconds);
+
+/* Details; and once more as a BTRV error, for a status that is not 0, 4, 9, 22 or 59. */
+VR_API void VrdbLogBTRVMes(int32_t operation, int32_t status);
+
+/* Locks: LOCK Key K Ret: N. Both write the same. */
+VR_API void VrdbLogMesLock(const char* key, int32_t ret);
+VR_API void VrdbLogMesUnlock(const char* key, int32_t ret);
+
+VR_END
+
+#endif
