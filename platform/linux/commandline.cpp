@@ -84,7 +84,8 @@ bool IsFile(const std::string& hostPath) {
 
 bool IsFileHere(const std::string& hostDirectory, const std::string& name, std::string& found) {
     for (const char* extension : {"", ".exe"}) {
-        found = hostDirectory + "/" + name + extension;
+        found = hostDirectory;
+        found.append("/").append(name).append(extension);
         if (IsFile(found)) return true;
     }
     return false;

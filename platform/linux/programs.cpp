@@ -20,8 +20,6 @@
 #include "linux/reaper.h"
 #include "platform/control.h"
 
-extern char** environ;
-
 static_assert(sizeof(StartupInfo) == 68);
 static_assert(sizeof(OsVersionInfo) == 148);
 
