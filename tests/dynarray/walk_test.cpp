@@ -1,4 +1,5 @@
-// Walking by cursor, in both result modes.
+// Walking by cursor, in both result modes. The oracle covers the breadth; these are
+// the cases with a name.
 
 #include <string>
 #include <vector>
@@ -8,144 +9,112 @@
 
 namespace {
 
-using NextFunction = int32_t (*)(VrString, int32_t, VrString*, uint32_t);
+using Walk = int32_t (*)(VrString, int32_t, VrString*, uint32_t);
 
 int32_t NextComma(VrString s, int32_t cursor, VrString* out, uint32_t size) {
     return UtilGetNextMarkerVal(s, cursor, out, size, ',');
 }
 
-struct Step {
-    std::string element;
-    int32_t cursor;
-    bool message = false;
-};
-
 struct Case {
-    const char* name;
-    NextFunction next;
+    Walk next;
     std::string text;
     uint32_t size;
-    std::vector<Step> steps;  // from cursor 4 on
+    std::vector<std::pair<std::string, int32_t>> steps;  // elements and the cursors behind
+    std::string tooBig;                                  // what the first step's message says
+    int32_t sizeShown = 0;
 };
 
+// A level's walk takes an element that fits for a cut one, and the byte behind it for
+// its mark.
 const Case kCases[] = {
-    {"values", UtilGetNextValue, "a]b^c", 0, {{"a", 6}, {"b", 8}, {"c", 9}, {"", 9}}},
-    {"subvalues", UtilGetNextSubvalue, "a\\b]c^", 0, {{"a", 6}, {"b", 8}, {"c", 10}, {"", 10}}},
-    {"attributes", UtilGetNextAttribute, "a^^b", 8, {{"a", 6}, {"", 7}, {"b", 8}, {"", 8}}},
-    {"inner marks stay", UtilGetNextAttribute, "a]b\\c^d", 0, {{"a]b\\c", 10}, {"d", 11}}},
-    {"255 is data", UtilGetNextValue, "a\xFF]b", 40, {{"a\xFF", 7}, {"b", 8}}},
-    {"buffer", UtilGetNextAttribute, "a^^b", 40, {{"a", 6}, {"", 7}, {"b", 8}, {"", 8}}},
-    {"cut", UtilGetNextValue, "abcdef^g", 12, {{"abc", 8, true}, {"ef", 11}, {"g", 12}}},
-    {"exact fit", UtilGetNextValue, "abc^g", 12, {{"abc", 8, true}, {"g", 9}}},
-    {"fits", UtilGetNextValue, "ab^g", 12, {{"ab", 7}, {"g", 8}}},
-    {"no room", UtilGetNextSubvalue, "a", 9, {{"", 5, true}}},
-    {"no room, empty", UtilGetNextAttribute, "^", 9, {{"", 5, true}, {"", 5, true}}},
-    {"marker exact fit", NextComma, "abcde,g", 14, {{"abcde", 10}, {"g", 11}}},
-    {"marker cut", NextComma, "abcdef,g", 14, {{"abcde", 9, true}, {"f", 11}, {"g", 12}}},
-    {"marker alone", NextComma, "a^b,", 0, {{"a^b", 8}, {"", 8}}},
-    {"marker, empty, no room", NextComma, ",", 9, {{"", 5}, {"", 5}}},
-    {"empty text", UtilGetNextValue, "", 0, {{"", 4}}},
-    {"empty text, buffer", UtilGetNextAttribute, "", 20, {{"", 4}}},
+    {UtilGetNextValue, "a]b^c", 0, {{"a", 6}, {"b", 8}, {"c", 9}, {"", 9}}, ""},
+    {UtilGetNextSubvalue, "a\\b]c^", 0, {{"a", 6}, {"b", 8}, {"c", 10}, {"", 10}}, ""},
+    {UtilGetNextAttribute, "a^^b", 8, {{"a", 6}, {"", 7}, {"b", 8}, {"", 8}}, ""},
+    {UtilGetNextAttribute, "a^^b", 40, {{"a", 6}, {"", 7}, {"b", 8}, {"", 8}}, ""},
+    {UtilGetNextAttribute, "abcdef^g", 12, {{"abc", 8}, {"ef", 11}, {"g", 12}}, "Attribute", 3},
+    {UtilGetNextValue, "abc^g", 12, {{"abc", 8}, {"g", 9}}, "Value", 3},
+    {UtilGetNextSubvalue, "a", 9, {{"", 5}}, "SubValue", 0},
+    {NextComma, "abcde,g", 14, {{"abcde", 10}, {"g", 11}}, ""},
+    {NextComma, "abcdef,g", 14, {{"abcde", 9}, {"f", 11}, {"g", 12}}, "Attribute", 14},
 };
 
 TEST_F(LibraryTest, ForwardWalks) {
-    for (const Case& row : kCases) {
-        VrString s = Array(row.text);
-        int32_t cursor = kVrFirstCursor;
-        for (const Step& step : row.steps) {
-            SCOPED_TRACE(testing::Message() << row.name << " at " << cursor);
-            std::vector<unsigned char> buffer(row.size < 9 ? 9 : row.size, 0xAA);
-            auto* slot = reinterpret_cast<VrString>(buffer.data());
-            boxes.shown.clear();
-            cursor = row.next(s, cursor, &slot, row.size);
-            EXPECT_EQ(cursor, step.cursor);
-            EXPECT_EQ(boxes.shown.size(), step.message ? 1u : 0u);
-            if (row.size >= 9) {
-                EXPECT_EQ(reinterpret_cast<unsigned char*>(slot), buffer.data() + 4);
-                EXPECT_EQ(*reinterpret_cast<int32_t*>(buffer.data()), 0);
-                EXPECT_EQ(VrStrText(slot)[slot->length], 0);
-                EXPECT_EQ(BytesOf(slot), Marked(step.element));
-            } else {
-                EXPECT_EQ(slot == NullString(), step.element.empty());
-                EXPECT_EQ(TakeText(slot), step.element);
-            }
+    for (const auto& [next, text, size, steps, tooBig, sizeShown] : kCases) {
+        SCOPED_TRACE(text);
+        const Array s(text);
+        int32_t cursor = -1;
+        for (const auto& [element, behind] : steps) {
+            int32_t buffer[10] = {-1};
+            auto* out = reinterpret_cast<VrString>(buffer);
+            cursor = next(s, cursor, &out, size);
+            EXPECT_EQ(cursor, behind);
+            EXPECT_EQ(BytesOf(out), Marked(element));
+            EXPECT_EQ(static_cast<void*>(out) == buffer + 1, size >= 9);
+            EXPECT_EQ(buffer[0], size >= 9 ? 0 : -1);
+            if (size < 9) free_mem(&out);
         }
-        free_mem(&s);
+        VrString none = nullptr;
+        next(s, 1000, &none, 0);
+        EXPECT_EQ(none, NullString());
+        const std::string shown = Marked("(" + text + ") size ") + std::to_string(sizeShown);
+        const Box box = {tooBig + " too big " + shown, false, "", MB_OK};
+        EXPECT_EQ(boxes.shown, std::vector<Box>(tooBig.empty() ? 0 : 1, box));
+        boxes.shown.clear();
     }
 }
 
-TEST_F(LibraryTest, MessagesShowTheRestOfTheTextAndTheSize) {
-    const struct {
-        NextFunction next;
-        std::string text, message;
-    } cases[] = {
-        {UtilGetNextAttribute, "abcdefg^h", "Attribute too big (abcdefg^h) size 5"},
-        {UtilGetNextValue, "abcdefg]h", "Value too big (abcdefg]h) size 5"},
-        {UtilGetNextSubvalue, "abcdefg\\h", "SubValue too big (abcdefg\\h) size 5"},
-        {NextComma, "abcdefg,h", "Attribute too big (abcdefg,h) size 14"},
-    };
-    unsigned char buffer[14];
-    for (const auto& row : cases) {
-        VrString s = Array(row.text);
-        auto* slot = reinterpret_cast<VrString>(buffer);
-        row.next(s, kVrFirstCursor, &slot, sizeof buffer);
-        EXPECT_EQ(boxes.shown.back().text, Marked(row.message));
-        EXPECT_FALSE(boxes.shown.back().hasCaption);
-        free_mem(&s);
-    }
-    // A text longer than the scratch area is cut on its way there.
-    VrString s = StringOfBytes(std::string(kVrScratchSize * 2, 'x'));
-    auto* slot = reinterpret_cast<VrString>(buffer);
-    UtilGetNextValue(s, kVrFirstCursor, &slot, sizeof buffer);
+// The text is cut on its way into the scratch area, where the buffer is too, here.
+TEST_F(LibraryTest, ABufferInTheScratchAreaIsClosedAfterTheMessage) {
+    const Array s(std::string(kVrScratchSize * 2, 'x'));
+    auto* out = reinterpret_cast<VrString>(MemBuf1);
+    EXPECT_EQ(UtilGetNextValue(s, kVrFirstCursor, &out, 14), 10);
     EXPECT_EQ(boxes.shown.back().text.size(), 1023u);
-    free_mem(&s);
+    EXPECT_EQ(out->length, 5);
+    EXPECT_EQ(VrStrText(out)[5], 0);
 }
 
-TEST_F(LibraryTest, SkipsCopyNothing) {
-    VrString s = Array("a]b^c");
-    const std::vector<std::pair<int32_t, int32_t>> values = {{4, 6}, {6, 8}, {8, 9}, {9, 9}};
-    for (auto [from, to] : values)
-        EXPECT_EQ(UtilSkipValue(s, from), to);
-    EXPECT_EQ(UtilSkipAttribute(s, 4), 8);
-    EXPECT_EQ(UtilSkipAttribute(s, 8), 9);
-    EXPECT_EQ(UtilSkipAttribute(s, -5), 8);
-    EXPECT_EQ(UtilSkipAttribute(s, 1000), 9);
-    free_mem(&s);
+// Cursors outside the text are taken for the nearer end.
+TEST_F(LibraryTest, SkipsAndRests) {
+    const Array s("a]b^c");
+    const std::tuple<int32_t, int32_t, int32_t, std::string> cases[] = {
+        {-5, 6, 8, "a]b^c"}, {6, 8, 8, "b^c"}, {8, 9, 9, "c"}, {1000, 9, 9, ""}};
+    for (const auto& [cursor, value, attribute, rest] : cases) {
+        VrString out = nullptr;
+        EXPECT_EQ(UtilSkipValue(s, cursor), value);
+        EXPECT_EQ(UtilSkipAttribute(s, cursor), attribute);
+        EXPECT_EQ(UtilGetRestOfVrStr(s, cursor, &out), int32_t(rest.size()) + 4);
+        EXPECT_EQ(TakeText(out), rest);
+    }
 }
 
 TEST_F(LibraryTest, PreviousValues) {
-    const struct {
-        std::string text;
-        int32_t from;
-        std::string value;
-        int32_t cursor;
-    } cases[] = {
-        {"ab]cd", 9, "cd", 7}, {"ab]cd", 7, "ab", 4}, {"ab]cd", 4, "", 3},
-        {"a^b]c", 9, "c", 8},  {"a^b]c", 8, "b", 6},  {"a\\b]c", 8, "a\\b", 4},
-        {"a]", 6, "", 6},      {"", 4, "", 4},        {"abc", 7, "abc", 4},
-    };
-    for (const auto& row : cases) {
-        SCOPED_TRACE(row.text);
-        VrString s = Array(row.text);
-        VrString value = nullptr;
-        EXPECT_EQ(UtilGetPrevValue(s, row.from, &value), row.cursor);
-        EXPECT_EQ(TakeText(value), row.value);
-        free_mem(&s);
+    const std::tuple<std::string, int32_t, std::string, int32_t> cases[] = {
+        {"ab]cd", 9, "cd", 7},    {"ab]cd", 7, "ab", 4},   {"a^b]c", 8, "b", 6},
+        {"a\\b]c", 8, "a\\b", 4}, {"a]", 6, "", 6},        {"", 4, "", 4},
+        {"ab]cd", 4, "", 3},      {"abc", 1000, "abc", 4}, {"abc", -1000, "", 3}};
+    for (const auto& [text, from, value, cursor] : cases) {
+        VrString out = nullptr;
+        EXPECT_EQ(UtilGetPrevValue(Array(text), from, &out), cursor) << text;
+        EXPECT_EQ(TakeText(out), value) << text;
     }
 }
 
-TEST_F(LibraryTest, RestAndSwap) {
-    VrString s = Array("abc^def");
-    VrString rest = nullptr;
-    EXPECT_EQ(UtilGetRestOfVrStr(s, 8, &rest), 7);
-    EXPECT_EQ(TakeText(rest), "def");
-    EXPECT_EQ(UtilGetRestOfVrStr(s, 11, &rest), 4);
-    EXPECT_EQ(rest, NullString());
-    UtilSwapChar(s, kVrAttributeMark, ',');
-    UtilSwapChar(nullptr, 'a', 'b');
-    UtilSwapChar(NullString(), 0, 'b');
-    EXPECT_EQ(TakeText(s), "abc,def");
+TEST_F(LibraryTest, NothingBehindTheTextCounts) {
+    const Array s("^ab^");
+    for (VrString given : {s.get(), NullString(), VrString{}}) {
+        UtilSwapChar(given, kVrAttributeMark, ',');
+        UtilSwapChar(given, 0, 'x');
+    }
+    EXPECT_EQ(BytesOf(s), ",ab,");
+    EXPECT_EQ(VrStrText(s)[4], 0);
     EXPECT_EQ(VrStrText(NullString())[0], 0);
+
+    s->length = -1;  // as none
+    VrString out = nullptr;
+    UtilSwapChar(s, ',', 'x');
+    EXPECT_EQ(VrStrText(s)[0], ',');
+    EXPECT_EQ(UtilGetNextValue(s, 4, &out, 0), 4);
+    EXPECT_EQ(out, NullString());
 }
 
 }  // namespace

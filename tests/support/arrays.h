@@ -3,68 +3,84 @@
 #define TESTS_SUPPORT_ARRAYS_H
 
 #include <cstring>
+#include <memory>
 #include <string>
 #include <string_view>
 
 #include "vr/vr.h"
 
-inline std::string Marked(std::string_view text) {
-    std::string bytes(text);
-    for (char& c : bytes) {
-        if (c == '^') c = static_cast<char>(kVrAttributeMark);
-        if (c == ']') c = static_cast<char>(kVrValueMark);
-        if (c == '\\') c = static_cast<char>(kVrSubvalueMark);
+constexpr std::string_view kNotation = "^]\\";
+constexpr std::string_view kMarks = "\xFE\xFD\xFC";  // one a level
+
+inline std::string Swapped(std::string text, std::string_view from, std::string_view to) {
+    for (char& c : text) {
+        const size_t at = from.find(c);
+        if (at != from.npos) c = to[at];
     }
-    return bytes;
+    return text;
+}
+
+inline std::string Marked(std::string_view text) {
+    return Swapped(std::string(text), kNotation, kMarks);
 }
 
 // A new string of the bytes, as they are.
 inline VrString StringOfBytes(std::string_view bytes) {
-    VrString s = alloc_string(static_cast<uint32_t>(bytes.size()));
+    VrString s = alloc_string(uint32_t(bytes.size()));
     if (!bytes.empty()) std::memcpy(VrStrText(s), bytes.data(), bytes.size());
     return s;
 }
 
-// A new string of a text in the notation.
-inline VrString Array(std::string_view text) {
-    return StringOfBytes(Marked(text));
-}
-
 inline std::string BytesOf(VrString s) {
-    return std::string(reinterpret_cast<const char*>(VrStrText(s)), static_cast<size_t>(s->length));
-}
-
-// The string's text in the notation; frees the string.
-inline std::string TakeText(VrString s) {
-    std::string text = BytesOf(s);
-    for (char& c : text) {
-        if (static_cast<unsigned char>(c) == kVrAttributeMark) c = '^';
-        if (static_cast<unsigned char>(c) == kVrValueMark) c = ']';
-        if (static_cast<unsigned char>(c) == kVrSubvalueMark) c = '\\';
-    }
-    free_mem(&s);
-    return text;
+    return std::string(reinterpret_cast<const char*>(VrStrText(s)), size_t(s->length));
 }
 
 inline VrString NullString() {
     return VR_SHARED_STRING(NullVrStr);
 }
 
+// The string's bytes, or its text in the notation; frees the string. Without a text it
+// must be the shared one.
+inline std::string TakeBytes(VrString s) {
+    const bool isOwn = s->length == 0 && s != NullString();
+    const std::string bytes = BytesOf(s);
+    free_mem(&s);
+    return isOwn ? "an empty string of its own" : bytes;
+}
+
+inline std::string TakeText(VrString s) {
+    return Swapped(TakeBytes(s), kMarks, kNotation);
+}
+
+struct FreeString {
+    void operator()(VrString s) const {
+        free_mem(&s);
+    }
+};
+
+// A string that goes with its scope: a new one of a text in the notation, or the given.
+struct Array : std::unique_ptr<VrStringHead, FreeString> {
+    explicit Array(std::string_view text) : Array(StringOfBytes(Marked(text))) {}
+    explicit Array(VrString s) : unique_ptr(s) {}
+    operator VrString() const {
+        return get();
+    }
+};
+
 inline unsigned char ClassByteOf(const void* payload) {
     return static_cast<const unsigned char*>(payload)[-1];
 }
 
-// Words in front of a long string.
-inline int32_t MemoAttributeOf(VrString s) {
-    return reinterpret_cast<const int32_t*>(s)[-4];
-}
+// What stands in front of a long string.
+struct LongHeader {
+    int32_t memoAttribute;
+    int32_t memoCursor;
+    int32_t capacity;
+    uint32_t classWord;
+};
 
-inline int32_t MemoCursorOf(VrString s) {
-    return reinterpret_cast<const int32_t*>(s)[-3];
-}
-
-inline uint32_t CapacityOf(VrString s) {
-    return reinterpret_cast<const uint32_t*>(s)[-2];
+inline LongHeader& HeaderOf(VrString s) {
+    return reinterpret_cast<LongHeader*>(s)[-1];
 }
 
 #endif

@@ -2,6 +2,7 @@
 #ifndef TESTS_SUPPORT_BOXES_H
 #define TESTS_SUPPORT_BOXES_H
 
+#include <ostream>
 #include <string>
 #include <vector>
 
@@ -13,6 +14,11 @@ struct Box {
     bool hasCaption;
     std::string caption;
     uint32_t style;
+
+    bool operator==(const Box&) const = default;
+    friend std::ostream& operator<<(std::ostream& out, const Box& box) {
+        return out << box.style << (box.hasCaption ? " " + box.caption + ": " : " ") << box.text;
+    }
 };
 
 class Boxes {
@@ -21,16 +27,13 @@ public:
         ControlMessageBoxes(Answer, this);
     }
 
-    // The answers to come, first to last; when they are used up, OK or Cancel.
-    std::vector<int32_t> answers;
     std::vector<Box> shown;
 
 private:
+    // OK, or Cancel where there is one.
     static int32_t Answer(void* context, const char* text, const char* caption, uint32_t style) {
-        auto& self = *static_cast<Boxes*>(context);
-        const size_t number = self.shown.size();
-        self.shown.push_back({text, caption != nullptr, caption ? caption : "", style});
-        if (number < self.answers.size()) return self.answers[number];
+        auto& shown = static_cast<Boxes*>(context)->shown;
+        shown.push_back({text, caption != nullptr, caption != nullptr ? caption : "", style});
         return (style & MB_RETRYCANCEL) == MB_RETRYCANCEL ? IDCANCEL : IDOK;
     }
 };

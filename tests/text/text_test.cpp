@@ -7,67 +7,57 @@
 
 namespace {
 
-TEST_F(LibraryTest, CaseFoldsLettersAtoZAlone) {
-    std::string text = "a1b-Z\xE4@[`{";
+TEST(Text, CaseFoldsLettersAtoZAlone) {
+    std::string text = "a1b-zAZ\xE4@[`{";
     ToUpper(text.data());
-    EXPECT_EQ(text, "A1B-Z\xE4@[`{");
+    EXPECT_EQ(text, "A1B-ZAZ\xE4@[`{");
     ToLower(text.data());
-    EXPECT_EQ(text, "a1b-z\xE4@[`{");
+    EXPECT_EQ(text, "a1b-zaz\xE4@[`{");
     ToUpper(nullptr);
     ToLower(nullptr);
 }
 
-TEST_F(LibraryTest, Occurrences) {
-    const struct {
-        const char* text;
-        unsigned char character;
-        uint32_t occurrence;
-        int32_t offset;
-    } cases[] = {{"abcabc", 'c', 1, 2},  {"abcabc", 'c', 2, 5}, {"abcabc", 'c', 3, -1},
-                 {"abcabc", 'c', 0, -1}, {"abc", 0, 1, -1},     {nullptr, 'a', 1, -1},
-                 {"a\xFE", 0xFE, 1, 1}};
-    for (const auto& row : cases) {
-        EXPECT_EQ(findchar(row.text, row.character, row.occurrence), row.offset);
-    }
+TEST(Text, Occurrences) {
+    const std::tuple<const char*, unsigned char, uint32_t, int32_t> cases[] = {
+        {"abcabc", 'c', 1, 2},  {"abcc", 'c', 2, 3}, {"abcabc", 'c', 3, -1},
+        {"abcabc", 'c', 0, -1}, {"abc", 0, 1, -1},   {nullptr, 'a', 1, -1},
+        {"a\xFE", 0xFE, 1, 1}};
+    for (const auto& [text, character, occurrence, offset] : cases)
+        EXPECT_EQ(findchar(text, character, occurrence), offset);
 }
 
 TEST_F(LibraryTest, HexadecimalTextAndBack) {
-    EXPECT_EQ(TakeText(HexString("\x00\xAB\x7F", 3)), "00AB7F");
-    EXPECT_EQ(HexString("", 0), NullString());
-    EXPECT_EQ(HexString("", -4), NullString());
-    const struct {
-        const char* digits;
-        int32_t length;
-        std::string bytes;
-    } cases[] = {{"00AB7F", 6, std::string("\0\xAB\x7F", 3)},
-                 {"00ab7f", 6, std::string("\0\xAB\x7F", 3)},
-                 {"00AB7", 5, std::string("\0\xAB", 2)},
-                 {"GZ", 2, "\x7A"},
-                 {"!0@g", 4, std::string("\x10\x07", 2)},
-                 {"7", 1, ""},
-                 {"77", -2, ""}};
-    for (const auto& row : cases) {
-        VrString s = BinaryString(row.digits, row.length);
-        EXPECT_EQ(BytesOf(s), row.bytes) << row.digits;
-        free_mem(&s);
-    }
+    const std::string bytes = {"\0\xAB\x7F", 3};
+    const std::string cut = {"\0\xAB", 2};
+    EXPECT_EQ(TakeText(HexString(bytes.data(), 3)), "00AB7F");
+    for (const int32_t length : {0, -4})
+        EXPECT_EQ(HexString("", length), NullString());
+    const std::tuple<const char*, int32_t, std::string> cases[] = {
+        {"00AB7F", 6, bytes},    {"00ab7f", 6, bytes}, {"00AB7", 5, cut}, {"GZ", 2, "\x7A"},
+        {"!0@g", 4, "\x10\x07"}, {"7", 1, ""},         {"77", -2, ""}};
+    for (const auto& [digits, length, expected] : cases)
+        EXPECT_EQ(BytesOf(Array(BinaryString(digits, length))), expected) << digits;
 }
 
-TEST_F(LibraryTest, CommandsSplitIntoVerbAndParameters) {
-    const struct {
-        std::string text, verb, params;
-    } cases[] = {{"COPY FILE.TXT X", "COPY", "FILE.TXT X"},
-                 {"COPY\tFILE.TXT X ", "COPY", "FILE.TXT X "},
-                 {"RUN", "RUN", ""},
-                 {" RUN X", "", "RUN X"},
-                 {"", "", ""},
-                 {std::string(300, 'v') + " " + std::string(300, 'p'), std::string(255, 'v'),
-                  std::string(255, 'p')}};
-    for (const auto& row : cases) {
-        EXPECT_EQ(GetCommandVerb(row.text.c_str()), row.verb);
-        EXPECT_EQ(GetCommandParams(row.text.c_str()), row.params);
+TEST(Text, CommandsSplitIntoVerbAndParameters) {
+    const std::string v(300, 'v');
+    const std::string p(300, 'p');
+    const std::tuple<std::string, std::string, std::string> cases[] = {
+        {"COPY A X", "COPY", "A X"},
+        {"COPY\t A X ", "COPY", "A X "},
+        {"RUN", "RUN", ""},
+        {" RUN X", "", "RUN X"},
+        {"", "", ""},
+        {v + " " + p, v.substr(0, 255), p.substr(0, 255)}};
+    for (const auto& [text, verb, params] : cases) {
+        EXPECT_EQ(GetCommandVerb(text.c_str()), verb);
+        EXPECT_EQ(GetCommandParams(text.c_str()), params);
     }
-    EXPECT_EQ(GetCommandVerb("a b"), GetCommandParams("a b")) << "one area serves both";
+    char* area = GetCommandParams("LIST RUN COPY A");  // one area serves all calls
+    EXPECT_EQ(GetCommandParams(area), area);
+    EXPECT_STREQ(area, "COPY A");
+    EXPECT_EQ(GetCommandVerb(area), area);
+    EXPECT_STREQ(area, "COPY");
 }
 
 }  // namespace
