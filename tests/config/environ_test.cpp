@@ -1,10 +1,11 @@
-// The product's identity, read from a host whose name and version resource the test
-// makes, and the paths and dates that the environment gives.
+// The paths and dates that the environment gives, and the product's identity, read
+// from a host whose name and version resource the test makes.
 
+#include <pthread.h>
 #include <sys/wait.h>
-#include <unistd.h>
 
 #include <string>
+#include <tuple>
 
 #include "platform/environment.h"
 #include "tests/support/arrays.h"
@@ -12,148 +13,107 @@
 
 namespace {
 
-class EnvironTest : public FilesTest {
-protected:
-    static std::string FileName(const char* name) {
-        VrString given = StrToVrStr(name);
-        VrString expanded = EnvironFileName(given);
+TEST_F(LibraryTest, FileNamesExpandTheirVariables) {
+    const std::string v(255, 'v');
+    const std::string l(3000, 'l');
+    const std::string variables[][2] = {
+        {"TMPDIR", "C:\\TMP\\"}, {"A", "$B\\x"}, {"B", "C:\\D/"}, {"LOOP", "$LOOP"},
+        {"TWO", "\\\\"},         {"LONG", l},    {v, "value"}};
+    for (const auto& [name, value] : variables)
+        DLLPutEnv(name.c_str(), value.c_str());
+    const std::string cases[][2] = {
+        {"$A\\y", "C:\\D\\x\\y"},    {"$TMPDIR/a/b.txt", "C:\\TMP\\a\\b.txt"},
+        {"$  TMPDIR", "C:\\TMP"},    {"$NOPE\\x", "\\x"},
+        {"a/b\\c$B", "a\\b\\c$B"},   {"$", ""},
+        {"$LOOP", "$LOOP"},          {"$TWO", "\\"},
+        {"$LONG/x", l + "\\x"},      {"$" + v + "v/x", "\\x"},
+        {"$" + v + "/x", "value\\x"}};
+    for (const auto& [name, expanded] : cases) {
+        VrString given = StringOfBytes(name);
+        EXPECT_EQ(TakeText(EnvironFileName(given)), expanded) << name;
         free_mem(&given);
-        return TakeText(expanded);
     }
-
-    void WriteCountry(const std::string& values) {
-        WriteFile("registry.txt",
-                  "REGEDIT4\n[HKEY_CURRENT_USER\\Control Panel\\International]\n" + values);
-        SetEnvironmentVariableA("VRPLATFORM_REGISTRY", "registry.txt");
-        SetEnvironmentVariableA("VRLDATE", nullptr);
-    }
-};
-
-TEST_F(EnvironTest, FileNamesExpandTheirVariables) {
-    Start();
-    DLLPutEnv("TMPDIR", "C:\\TMP\\");
-    DLLPutEnv("A", "$B\\x");
-    DLLPutEnv("B", "C:\\D");
-    DLLPutEnv("LOOP", "$LOOP");
-    DLLPutEnv("LONG", std::string(3000, 'l').c_str());
-    const struct {
-        std::string name;
-        std::string expanded;
-    } cases[] = {
-        {"$TMPDIR/a/b.txt", "C:\\TMP\\a\\b.txt"},
-        {"$A\\y", "C:\\D\\x\\y"},
-        {"$LOOP", "$LOOP"},
-        {"$NOPE\\x", "\\x"},
-        {"$ TMPDIR", "C:\\TMP"},
-        {"a/b\\c$B", "a\\b\\c$B"},
-        {"$", ""},
-        {"$LONG/x", std::string(3000, 'l') + "\\x"},
-        {"$" + std::string(300, 'v') + "/x", "\\x"},
-        {"", ""},
-    };
-    // Array() would take the backslashes for marks, and TakeText gives them back.
-    for (const auto& row : cases)
-        EXPECT_EQ(FileName(row.name.c_str()), row.expanded) << row.name;
     EXPECT_EQ(EnvironFileName(nullptr), NullString());
 }
 
-TEST_F(EnvironTest, PathsOfAHostWithoutSettings) {
+TEST_F(FilesTest, PathsOfAHostWithoutSettings) {
     EXPECT_EQ(GetEnvironLauncher(), kVrLauncherUnknown);
     Start();
-    EXPECT_STREQ(EnvironVrPath(), "\\VRLINK");
-    EXPECT_NE(GetEnvironLauncher(), kVrLauncherUnknown);
-    EXPECT_STREQ(EnvironProduct(), "");
-    EXPECT_STREQ(EnvironRelease(), "");
     EXPECT_EQ(TakeText(EnvironPrintDataPath()), "PRINT");
     EXPECT_EQ(BytesOf(EnvironPrintAttributesPath()), "PRINT\\PRINTCFG");
+    EXPECT_NE(GetEnvironLauncher(), kVrLauncherUnknown);
     EXPECT_EQ(BytesOf(EnvironPrintJobNumPath()), "PRINT\\NEXTJOB");
     DLLPutEnv("VRLPRINTPATH", std::string(300, 'p').c_str());
     EXPECT_EQ(TakeText(EnvironPrintQueuePath()), std::string(300, 'p'));
     EXPECT_EQ(BytesOf(EnvironPrintJobNumPath()), std::string(251, 'p'));
     DLLPutEnv("VRLPATH", "C:\\LATER");
     EXPECT_STREQ(EnvironVrPath(), "\\VRLINK");
-    EXPECT_EQ(EnvironShowErrorCode(), 1);
+    EXPECT_STREQ(EnvironProduct(), "");
+    EXPECT_STREQ(EnvironRelease(), "");
 }
 
-TEST_F(EnvironTest, DatesGoByTheVariableThenByTheCountry) {
+TEST_F(FilesTest, DatesGoByTheVariableThenByTheCountry) {
     Start();
-    const struct {
-        const char* variable;
-        const char* country;
-        int32_t result;
-        const char* after;
-    } cases[] = {
-        {"american", nullptr, 0, "american"},
-        {"AMERICANS", nullptr, 1, "AMERICANS"},
-        {"DMY", nullptr, 1, "DMY"},
-        {nullptr, nullptr, 0, "AMERICAN"},
-        {nullptr, "", 1, "INTERNATIONAL"},
-        {nullptr, "\"iCountry\"=\"1\"\n", 0, "AMERICAN"},
-        {nullptr, "\"iCountry\"=\"44\"\n", 1, "INTERNATIONAL"},
+    SetEnvironmentVariableA("VRPLATFORM_REGISTRY", "registry.txt");
+    const std::string key = "REGEDIT4\n[HKEY_CURRENT_USER\\Control Panel\\International]\n";
+    const std::tuple<const char*, std::string, int32_t, const char*> cases[] = {
+        {"american", key, 0, "american"},
+        {"AMERICANS", "", 1, "AMERICANS"},
+        {"", "", 0, "AMERICAN"},
+        {nullptr, key, 1, "INTERNATIONAL"},
+        {nullptr, key + "\"iCountry\"=\"1\"", 0, "AMERICAN"},
+        {nullptr, key + "\"iCountry\"=\"44\"", 1, "INTERNATIONAL"},
     };
-    for (const auto& row : cases) {
-        SetEnvironmentVariableA("VRPLATFORM_REGISTRY", nullptr);
-        if (row.country != nullptr) WriteCountry(row.country);
-        SetEnvironmentVariableA("VRLDATE", row.variable);
-        EXPECT_EQ(EnvironInternationalDate(), row.result) << row.after;
-        EXPECT_STREQ(DLLGetEnv("VRLDATE"), row.after);
-        EXPECT_EQ(EnvironInternationalDate(), row.result) << "the second call goes by the variable";
+    for (const auto& [variable, registry, result, after] : cases) {
+        WriteFile("registry.txt", registry);
+        SetEnvironmentVariableA("VRLDATE", variable);
+        EXPECT_EQ(EnvironInternationalDate(), result) << after;
+        EXPECT_STREQ(DLLGetEnv("VRLDATE"), after);
+        EXPECT_EQ(EnvironInternationalDate(), result) << "the second call goes by the variable";
     }
 }
 
-// A copy of this program under another name, which runs the case below in it.
-int RunUnderName(const std::string& name, const char* caseName) {
-    std::filesystem::copy_file("/proc/self/exe", name,
-                               std::filesystem::copy_options::overwrite_existing);
-    const std::string filter = std::string("--gtest_filter=") + caseName;
-    const std::string line =
-        "./" + name + " --gtest_also_run_disabled_tests " + filter + " >out 2>&1";
-    const int status = std::system(line.c_str());
-    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-}
-
-// Ends with 40 + the launcher kind's last digits when nothing ended it before.
-TEST_F(EnvironTest, DISABLED_AHostThatLeavesWithFive) {
-    WriteFile("named.ini", "[ENVIRONMENT]\nVRLPATH=C:\\INSTALLED\n");
-    Start("named.ini");
-    fprintf(stderr, "<%s|%s|%s|%d>", EnvironProduct(), EnvironRelease(), EnvironVrPath(),
-            GetEnvironLauncher());
-    VrErrorMessage("title");
-    fprintf(stderr, "<%s>", boxes.shown[0].caption.c_str());
-    VrExit(0);
-    fprintf(stderr, "<back>");
-    VrExit(5);
-    _exit(40);
-}
-
-TEST_F(EnvironTest, TheModuleTellsIdentityAndLauncher) {
-    Start();
-    if (directory.Path().find('.') != std::string::npos) {
-        GTEST_SKIP() << "the first dot of the full path decides, and the folder's name has one";
+// Runs in a copy of this program: writes down its identity and the codes with which
+// two threads end that leave with 0 and 7, or 99 for a thread that comes back.
+TEST(Host, DISABLED_TellsAndLeaves) {
+    Boxes boxes;
+    boxes.Attach();
+    const UtilInitRecord record = {0, 0, "test.ini"};
+    UtilInit(&record);
+    VrErrorMessage("text");
+    std::ofstream told("told");
+    told << EnvironProduct() << '|' << EnvironRelease() << '|' << EnvironVrPath() << '|'
+         << boxes.shown[0].caption << '|' << GetEnvironLauncher() << std::flush;
+    for (int32_t code : {0, 7}) {
+        const auto leave = [](void* codeOfThread) {
+            VrExit(*static_cast<int32_t*>(codeOfThread));
+            return reinterpret_cast<void*>(99);
+        };
+        pthread_t thread = {};
+        void* result = nullptr;
+        pthread_create(&thread, nullptr, leave, &code);
+        pthread_join(thread, &result);
+        told << '|' << reinterpret_cast<uintptr_t>(result) << std::flush;
     }
-    const char* const resource =
-        "; made by the test\r\nProductName=Ledger\r\nProductVersion=4.2\r\n";
-    const struct {
-        const char* name;
-        const char* launcher;
-        int exitCode;
-        bool comesBackFrom0;
-    } cases[] = {
-        {"host.exe", "300", 5, true},
-        {"HOST.Dll", "301", 0, false},  // the thread is the last one, and ends with 0
-        {"host.bin", "302", 40, true},
-        {"host", "302", 40, true},
+    std::_Exit(40);
+}
+
+TEST_F(FilesTest, TheModuleTellsIdentityAndHowVrExitEnds) {
+    SetEnvironmentVariableA("VRPLATFORM_DRIVE_D", directory.path.c_str());
+    WriteFile("test.ini", "[ENVIRONMENT]\nVRLPATH=C:\\INSTALLED\n");
+    std::filesystem::create_directory("v1.2");
+    const std::tuple<std::string, std::string, int> cases[] = {
+        {"host.exe", "300|99", 7},          {"HOST.Dll", "301|0|7", 40},
+        {"host.bin", "302|99|99", 40},      {"host", "302|99|99", 40},
+        {"v1.2/host.exe", "302|99|99", 40},  // the first dot of the path decides
     };
-    for (const auto& row : cases) {
-        WriteFile(std::string(row.name) + ".version", resource);
-        EXPECT_EQ(RunUnderName(row.name, "EnvironTest.DISABLED_AHostThatLeavesWithFive"),
-                  row.exitCode)
-            << row.name;
-        const std::string out = ReadFile("out");
-        EXPECT_NE(out.find(std::string("<Ledger|4.2|C:\\INSTALLED|") + row.launcher + "><Ledger>"),
-                  std::string::npos)
-            << out;
-        EXPECT_EQ(out.find("<back>") != std::string::npos, row.comesBackFrom0) << row.name;
+    for (const auto& [name, rest, exitCode] : cases) {
+        WriteFile(name + ".version", "ProductName=Ledger\r\nProductVersion=4.2\r\n");
+        std::filesystem::copy_file("/proc/self/exe", name);
+        const std::string line =
+            "./" + name + " --gtest_also_run_disabled_tests --gtest_filter=Host.* >out";
+        EXPECT_EQ(WEXITSTATUS(std::system(line.c_str())), exitCode) << name;
+        EXPECT_EQ(ReadFile("told"), "Ledger|4.2|C:\\INSTALLED|Ledger|" + rest) << name;
     }
 }
 

@@ -1,185 +1,142 @@
-// The settings: how the file's text is read, which layer answers, where the file is
-// looked for.
+// The settings: how the file's text is read, which layer answers, where the file lies.
 
 #include <cstdlib>
 #include <string>
 
 #include "platform/environment.h"
-#include "tests/support/arrays.h"
 #include "tests/support/library_test.h"
 
 namespace {
 
-class SettingsTest : public FilesTest {
-protected:
+struct SettingsTest : FilesTest {
     void StartWith(const std::string& text) {
         WriteFile("test.ini", text);
         Start("test.ini");
     }
-
-    // Values of a key of the registry, in the product's part of it.
-    static void WriteRegistry(const std::string& values) {
-        WriteFile("registry.txt",
-                  "REGEDIT4\n\n[HKEY_LOCAL_MACHINE\\Software\\Veldane\\\\Database]\n" + values);
+    // Adds a key to the registry, in the part of a product without a name.
+    void AddToRegistry(const std::string& section, const std::string& values) {
+        registry += "[HKEY_LOCAL_MACHINE\\Software\\Veldane\\\\" + section + "]\n" + values + "\n";
+        WriteFile("registry.txt", "REGEDIT4\n" + registry);
         SetEnvironmentVariableA("VRPLATFORM_REGISTRY", "registry.txt");
     }
+    std::string registry;
 };
 
-std::string Take(char* text) {
+std::string Taken(char* text) {
     const std::string taken = text == nullptr ? "(null)" : text;
     free_mem(&text);
     return taken;
 }
 
-std::string Value(const char* section, const char* key, const char* defaultValue = nullptr) {
-    return Take(IniGetString(section, key, defaultValue));
+std::string Value(const std::string& section, const std::string& key) {
+    return Taken(IniGetString(section.c_str(), key.c_str(), "default"));
 }
 
 // (none) for a variable that is not there, unlike one that is empty.
-std::string Variable(const char* name) {
-    const char* value = std::getenv(name);
+std::string Variable(const std::string& name) {
+    const char* value = std::getenv(name.c_str());
     return value == nullptr ? "(none)" : value;
 }
 
-constexpr char kTwelveLines[] =
-    "; start\r\n"
-    "[environment]\r\n"
-    "VRLTEMP = C:\\TMP\\   \r\n"
-    "MY_VAR=1\r\n"
-    "  ;OLD=2\r\n"
-    "123=ABC\r\n"
-    "[Database] ignored\r\n"
-    "LOG=3\r\n"
-    "LOGFILE=x\r\n"
-    "EMPTY=\r\n"
-    "NEXT=7\r\n"
-    "TAIL";
-
-TEST_F(SettingsTest, TheTwelveLines) {
-    StartWith(kTwelveLines);
-    EXPECT_EQ(Variable("VRLTEMP"), "C:\\TMP\\");
-    EXPECT_EQ(Variable("MY"), "");
-    EXPECT_EQ(Variable("MY_VAR"), "(none)");
-    EXPECT_EQ(Variable("OLD"), "2");
-    EXPECT_EQ(Variable("ABC"), "");
-    EXPECT_EQ(IniGetInt("DATABASE", "LOG", 9), 3);
-    EXPECT_EQ(Value("Database", "LOGF"), "x");
-    EXPECT_EQ(Value("Database", "LOG"), "3");
-    EXPECT_EQ(Value("Database", "EMPTY", "d"), "NEXT=7");
-    EXPECT_EQ(IniGetInt("Database", "TAIL", 5), 5);
-    EXPECT_EQ(Value("Database", "MISSING"), "");
-    EXPECT_EQ(Value("Database", "MISSING", "d"), "d");
-    EXPECT_EQ(IniGetInt("Nothing", "LOG", 7), 7);
-    EXPECT_EQ(Take(IniGetSection("Database")), "ignoredLOG=3LOGFILE=xEMPTY=NEXT=7TAIL");
-    EXPECT_EQ(Take(IniGetSection("environment")), "VRLTEMP = C:\\TMP\\   MY_VAR=1123=ABC");
-    EXPECT_EQ(Take(IniGetSection("Nothing")), "(null)");
-    EXPECT_STREQ(ini_path, "test.ini");
-}
-
-TEST_F(SettingsTest, FurtherEdgesOfTheFile) {
+TEST_F(SettingsTest, TheFileIsReadLeniently) {
+    const std::string x(300, 'x');
     StartWith(
-        "; [Hidden] in a comment\n"
-        "K=found\n"
-        "[A][B]\nK=a[1]\nM=2\n"
-        "[S]\nFOO\n[T]\nBAR=1\n"
-        "[Long]\nL=" +
-        std::string(300, 'x') +
-        "\n"
-        "  [Indented]\n  first=1\n  second=2\nthird = \t 3 ; kept \n"
-        "[Hidden]\nK=never seen\n"
-        "[ENVIRONMENT]\nFOO=1 ; note\n;C=1\nLINE=" +
-        std::string(300, 'v') + "\x1A[Gone]\nX=1\n");
-    EXPECT_EQ(Value("Hidden", "K"), "found");
-    EXPECT_EQ(Take(IniGetSection("A")), "");
-    EXPECT_EQ(Take(IniGetSection("B")), "K=a");
-    EXPECT_EQ(Value("B", "K"), "a[1]");
-    EXPECT_EQ(Value("B", "M"), "2");
-    EXPECT_EQ(Value("S", "FOO"), "1");
-    EXPECT_EQ(Value("Long", "L"), std::string(255, 'x'));
-    EXPECT_EQ(Value("Indented", "first"), "1");
-    EXPECT_EQ(Value("Indented", "second"), "");
-    EXPECT_EQ(Value("Indented", "third"), "3 ; kept");
-    EXPECT_EQ(Variable("FOO"), "1 ; note");
-    EXPECT_EQ(Variable("C"), "(none)");
-    EXPECT_EQ(Variable("LINE"), std::string(250, 'v'));
-    EXPECT_EQ(Variable(std::string(50, 'v').c_str()), "") << "the rest is a line of its own";
-    EXPECT_EQ(IniGetInt("Gone", "X", 5), 5) << "Ctrl-Z ends the text";
+        "; [Hidden] in a comment\r\nK=found\r\n"
+        "[environment]\r\nVRLTEMP = C:\\TMP\\   \r\nMY_VAR=1\r\n  ;OLD=2\r\n123=ABC\r\n"
+        "FOO=1 ; note\n;C=1\nLINE=" +
+        x + "\n[A][B]\nK=a[1]\nM=2\n[S]\nFOO\n[T]\nBAR=1\n[Long]\nL=" + x +
+        "\n  [Indented]\n  first=1\n  second=2\nthird = \t 3 ; kept \n[Hidden]\nK=never seen\n"
+        "[Database] ignored\r\nLOG=3\r\nLOGFILE=x\r\nEMPTY=\r\nNEXT=7\r\nTAIL\x1A[Gone]\nX=1\n");
+    const std::string variables[][2] = {
+        {"VRLTEMP", "C:\\TMP\\"}, {"MY", ""},   {"MY_VAR", "(none)"}, {"ABC", ""},
+        {"FOO", "1 ; note"},      {"OLD", "2"}, {"C", "(none)"},      {"LINE", x.substr(0, 250)},
+        {x.substr(0, 50), ""}};
+    for (const auto& [name, value] : variables)
+        EXPECT_EQ(Variable(name), value) << name;
+    const std::string values[][3] = {
+        {"Database", "LOGF", "x"},          {"Database", "LOG", "3"},
+        {"Database", "EMPTY", "NEXT=7"},    {"Hidden", "K", "found"},
+        {"Database", "TAIL", "default"},    {"Gone", "X", "default"},
+        {"Database", "MISSING", "default"}, {"B", "K", "a[1]"},
+        {"Indented", "first", "1"},         {"B", "M", "2"},
+        {"Indented", "second", "default"},  {"S", "FOO", "1"},
+        {"Indented", "third", "3 ; kept"},  {"Long", "L", x.substr(0, 255)},
+    };
+    for (const auto& [section, key, value] : values)
+        EXPECT_EQ(Value(section, key), value) << section << key;
+    EXPECT_EQ(Taken(IniGetSection("Database")), "ignoredLOG=3LOGFILE=xEMPTY=NEXT=7TAIL");
+    EXPECT_EQ(Taken(IniGetSection("environment")),
+              "VRLTEMP = C:\\TMP\\   MY_VAR=1123=ABCFOO=1 LINE=" + x);
+    EXPECT_EQ(Taken(IniGetSection("A")), "");
+    EXPECT_EQ(Taken(IniGetSection("B")), "K=a");
+    EXPECT_EQ(Taken(IniGetSection("Nothing")), "(null)");
+    EXPECT_EQ(Taken(IniGetString("Database", "MISSING", nullptr)), "");
+    EXPECT_EQ(IniGetInt("DATABASE", "LOG", 9), 3);
 }
 
 TEST_F(SettingsTest, TheRegistryGoesBeforeTheFile) {
-    WriteRegistry("\"LOG\"=\"\"\n\"NUM\"=\" -12x\"\n\"LONG\"=\"" + std::string(256, 'r') +
-                  "\"\n"
-                  "[HKEY_LOCAL_MACHINE\\Software\\Veldane\\\\ENVIRONMENT]\n"
-                  "\"FROMREG\"=\"r\"\n\"BOTH\"=\"r\"\n");
-    StartWith("[Database]\nLOG=3\nLONG=l\nNUM=4\n[Environment]\nBOTH=f\nFILEONLY=f\n");
+    const std::string r(255, 'r');
+    AddToRegistry("Database",
+                  "\"LOG\"=\"\"\n\"NUM\"=\" -12x\"\n\"A\"=\"" + r + "\"\n\"B\"=\"r" + r + "\"");
+    AddToRegistry("ENVIRONMENT", "\"FROMREG\"=\"r\"\n\"BOTH\"=\"r\"\n\"TOOLONG\"=\"rrrrr" + r +
+                                     "\"\n\"BEHIND\"=\"r\"");
+    AddToRegistry(r.substr(0, 241), "\"K\"=\"r\"");
+    StartWith("[Database]\nLOG=3\nB=file\nNUM=4\n[Environment]\nBOTH=f\nFILEONLY=f\n");
     EXPECT_EQ(IniGetInt("Database", "LOG", 9), 0);
-    EXPECT_EQ(Value("Database", "LOG", "d"), "");
     EXPECT_EQ(IniGetInt("database", "num", 9), -12);
-    EXPECT_EQ(Value("Database", "LONG"), "l") << "a text of more than 256 bytes counts as absent";
-    EXPECT_EQ(Value(std::string(260, 's').c_str(), "LOG", "d"), "d");
-    EXPECT_EQ(Variable("FROMREG"), "r");
-    EXPECT_EQ(Variable("BOTH"), "r");
-    EXPECT_EQ(Variable("FILEONLY"), "f");
+    EXPECT_EQ(Value("Database", "LOG"), "");
+    EXPECT_EQ(Value("Database", "A"), r);
+    EXPECT_EQ(Value("Database", "B"), "file") << "a text of more than 256 bytes counts as absent";
+    EXPECT_EQ(Value(r.substr(0, 241), "K"), "r");
+    EXPECT_EQ(Value(r.substr(0, 242), "K"), "default");
+    EXPECT_EQ(Variable("FROMREG") + Variable("BOTH") + Variable("FILEONLY"), "rrf");
+    EXPECT_EQ(Variable("TOOLONG") + Variable("BEHIND"), "(none)(none)") << "it ends the reading";
 }
 
-TEST_F(SettingsTest, WithoutAFileTheEnvironmentStaysAsItWas) {
-    WriteRegistry(
-        "\"LOG\"=\"5\"\n"
-        "[HKEY_LOCAL_MACHINE\\Software\\Veldane\\\\ENVIRONMENT]\n\"FROMREG\"=\"r\"\n");
-    Start((std::string(300, 'p') + ".ini").c_str());
+TEST_F(SettingsTest, WithoutMemoryForTheTextTheEnvironmentStaysAsItWas) {
+    AddToRegistry("Database", "\"LOG\"=\"5\"");
+    AddToRegistry("ENVIRONMENT", "\"FROMREG\"=\"r\"");
+    ControlFailAllocations(1, 1);
+    StartWith("[Database]\nOTHER=3\n");
     EXPECT_EQ(ini_buf, nullptr);
-    EXPECT_STREQ(ini_path, "C:\\WINDOWS\\VRLINK.INI");
     EXPECT_EQ(Variable("FROMREG"), "(none)");
     EXPECT_EQ(IniGetSection("Database"), nullptr);
     EXPECT_EQ(IniGetInt("Database", "LOG", 9), 5);
+    EXPECT_EQ(IniGetInt("Database", "OTHER", 9), 9);
 }
 
-TEST_F(SettingsTest, AnEmptyFileIsAFile) {
+// From none to all places: each new file goes before those that were there.
+TEST_F(SettingsTest, PlacesOfTheFile) {
+    const std::string windows = directory.drivePath + "\\w";
+    SetEnvironmentVariableA("VRPLATFORM_WINDOWS_DIR", windows.c_str());
+    std::filesystem::create_directory("w");
+    const std::string fileAndPath[][2] = {{"none", windows + "\\VRLINK.INI"},
+                                          {"w/vrlink.ini", windows + "\\VRLINK.INI"},
+                                          {"vrlink.ini", directory.drivePath + "\\VRLINK.INI"},
+                                          {"given.ini", "given.ini"}};
+    for (int place = 0; place < 4; ++place) {
+        const auto& [file, path] = fileAndPath[place];
+        WriteFile(file, "[A]\nK=" + std::to_string(place));
+        const auto found = [&] {
+            Start("given.ini");
+            std::_Exit(path == ini_path ? IniGetInt("A", "K", 0) : 99);
+        };
+        EXPECT_EXIT(found(), testing::ExitedWithCode(place), "");
+    }
+}
+
+TEST_F(SettingsTest, EnvironmentVariablesAndAnEmptyFile) {
     StartWith("");
-    ASSERT_NE(ini_buf, nullptr);
     EXPECT_STREQ(ini_buf, "");
-    EXPECT_EQ(IniGetInt("A", "B", 3), 3);
-}
-
-TEST_F(SettingsTest, TheCurrentDirectoryComesBeforeTheWindowsDirectory) {
-    SetEnvironmentVariableA("VRPLATFORM_WINDOWS_DIR", (directory.DrivePath() + "\\w").c_str());
-    std::filesystem::create_directory("w");
-    WriteFile("w/vrlink.ini", "[A]\nK=windows\n");
-    WriteFile("VRLINK.INI", "[A]\nK=current\n");
-    Start("missing.ini");
-    EXPECT_EQ(Value("A", "K"), "current");
-    EXPECT_EQ(ini_path, directory.DrivePath() + "\\VRLINK.INI");
-}
-
-TEST_F(SettingsTest, TheWindowsDirectoryIsTheLastPlace) {
-    SetEnvironmentVariableA("VRPLATFORM_WINDOWS_DIR", (directory.DrivePath() + "\\w").c_str());
-    std::filesystem::create_directory("w");
-    WriteFile("w/vrlink.ini", "[A]\nK=windows\n");
-    Start();
-    EXPECT_EQ(Value("A", "K"), "windows");
-}
-
-TEST_F(SettingsTest, NoMemoryForTheTextIsNoFile) {
-    WriteFile("test.ini", kTwelveLines);
-    ControlFailAllocations(1, 1);
-    Start("test.ini");
-    EXPECT_EQ(ini_buf, nullptr);
-    EXPECT_EQ(IniGetInt("Database", "LOG", 9), 9);
-}
-
-TEST_F(SettingsTest, EnvironmentVariables) {
-    Start();
-    EXPECT_EQ(DLLPutEnv("VR_A", "one"), 0);
-    const char* first = DLLGetEnv("VR_A");
-    EXPECT_STREQ(first, "one");
-    EXPECT_EQ(DLLPutEnv("VR_B", std::string(8191, 'b').c_str()), 0);
-    EXPECT_EQ(DLLGetEnv("VR_B"), first) << "one static buffer";
-    EXPECT_EQ(std::string(first), std::string(8191, 'b'));
-    DLLPutEnv("VR_B", std::string(8192, 'b').c_str());
-    EXPECT_STREQ(DLLGetEnv("VR_B"), "") << "too long a value reads as empty";
-    DLLPutEnv("VR_B", "");
-    EXPECT_EQ(DLLGetEnv("VR_B"), nullptr) << "an empty value reads as not set";
-    EXPECT_EQ(DLLGetEnv("VR_C"), nullptr);
+    const std::string longest(8191, 'b');
+    EXPECT_EQ(DLLPutEnv("VR_A", longest.c_str()), 0);
+    const char* buffer = DLLGetEnv("VR_A");
+    EXPECT_EQ(buffer, longest);
+    DLLPutEnv("VR_A", (longest + "b").c_str());
+    EXPECT_EQ(DLLGetEnv("VR_A"), buffer) << "the one static buffer";
+    EXPECT_STREQ(buffer, "") << "too long a value reads as empty";
+    DLLPutEnv("VR_A", "");
+    EXPECT_EQ(DLLGetEnv("VR_A"), nullptr) << "an empty value reads as not set";
     EXPECT_EQ(DLLPutEnv("A=B", "x"), -1);
 }
 

@@ -52,7 +52,7 @@ TEST(Frame, TheFirstStartWipesTheChainButNotItsCountOf100) {
 // The host's module is a library here: a shared object that happens to be there.
 TEST(Frame, ALibraryLeavesWithItsThread) {
     const TempDirectory directory;
-    if (directory.Path().find('.') != std::string::npos) GTEST_SKIP() << "the first dot decides";
+    if (directory.path.find('.') != std::string::npos) GTEST_SKIP() << "the first dot decides";
     Dl_info object;
     dladdr(reinterpret_cast<void*>(cbrtf), &object);
     std::filesystem::copy_file(object.dli_fname, "host.dll");

@@ -1,10 +1,9 @@
 // Locks within one process: keys, registrations, and the pool behind them, which the
-// count of open files and the locks on disk show from outside.
-
-#include <sys/stat.h>
+// open files and the locks on disk show from outside.
 
 #include <cerrno>
 #include <string>
+#include <tuple>
 
 #include "platform/files.h"
 #include "platform/locks.h"
@@ -13,128 +12,105 @@
 
 namespace {
 
-class LockTest : public FilesTest {
-protected:
+constexpr uint32_t kPositionOf1 = 0x8BFE0031;  // of the key "1" in a file ABC
+
+struct LockTest : FilesTest {
     static VrLockHandle Register(const std::string& path) {
         VrLockHandle handle = 0;
         EXPECT_EQ(LockRegister(path.c_str(), &handle), 0) << path;
         return handle;
     }
-
-    static int32_t Take(VrLockHandle handle, const std::string& key) {
-        VrString s = StringOfBytes(key);
-        const int32_t result = LockLockKey(handle, s, 0, 0);
-        free_mem(&s);
-        return result;
+    // A file ABC in a new folder.
+    static VrLockHandle RegisterIn(const std::string& folder) {
+        std::filesystem::create_directory(folder);
+        return Register(folder + "\\ABC");
     }
-
-    static int32_t Give(VrLockHandle handle, const std::string& key) {
-        VrString s = StringOfBytes(key);
-        const int32_t result = LockUnlockKey(handle, s);
-        free_mem(&s);
-        return result;
+    // A string that lasts until the next one.
+    VrString Key(const std::string& bytes) {
+        free_mem(&lastKey);
+        return lastKey = StringOfBytes(bytes);
     }
-
+    int32_t Take(VrLockHandle handle, const std::string& key) {
+        return LockLockKey(handle, Key(key), 0, 0);
+    }
+    int32_t Give(VrLockHandle handle, const std::string& key) {
+        return LockUnlockKey(handle, Key(key));
+    }
     // Whether the byte is free for a handle of the test's own.
-    static bool IsFree(uint32_t position, const char* file = "__locks") {
-        const int32_t own = FileOpen(file, kOpenReadWrite, kShareDenyNone, 0);
+    static bool IsFree(uint32_t position, const std::string& file = "__locks") {
+        const int32_t own = FileOpen(file.c_str(), kOpenReadWrite, kShareDenyNone, 0);
         const bool free = LockFile(FileSystemHandle(own), position, 0, 1, 0) != 0;
         FileClose(own);
         return free;
     }
+    VrString lastKey = nullptr;
 };
 
-TEST_F(LockTest, KeysLieAtTheirPositions) {
+TEST_F(LockTest, KeysLieAtTheirPositionsAndAreGivenBackAsOftenAsTaken) {
     StartWithFiles();
     const VrLockHandle abc = Register("ABC");
     const VrLockHandle customer = Register("CUSTOMER");
-    EXPECT_EQ(abc & 0xFFFF, 0xFC42u);
-    EXPECT_EQ(customer & 0xFFFF, 0x6FDEu);
-    EXPECT_EQ(abc >> 16, customer >> 16) << "one lock file serves the directory";
-    const struct {
-        VrLockHandle handle;
-        std::string key;
-        uint32_t position;
-    } cases[] = {
-        {abc, "1", 0x8BFE0031},
+    EXPECT_EQ(abc, 0x1FC42u);
+    EXPECT_EQ(customer, 0x16FDEu) << "one lock file serves the directory";
+    const std::tuple<VrLockHandle, std::string, uint32_t> cases[] = {
+        {abc, "1", kPositionOf1},
         {customer, "1", 0x8BE20031},
         {abc, "100", 0x847EBDF1},
         {abc, "", 0xFC420000},
-        {abc, std::string("1\0", 2), 0x8BFE0031u * 31},
+        {abc, std::string("1\0", 2), kPositionOf1 * 31},
         {abc, "\xFF", 0xFC420000u * 31 + 255},
     };
-    for (const auto& row : cases) {
-        EXPECT_TRUE(IsFree(row.position));
-        EXPECT_EQ(Take(row.handle, row.key), 0);
-        EXPECT_FALSE(IsFree(row.position)) << row.key;
-        EXPECT_EQ(Give(row.handle, row.key), 0);
-        EXPECT_TRUE(IsFree(row.position));
+    for (const auto& [handle, key, position] : cases) {
+        EXPECT_EQ(Give(handle, key), 1) << "never taken";
+        EXPECT_EQ(Take(handle, key), 0);
+        EXPECT_EQ(Take(handle, key), 0);
+        EXPECT_EQ(Give(handle, key), 0);
+        EXPECT_FALSE(IsFree(position)) << key;
+        EXPECT_EQ(Give(handle, key), 0);
+        EXPECT_TRUE(IsFree(position)) << key;
+        EXPECT_EQ(Give(handle, key), 1);
     }
-    EXPECT_EQ(std::filesystem::file_size("__locks"), 0u);
-}
-
-TEST_F(LockTest, AKeyIsGivenBackAsOftenAsTaken) {
-    StartWithFiles();
-    const VrLockHandle abc = Register("ABC");
-    EXPECT_EQ(Give(abc, "1"), 1);
-    EXPECT_EQ(Take(abc, "1"), 0);
-    EXPECT_EQ(Take(abc, "1"), 0);
-    EXPECT_EQ(Give(abc, "1"), 0);
-    EXPECT_FALSE(IsFree(0x8BFE0031));
-    EXPECT_EQ(Give(abc, "1"), 0);
-    EXPECT_TRUE(IsFree(0x8BFE0031));
-    EXPECT_EQ(Give(abc, "1"), 1);
-}
-
-TEST_F(LockTest, BadHandlesAreRefused) {
-    StartWithFiles();
-    const VrLockHandle abc = Register("ABC");
-    for (VrLockHandle bad : {0u, 0x0000FC42u, 0x0002FC42u, 0x0006FC42u, 0xFFFFFC42u}) {
-        EXPECT_EQ(Take(bad, "1"), -1);
-        EXPECT_EQ(Give(bad, "1"), -1);
-        EXPECT_EQ(LockDeregister(bad), -1);
-    }
-    EXPECT_EQ(LockDeregister(abc), 0);
-    EXPECT_EQ(LockDeregister(abc), -1);
 }
 
 TEST_F(LockTest, RegistrationsAreCountedAndTheLastGivesAllKeysBack) {
     StartWithFiles();
     const VrLockHandle abc = Register("ABC");
     EXPECT_EQ(Register("ABC"), abc);
-    Take(abc, "1");
-    Take(abc, "1");
-    Take(abc, "100");
+    for (VrLockHandle bad : {0u, 0x0000FC42u, 0x0002FC42u, 0x0006FC42u, 0xFFFFFC42u}) {
+        EXPECT_EQ(Take(bad, "1"), -1);
+        EXPECT_EQ(Give(bad, "1"), -1);
+        EXPECT_EQ(LockDeregister(bad), -1);
+    }
+    for (const char* key : {"1", "1", "100"})
+        EXPECT_EQ(Take(abc, key), 0);
     EXPECT_EQ(LockDeregister(abc), 0);
-    EXPECT_FALSE(IsFree(0x8BFE0031));
+    EXPECT_FALSE(IsFree(kPositionOf1));
     EXPECT_EQ(LockDeregister(abc), 0);
-    EXPECT_TRUE(IsFree(0x8BFE0031));
-    EXPECT_TRUE(IsFree(0x847EBDF1));
-    EXPECT_EQ(Take(abc, "1"), -1);
+    EXPECT_TRUE(IsFree(kPositionOf1) && IsFree(0x847EBDF1));
+    EXPECT_EQ(LockDeregister(abc), -1);
 }
 
-TEST_F(LockTest, SixKeysAndSixDirectories) {
+// More than the tables of lock files, of pooled files and of keys are made for.
+TEST_F(LockTest, TheTablesGrow) {
     StartWithFiles();
-    for (int i = 0; i < 6; ++i) {
-        const std::string folder = std::string("d") + std::to_string(i);
-        std::filesystem::create_directory(folder);
-        const VrLockHandle handle = Register(folder + "\\ABC");
-        EXPECT_EQ(handle >> 16, static_cast<uint32_t>(i) + 1);
+    for (uint32_t i = 1; i <= 45; ++i) {
+        const std::string folder = std::to_string(i);
+        const VrLockHandle handle = RegisterIn(folder);
+        EXPECT_EQ(handle >> 16, i);
         for (int key = 0; key < 6; ++key)
             EXPECT_EQ(Take(handle, std::to_string(key)), 0);
         EXPECT_EQ(Give(handle, "2"), 0);
         EXPECT_EQ(Give(handle, "2"), 1);
         EXPECT_EQ(Give(handle, "5"), 0);
+        EXPECT_FALSE(IsFree(kPositionOf1, folder + "/__locks"));
     }
-    EXPECT_FALSE(IsFree(0x8BFE0031, "d5/__locks"));
 }
 
 // The search for a directory's entry stops at the first free one, and two entries of
 // one directory contend like two processes.
 TEST_F(LockTest, TwoEntriesOfOneDirectoryContend) {
     StartWithFiles();
-    std::filesystem::create_directory("other");
-    const VrLockHandle first = Register("other\\ABC");
+    const VrLockHandle first = RegisterIn("other");
     const VrLockHandle second = Register("ABC");
     EXPECT_EQ(LockDeregister(first), 0);
     const VrLockHandle third = Register("ABC");
@@ -144,7 +120,6 @@ TEST_F(LockTest, TwoEntriesOfOneDirectoryContend) {
     EXPECT_EQ(Take(third, "2"), 0) << "refusing the first key leaves the entry usable";
     EXPECT_EQ(Give(second, "1"), 0);
     EXPECT_EQ(Take(third, "1"), 0);
-    EXPECT_EQ(Give(third, ""), 1);
 }
 
 TEST_F(LockTest, RefusalsOfTheSystem) {
@@ -162,99 +137,54 @@ TEST_F(LockTest, RefusalsOfTheSystem) {
 
     ControlFailLocks(1, 1, kErrorAccessDenied);
     handle = Register("ABC");  // position 0 held elsewhere is no failure
-    ControlFailLocks(1, 1, EIO);
-    EXPECT_EQ(Take(handle, "1"), -1);
-    ControlFailLocks(1, 1, kErrorDeadlock);
-    EXPECT_EQ(Take(handle, "1"), 1);
-    ControlFailLocks(1, 1, kErrorInvalid);
-    EXPECT_EQ(Take(handle, "1"), 0) << "granted, without a lock behind it";
-    EXPECT_EQ(Give(handle, "1"), 1);
+    const int32_t resultOfError[][2] = {{EIO, -1}, {kErrorDeadlock, 1}, {kErrorInvalid, 0}};
+    for (const auto& [error, result] : resultOfError) {
+        ControlFailLocks(1, 1, error);
+        EXPECT_EQ(Take(handle, "1"), result);
+    }
+    EXPECT_EQ(Give(handle, "1"), 1) << "granted without a lock behind it";
     EXPECT_EQ(Give(handle, "1"), 1) << "and gone from the array";
 }
 
-// With a limit of 3 the lock files of three directories fill the budget.
-class PoolTest : public LockTest {
-protected:
-    void SetUp() override {
-        LockTest::SetUp();
-        StartWithFiles("[Environment]\nMaxOpenFiles=3\n");
-        for (int i = 0; i < 3; ++i) {
-            std::filesystem::create_directory(std::to_string(i));
-            handles[i] = Register(std::to_string(i) + "\\ABC");
+// Those of the folders whose lock file this process has open.
+std::string Open() {
+    std::string folders;
+    for (const std::string folder : {"0", "1", "2"}) {
+        for (const auto& open : std::filesystem::directory_iterator("/proc/self/fd")) {
+            std::error_code error;
+            if (equivalent(open.path(), folder + "/__locks", error)) folders += folder;
         }
     }
+    return folders;
+}
 
-    static int OpenFiles() {
-        int open = 0;
-        for (int32_t handle = 3; handle < 20; ++handle)
-            open += FileLength(handle) >= 0 ? 1 : 0;
-        return open;
-    }
-
-    // Whether the lock file of the directory is open in this process.
-    static bool IsOpen(int directory) {
-        struct stat file = {};
-        stat((std::to_string(directory) + "/__locks").c_str(), &file);
-        for (const auto& entry : std::filesystem::directory_iterator("/proc/self/fd")) {
-            struct stat open = {};
-            if (stat(entry.path().c_str(), &open) == 0 && open.st_ino == file.st_ino &&
-                open.st_dev == file.st_dev) {
-                return true;
-            }
-        }
-        return false;
-    }
-
-    VrLockHandle handles[3] = {};
-};
-
-TEST_F(PoolTest, OneOpenParksTheFileThatIsIdleLongest) {
+TEST_F(LockTest, TheIdleFilesOfThePoolMakeRoomAndComeBack) {
+    StartWithFiles("[Environment]\nMaxOpenFiles=3\n");
+    const VrLockHandle handles[] = {RegisterIn("0"), RegisterIn("1"), RegisterIn("2")};
+    EXPECT_EQ(Open(), "012");
     Take(handles[0], "1");
     Give(handles[0], "1");
-    int32_t handle = 0;
-    EXPECT_EQ(OsOpen("x", kOpenReadWrite | kOpenCreate, kPermissionWrite, &handle), 0);
-    EXPECT_EQ(OpenFiles(), 3);
-    EXPECT_FALSE(IsOpen(1));
-    EXPECT_TRUE(IsOpen(0) && IsOpen(2));
-    EXPECT_EQ(Take(handles[1], "1"), 0) << "a parked file opens again";
-    EXPECT_FALSE(IsOpen(2)) << "which parked another";
-    EXPECT_FALSE(IsFree(0x8BFE0031, "1/__locks"));
-}
-
-TEST_F(PoolTest, AFileWithAKeyIsNeverParked) {
+    OsFilesInc();
+    EXPECT_EQ(Open(), "02") << "the one idle longest made room";
+    std::filesystem::remove("1/__locks");
+    EXPECT_EQ(Take(handles[1], "1"), -1);
+    EXPECT_FALSE(std::filesystem::exists("1/__locks")) << "reopened without the create bit";
+    EXPECT_EQ(Open(), "0");
+    WriteFile("1/__locks", "");
+    ControlFailOpens(1, 2, kErrorTooManyOpenFiles);
+    EXPECT_EQ(Take(handles[1], "1"), -2);
+    EXPECT_EQ(Open(), "") << "one released last is idle too";
     for (VrLockHandle handle : handles)
-        Take(handle, "1");
+        EXPECT_EQ(Take(handle, "1"), 0);
+
+    // Now the three are in use, and the count is above the limit.
     OsFilesInc();
-    OsFilesInc();
-    EXPECT_EQ(OpenFiles(), 3);
-    for (int i = 0; i < 3; ++i)
-        EXPECT_FALSE(IsFree(0x8BFE0031, (std::to_string(i) + "/__locks").c_str()));
+    EXPECT_EQ(Open(), "012");
     Give(handles[1], "1");
     OsFilesInc();
-    EXPECT_FALSE(IsOpen(1)) << "idle from its last release on";
+    EXPECT_EQ(Open(), "02");
+    EXPECT_FALSE(IsFree(kPositionOf1, "2/__locks"));
     EXPECT_EQ(LockDeregister(handles[1]), 0);
-}
-
-TEST_F(PoolTest, AParkedFileReopensWithoutTheCreateBit) {
-    OsFilesInc();
-    EXPECT_FALSE(IsOpen(0));
-    std::filesystem::remove("0/__locks");
-    EXPECT_EQ(Take(handles[0], "1"), -1);
-    EXPECT_FALSE(std::filesystem::exists("0/__locks"));
-    WriteFile("0/__locks", "");
-    ControlFailOpens(1, 2, kErrorTooManyOpenFiles);
-    EXPECT_EQ(Take(handles[0], "1"), -2);
-    EXPECT_EQ(Take(handles[0], "1"), 0);
-}
-
-TEST_F(PoolTest, TheTablesGrow) {
-    for (int i = 3; i < 45; ++i) {
-        std::filesystem::create_directory(std::to_string(i));
-        const VrLockHandle handle = Register(std::to_string(i) + "\\ABC");
-        EXPECT_EQ(handle >> 16, static_cast<uint32_t>(i) + 1);
-    }
-    for (uint32_t i = 1; i <= 45; ++i)
-        EXPECT_EQ(Take(i << 16, "1"), 0) << i;
 }
 
 }  // namespace

@@ -27,7 +27,7 @@ protected:
 };
 
 TEST_F(Paths, Expansion) {
-    const std::string here = directory.DrivePath();
+    const std::string here = directory.drivePath;
     const std::string parent = here.substr(0, here.rfind('\\'));
     const struct {
         std::string path;
@@ -72,11 +72,11 @@ TEST_F(Paths, NamesAreFoundInAnyCaseTheExactOneFirst) {
     EXPECT_EQ(read("data/TWO"), "upper");
     EXPECT_EQ(read("data/two"), "lower");
     EXPECT_EQ(read("data/three"), "none");
-    std::string upper = directory.DrivePath() + "\\data\\one";
+    std::string upper = directory.drivePath + "\\data\\one";
     for (char& c : upper)
         c = static_cast<char>(toupper(c));
     EXPECT_EQ(read(upper), "1") << "an upper-cased full path still opens";
-    EXPECT_EQ(read(directory.Path() + "/Data/One"), "1");
+    EXPECT_EQ(read(directory.path + "/Data/One"), "1");
 
     const int32_t handle =
         FileOpen("DATA\\NewName", kOpenWriteOnly | kOpenCreate, kShareDenyNone, kPermissionWrite);
@@ -91,7 +91,7 @@ TEST_F(Paths, DrivesHaveRoots) {
     WriteFile("drive/sub/f", "f");
     EXPECT_EQ(FileStatus("D:\\sub\\f"), -1);
     EXPECT_EQ(errno, ENOENT);
-    SetEnvironmentVariableA("VRPLATFORM_DRIVE_D", (directory.Path() + "/drive/").c_str());
+    SetEnvironmentVariableA("VRPLATFORM_DRIVE_D", (directory.path + "/drive/").c_str());
     EXPECT_EQ(FileStatus("d:\\sub\\f"), 0);
     EXPECT_EQ(FileStatus("D:sub/F"), 0);
     EXPECT_EQ(FileStatus("D:\\..\\..\\sub"), 0) << "nothing lies above a drive's root";

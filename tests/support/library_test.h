@@ -6,51 +6,45 @@
 
 #include <gtest/gtest.h>
 
-#include "platform/control.h"
-#include "platform/messagebox.h"
 #include "tests/support/boxes.h"
 #include "tests/support/temp_directory.h"
 #include "vr/vr.h"
 
 // For cases that prepare something before they start the library.
-class HostTest : public ::testing::Test {
-protected:
-    void SetUp() override {
+struct HostTest : testing::Test {
+    // What the surroundings set must not decide a case.
+    HostTest() {
+        for (const char* name : {"VRLTEMP", "VRLPATH", "VRLPRINTPATH", "VRLDATE", "VRLPORT",
+                                 "VRLCACHESIZE", "VRPLATFORM_REGISTRY", "VRPLATFORM_WINDOWS_DIR"})
+            unsetenv(name);
         boxes.Attach();
     }
-
     void Start(const char* iniPath = nullptr) {
         const UtilInitRecord record = {0, 0, iniPath};
         EXPECT_EQ(UtilInit(&record), 1);
     }
-
     void TearDown() override {
         VrExit(0);
         EXPECT_EQ(ControlBlocksOut(), 0u) << "blocks still out after VrExit";
     }
-
     Boxes boxes;
 };
 
 // For cases that find it started.
-class LibraryTest : public HostTest {
-protected:
-    void SetUp() override {
-        HostTest::SetUp();
+struct LibraryTest : HostTest {
+    LibraryTest() {
         Start();
     }
 };
 
-// For cases with files: started in a folder of their own.
-class FilesTest : public HostTest {
-protected:
+// For cases with files, in a folder of their own.
+struct FilesTest : HostTest {
     void StartWithFiles(const std::string& settings = "") {
         WriteFile("test.ini", settings);
         Start("test.ini");
         EXPECT_EQ(files_init(), 1);
         EXPECT_EQ(LockInit(), 0);
     }
-
     TempDirectory directory;
 };
 

@@ -2,40 +2,28 @@
 #ifndef TESTS_SUPPORT_TEMP_DIRECTORY_H
 #define TESTS_SUPPORT_TEMP_DIRECTORY_H
 
+#include <algorithm>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <string>
 
-class TempDirectory {
-public:
-    TempDirectory() : before_(std::filesystem::current_path()) {
-        std::string name = (std::filesystem::temp_directory_path() / "vrbase-XXXXXX").string();
-        path_ = std::filesystem::canonical(mkdtemp(name.data()));
-        std::filesystem::current_path(path_);
+struct TempDirectory {
+    TempDirectory() {
+        std::string name = std::filesystem::temp_directory_path() / "vrbase-XXXXXX";
+        path = std::filesystem::canonical(mkdtemp(name.data()));
+        std::filesystem::current_path(path);
+        drivePath = "C:" + path;
+        std::ranges::replace(drivePath, '/', '\\');
     }
     ~TempDirectory() {
-        std::filesystem::current_path(before_);
-        std::filesystem::remove_all(path_);
+        std::filesystem::remove_all(path);
     }
     TempDirectory(const TempDirectory&) = delete;
-    TempDirectory& operator=(const TempDirectory&) = delete;
 
-    // The folder's name for the host, and as a drive path.
-    std::string Path() const {
-        return path_.string();
-    }
-    std::string DrivePath() const {
-        std::string path = "C:" + path_.string();
-        for (char& c : path)
-            if (c == '/') c = '\\';
-        return path;
-    }
-
-private:
-    std::filesystem::path before_;
-    std::filesystem::path path_;
+    std::string path;  // for the host
+    std::string drivePath;
 };
 
 inline void WriteFile(const std::string& name, const std::string& bytes) {
