@@ -78,23 +78,6 @@ TEST_F(Files, OpenFlagsAndPermissions) {
     EXPECT_EQ(FileClose(handle), 0);
 }
 
-TEST_F(Files, TooManyOpenFilesIsError24) {
-    rlimit limit = {};
-    getrlimit(RLIMIT_NOFILE, &limit);
-    limit.rlim_cur = 20;
-    setrlimit(RLIMIT_NOFILE, &limit);
-    int32_t handle = 0;
-    while (handle != -1)
-        handle = Open("a", kNew);
-    EXPECT_EQ(errno, kErrorTooManyOpenFiles);
-    EXPECT_EQ(SetHandleCount(30), 30);
-    EXPECT_NE(Open("a", kNew), -1);
-    ControlFailOpens(2, 1, kErrorTooManyOpenFiles);
-    EXPECT_NE(Open("a", kNew), -1);
-    EXPECT_EQ(Open("a", kNew), -1);
-    EXPECT_NE(Open("a", kNew), -1);
-}
-
 // Every text is read in steps of every size, so that CR LF falls on each border.
 TEST_F(Files, TextModeReads) {
     const struct {
