@@ -66,25 +66,28 @@ int32_t LimitOfEnvironment() {
 
 void CountBody(Cache& cache, CacheItem& item) {
     item.resident = 1;
-    cache.used += item.size;
+    cache.used =
+        static_cast<int32_t>(std::min(int64_t{cache.used} + item.size, int64_t{INT32_MAX}));
 }
 
 void UncountBody(Cache& cache, CacheItem& item) {
     if (item.resident == 0) return;
     item.resident = 0;
-    cache.used -= item.size;
+    cache.used = std::max(cache.used - item.size, 0);
 }
 
-// Without a release routine nobody can drop a body, and the item stays as it is.
+// Without a release routine nobody can drop a body, and the item stays as it is. A host's
+// routine that runs short of memory starts a release within this one, which must not find
+// the same body again: it is counted out before.
 void ReleaseBody(Cache& cache, CacheItem& item) {
     if (cache.release == nullptr || item.resident == 0) return;
-    cache.release(item.object, cache.owner);
     UncountBody(cache, item);
+    cache.release(item.object, cache.owner);
 }
 
 void EndItem(Cache& cache, CacheItem* item) {
-    if (cache.destroy != nullptr) cache.destroy(item->object, cache.owner);
     UncountBody(cache, *item);
+    if (cache.destroy != nullptr) cache.destroy(item->object, cache.owner);
     free_mem(&item->key);
     free_mem(&item);
 }
@@ -170,8 +173,9 @@ void Remove(Cache& cache, const CacheItem* item) {
     HashTableRemove(cache.table, item->key, reinterpret_cast<VrWord>(item));
 }
 
-// A name text in the host's record.
+// A name text in the host's record; an item without an object has none.
 const char* NameOf(const CacheItem& item, size_t offset) {
+    if (item.object == 0) return "";
     const char* name = nullptr;
     std::memcpy(&name, reinterpret_cast<const char*>(item.object) + offset, sizeof name);
     return name;

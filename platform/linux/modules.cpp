@@ -58,10 +58,21 @@ std::vector<std::string> FileNamesOf(const std::string& name) {
     return {name, directory + stem + ".so", directory + "lib" + stem + ".so"};
 }
 
+// The folder that this library was loaded from.
+std::string OwnFolder() {
+    Dl_info info = {};
+    if (dladdr(reinterpret_cast<void*>(LoadLibraryA), &info) == 0) return "";
+    const std::string path = info.dli_fname;
+    return path.substr(0, path.find_last_of('/') + 1);
+}
+
 void* LoadFile(const std::string& name) {
     char path[kHostPathSize];
     const bool bare = name.find_first_of("\\/:") == std::string::npos;
-    if (bare) return dlopen(name.c_str(), RTLD_NOW);
+    if (bare) {
+        void* module = dlopen((OwnFolder() + name).c_str(), RTLD_NOW);
+        return module != nullptr ? module : dlopen(name.c_str(), RTLD_NOW);
+    }
     return HostPath(name.c_str(), path) ? dlopen(path, RTLD_NOW) : nullptr;
 }
 

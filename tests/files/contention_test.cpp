@@ -25,6 +25,9 @@ struct Host {
         Require(LockRegister("COUNTER", &handle) == 0, 10);
         key = StrToVrStr("100");
     }
+    ~Host() {
+        VrExit(0);
+    }
     int32_t Lock(int32_t wait) {
         return LockLockKey(handle, key, 0, wait);
     }

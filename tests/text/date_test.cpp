@@ -1,0 +1,91 @@
+// Dates against a calendar that counts day by day in whole numbers, and the clock
+// functions with the clock stopped in several zones.
+
+#include <array>
+#include <optional>
+
+#include <gtest/gtest.h>
+
+#include "platform/control.h"
+#include "vr/date.h"
+
+namespace {
+
+using Date = std::array<int32_t, 3>;   // month from 0, day, year
+using Times = std::array<int32_t, 4>;  // seconds and days since 1967; in the day, s and ms
+
+// The date's number, after a check of its day of the week; nothing for what is no date.
+std::optional<int32_t> NumberOf(const Date& date) {
+    int32_t days = -99, weekday = -99;
+    const int32_t answer = MoDaYrToDaysSince67(date[0], date[1], date[2], &days);
+    EXPECT_EQ(MoDaYrToDayOfWeek(date[0], date[1], date[2], &weekday), answer);
+    // Day 1 was a Monday, and a refusal writes nothing.
+    EXPECT_EQ(weekday, answer == 1 ? ((days - 1LL) % 7 + 7) % 7 + 1 : -99);
+    EXPECT_TRUE(answer == 1 || (answer == 0 && days == -99));
+    return answer == 1 ? std::optional(days) : std::nullopt;
+}
+
+Date DateOf(int32_t days) {
+    Date date = {};
+    DaysToDate(days, &date[0], &date[1], &date[2]);
+    return date;
+}
+
+// Every day that there was. 29 February is a date only in a year that the Gregorian
+// rule calls a leap year, but in the Julian years before it has a number.
+TEST(Dates, EveryDayToTheYear9999) {
+    const int32_t lengths[] = {31, 28, 31, 30, 31, 30, 31, 31, 30, 31, 30, 31};
+    int32_t number = -2439856;  // 1 January of the year -4712
+    for (int32_t year = -4712; year <= 9999 && !HasFailure(); ++year) {
+        const bool isGregorianLeap = year % 4 == 0 && (year % 100 != 0 || year % 400 == 0);
+        const bool isLeap = year < 1582 ? year % 4 == 0 : isGregorianLeap;
+        for (int32_t month = 0; month < 12; ++month) {
+            const int32_t length = lengths[month] + (month == 1 && isLeap ? 1 : 0);
+            for (int32_t day = 1; day <= length; ++day, ++number) {
+                if (year == 1582 && month == 9 && day == 5) day = 15;
+                const bool valid = year >= 0 && (month != 1 || day < 29 || isGregorianLeap);
+                const Date date = {month, day, year};
+                ASSERT_EQ(NumberOf(date), valid ? std::optional(number) : std::nullopt) << year;
+                ASSERT_EQ(DateOf(number), date) << number;
+            }
+            ASSERT_EQ(NumberOf({month, 0, year}), std::nullopt) << year << " " << month;
+            ASSERT_EQ(NumberOf({month, length + 1, year}), std::nullopt) << year << " " << month;
+        }
+    }
+    EXPECT_EQ(NumberOf({8, 25, 1998}), 11226);
+    for (int32_t day = 4; day < 15; ++day)
+        EXPECT_EQ(NumberOf({9, day, 1582}), -140700 + day) << "the days that were skipped";
+}
+
+TEST(Dates, FarAndAbsurdNumbers) {
+    EXPECT_EQ(DateOf(INT32_MAX), (Date{6, 10, 5881578}));
+    EXPECT_EQ(NumberOf({6, 10, 5881578}), INT32_MAX);
+    EXPECT_EQ(DateOf(INT32_MIN), (Date{-9, -28, -5877520})) << "what the formulas give";
+    const int32_t least = INT32_MIN, most = INT32_MAX;
+    const Date none[] = {{6, 11, 5881578}, {11, 31, most}, {-1, 1, 1980},   {12, 1, 1980},
+                         {most, 1, 1980},  {least, 1, 0},  {0, most, 1980}, {0, least, 1}};
+    for (const Date& date : none)
+        EXPECT_EQ(NumberOf(date), std::nullopt) << date[0] << " " << date[1];
+}
+
+Times Now() {
+    return {SecondsSince67(), DaysSince67(), SecondsSinceMidnight(), MillisecondsSinceMidnight()};
+}
+
+TEST(Clock, StoppedInItsZone) {
+    const std::pair<ClockReading, Times> cases[] = {
+        {{-3601, 999, -60, 0}, {63158399, 731, 86399, 86399999}},   // Berlin, before midnight
+        {{9000, 1, 210, 1}, {63158400, 732, 0, 1}},                 // Newfoundland in summer
+        {{66599, 999, -330, 0}, {63244799, 732, 86399, 86399999}},  // India
+        {{2084274847, 999, -840, 0}, {INT32_MAX, 24856, 11647, 11647999}},  // the last one
+    };
+    for (const auto& [reading, times] : cases) {
+        ControlFreezeClock(&reading);
+        EXPECT_EQ(Now(), times) << reading.seconds;
+    }
+    const ClockReading past = {INT32_MAX, 999, -840, 1};
+    ControlFreezeClock(&past);
+    EXPECT_EQ(Now()[2], 11647 + 15 * 3600) << "in 2038 the time of day is still right";
+}
+
+}  // namespace
