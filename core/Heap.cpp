@@ -20,8 +20,10 @@ void* Write(VrHeap* heap, const void* source, int32_t count) {
     return piece;
 }
 
+// A heap that vrHeapInitialise forgot is not the newest, though it has none before it.
 void TakeOutOfList(VrHeap* heap) {
-    (heap->previous == nullptr ? newestHeap : heap->previous->next) = heap->next;
+    if (heap->previous != nullptr) heap->previous->next = heap->next;
+    if (heap == newestHeap) newestHeap = heap->next;
     if (heap->next != nullptr) heap->next->previous = heap->previous;
 }
 

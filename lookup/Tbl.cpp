@@ -25,8 +25,10 @@ Tbl& MasterRecord(int32_t handle) {
     return reinterpret_cast<Tbl*>(masterBase)[handle];
 }
 
+// A record that a host took in the master table by itself is no table: it has no array.
 Tbl* Find(int32_t table) {
-    return static_cast<Tbl*>(TblHndToPtr(kMaster, table));
+    auto* record = static_cast<Tbl*>(TblHndToPtr(kMaster, table));
+    return record == nullptr || record->size < 1 ? nullptr : record;
 }
 
 unsigned char* BaseOf(const Tbl& table) {
@@ -89,7 +91,7 @@ int32_t FormatMasterLine(VrWord, VrWord firstSlot, VrWord, VrWord line, VrWord, 
     const auto slot = static_cast<int32_t>(firstSlot + line - 1);
     if (slot < 0 || slot >= TblLength(kMaster)) return 0;
     const Tbl& table = MasterRecord(slot);
-    if (table.inUse != kTaken) {
+    if (Find(slot) == nullptr) {
         std::snprintf(out, kVrTblLineSize, "[Table not used].........");
         return 1;
     }
@@ -136,8 +138,8 @@ int32_t _tblCreate(const char* name, int32_t size, int32_t markOffset, TblFormat
     char* ownName = _dup_str(name, tag, line);
     char* ownTag = _dup_str(tag, tag, line);
     unsigned char* base = NewArray(kSlotsPerStep, size);
-    *Find(handle) = {kTaken,  ownName,    ownTag, line, kSlotsPerStep, size, base,
-                     nullptr, markOffset, 0,      0,    format,        0};
+    MasterRecord(handle) = {kTaken,  ownName,    ownTag, line, kSlotsPerStep, size, base,
+                            nullptr, markOffset, 0,      0,    format,        0};
     return handle;
 }
 
