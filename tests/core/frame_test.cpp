@@ -70,20 +70,6 @@ TEST(Frame, ALibraryLeavesWithItsThread) {
     EXPECT_EQ(VrWord(code), 7u);
 }
 
-TEST(Frame, WordsAreKeptForTheHost) {
-    EXPECT_EQ(GetHInstance(), 0u);
-    EXPECT_EQ(GetRunStatus(), 0);
-    SetHInstance(77);
-    SetRunStatus(-3);
-    EXPECT_EQ(GetHInstance(), 77u);
-    EXPECT_EQ(GetRunStatus(), -3);
-    const std::pair<int32_t, int32_t> breaks[] = {{1, 0}, {0, 1}, {0, 2}, {8, 1}};
-    for (const auto& [state, count] : breaks) {
-        SetBreakState(state);
-        EXPECT_EQ(GetBreakState(), count);
-    }
-}
-
 TEST_F(LibraryTest, ErrorMessagesAreCutAt255Characters) {
     EXPECT_EQ(VrErrorMessage("%d of %s", 7, "nine"), IDOK);
     VrErrorMessage("%s", std::string(300, 'x').c_str());

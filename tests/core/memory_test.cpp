@@ -131,28 +131,6 @@ TEST_F(LibraryTest, ReallocOfALongStringKeepsItsHeaderTrue) {
     }
 }
 
-TEST_F(LibraryTest, MoreBlocksAreThePlatformsOwn) {
-    void* block = MallocMore(90, CallocMore(40, nullptr));
-    EXPECT_TRUE(IsAll(0, static_cast<Bytes>(block), 90));
-    LocalFree(block);
-    block = malloc_memory(8);
-    EXPECT_EQ(ClassByteOf(block), 0);
-    free_mem(&block);
-}
-
-TEST_F(LibraryTest, ScratchAreasAreFiveAndWhole) {
-    char* const areas[] = {MemBuf1, MemBuf2, MemBuf3, MemBuf4, MemBuf5};
-    for (int i = 0; i < 5; ++i)
-        std::memset(areas[i], i, kVrScratchSize);
-    for (int i = 0; i < 5; ++i)
-        EXPECT_EQ(std::count(areas[i], areas[i] + kVrScratchSize, i), kVrScratchSize);
-    uint32_t total = 0;
-    uint32_t largest = 0;
-    EXPECT_EQ(MemState(&total, &largest), 1);
-    EXPECT_EQ(total, 0x100000u);
-    EXPECT_GT(largest, 1u << 20);
-}
-
 std::string trace;
 
 void Note(VrWord letter, VrWord value) {

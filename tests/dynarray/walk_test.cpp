@@ -73,32 +73,6 @@ TEST_F(LibraryTest, ABufferInTheScratchAreaIsClosedAfterTheMessage) {
     EXPECT_EQ(VrStrText(out)[5], 0);
 }
 
-// Cursors outside the text are taken for the nearer end.
-TEST_F(LibraryTest, SkipsAndRests) {
-    const Array s("a]b^c");
-    const std::tuple<int32_t, int32_t, int32_t, std::string> cases[] = {
-        {-5, 6, 8, "a]b^c"}, {6, 8, 8, "b^c"}, {8, 9, 9, "c"}, {1000, 9, 9, ""}};
-    for (const auto& [cursor, value, attribute, rest] : cases) {
-        VrString out = nullptr;
-        EXPECT_EQ(UtilSkipValue(s, cursor), value);
-        EXPECT_EQ(UtilSkipAttribute(s, cursor), attribute);
-        EXPECT_EQ(UtilGetRestOfVrStr(s, cursor, &out), int32_t(rest.size()) + 4);
-        EXPECT_EQ(TakeText(out), rest);
-    }
-}
-
-TEST_F(LibraryTest, PreviousValues) {
-    const std::tuple<std::string, int32_t, std::string, int32_t> cases[] = {
-        {"ab]cd", 9, "cd", 7},    {"ab]cd", 7, "ab", 4},   {"a^b]c", 8, "b", 6},
-        {"a\\b]c", 8, "a\\b", 4}, {"a]", 6, "", 6},        {"", 4, "", 4},
-        {"ab]cd", 4, "", 3},      {"abc", 1000, "abc", 4}, {"abc", -1000, "", 3}};
-    for (const auto& [text, from, value, cursor] : cases) {
-        VrString out = nullptr;
-        EXPECT_EQ(UtilGetPrevValue(Array(text), from, &out), cursor) << text;
-        EXPECT_EQ(TakeText(out), value) << text;
-    }
-}
-
 TEST_F(LibraryTest, NothingBehindTheTextCounts) {
     const Array s("^ab^");
     for (VrString given : {s.get(), NullString(), VrString{}}) {

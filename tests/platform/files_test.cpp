@@ -133,43 +133,6 @@ TEST_F(Files, TextModeWritesCrLfAndCountsTheBytesGiven) {
     FileClose(handle);
 }
 
-TEST_F(Files, PositionsAndSizes) {
-    const int32_t handle = Open("b", kNew | kOpenBinary);
-    EXPECT_EQ(FileWrite(handle, "a\n\0\x1A\r\nb", 7), 7);
-    EXPECT_EQ(FileSeek(handle, -3, kSeekEnd), 4);
-    EXPECT_EQ(FileSeek(handle, -1, kSeekCurrent), 3);
-    EXPECT_EQ(FileSeek(handle, -9, kSeekCurrent), -1);
-    EXPECT_EQ(FileSeek(handle, 0, 3), -1);
-    EXPECT_EQ(FileChangeSize(handle, 3), 0);
-    EXPECT_EQ(FileChangeSize(handle, -1), -1);
-    EXPECT_EQ(FileChangeSize(handle, 5), 0);
-    EXPECT_EQ(FileLength(handle), 5);
-    EXPECT_EQ(FileCommit(handle), 0);
-    EXPECT_EQ(truncate("b", off_t{3} << 30), 0);
-    EXPECT_EQ(FileLength(handle), -1);
-    EXPECT_EQ(FileSeek(handle, 0, kSeekEnd), -1);
-    FileClose(handle);
-}
-
-TEST_F(Files, StreamsKeepTheTextModeAndOwnTheHandle) {
-    WriteFile("t", "one\r\ntwo\r\nlong line\r\n\x1Amore");
-    const int32_t handle = Open("t", kOpenReadOnly);
-    EXPECT_EQ(StreamAttach(handle, "x"), nullptr);
-    EXPECT_EQ(StreamAttach(99, "r"), nullptr);
-    PlatformStream* stream = StreamAttach(handle, "r");
-    char line[6];
-    for (const char* expected : {"one\n", "two\n", "long ", "line\n"})
-        EXPECT_STREQ(StreamReadLine(line, sizeof line, stream), expected);
-    EXPECT_EQ(StreamReadLine(line, sizeof line, stream), nullptr);
-    EXPECT_EQ(StreamReadLine(line, 0, stream), nullptr);
-    EXPECT_EQ(StreamClose(stream), 0);
-    EXPECT_EQ(FileClose(handle), -1);
-
-    stream = StreamAttach(Open("t", kOpenReadOnly), "rb");
-    EXPECT_STREQ(StreamReadLine(line, sizeof line, stream), "one\r\n");
-    EXPECT_EQ(StreamClose(stream), 0);
-}
-
 std::set<std::string> Found(const char* pattern) {
     std::set<std::string> names;
     FindData data;

@@ -33,35 +33,6 @@ TEST(Memory, AResizeZeroesEveryNewByte) {
     EXPECT_EQ(ControlBlocksOut(), 0u);
 }
 
-TEST(Memory, TheControlPanelFailsTheNthAllocation) {
-    ControlFailAllocations(2, 2);
-    void* block = LocalAlloc(0, 8);
-    EXPECT_EQ(LocalAlloc(0, 8), nullptr);
-    EXPECT_EQ(LocalReAlloc(block, 80, LMEM_MOVEABLE), nullptr);
-    block = LocalReAlloc(block, 80, LMEM_MOVEABLE);
-    EXPECT_NE(block, nullptr);
-    LocalFree(block);
-}
-
-TEST(Text, FormattingStopsAt1024Bytes) {
-    char out[kFormattedTextSize + 1];
-    out[kFormattedTextSize] = '#';
-    EXPECT_EQ(wsprintfA(out, "%s", std::string(5000, 'x').c_str()), kFormattedTextSize - 1);
-    EXPECT_EQ(out[kFormattedTextSize - 1], '\0');
-    EXPECT_EQ(out[kFormattedTextSize], '#');
-    EXPECT_EQ(wsprintfA(out, "%s%c%d %X", "a", '\\', -5, 255u), 7);
-    EXPECT_STREQ(out, "a\\-5 FF");
-}
-
-TEST(Text, ComparisonsAreByteWise) {
-    EXPECT_LT(lstrcmpA("a", "b"), 0);
-    EXPECT_GT(lstrcmpA("\xFF", "a"), 0);
-    EXPECT_EQ(lstrcmpiA("aBc\xE4", "AbC\xE4"), 0);
-    EXPECT_NE(lstrcmpiA("\xE4", "\xC4"), 0);
-    EXPECT_LT(lstrcmpiA("ab", "ABC"), 0);
-    EXPECT_EQ(lstrlenA(nullptr), 0);
-}
-
 TEST(Environment, ValuesThatDoNotFitAreToldByTheirSize) {
     char buffer[8] = "before";
     EXPECT_EQ(SetEnvironmentVariableA("VR_TEST_VALUE", "1234567"), 1);

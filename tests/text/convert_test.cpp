@@ -32,21 +32,6 @@ struct ConvertTest : FilesTest {
     }
 };
 
-TEST_F(ConvertTest, TheExampleFile) {
-    Start();
-    EXPECT_EQ(CvtFlag, 0);
-    EXPECT_EQ(Converted("a\x84", 0), kSame);
-    Load(kExample);
-    EXPECT_EQ(CvtFlag, 2);
-    EXPECT_EQ(Converted("a\x84z", 0), "a\xE4z");
-    for (int32_t display : {1, -1}) {
-        EXPECT_EQ(Converted("a\x84z", display), kSame);
-        EXPECT_EQ(Converted("a\xE4", display), "a\x84");
-    }
-    EXPECT_EQ(Converted("abc", 0) + Converted("abc", 1), kSame + kSame);
-    EXPECT_EQ(Converted("", 0), kSame);
-}
-
 // Keys in the three number systems; each byte goes to 7 * byte + 3 on input, of which one
 // is 0 and so stays, and to 255 - byte on display, where only every other byte is named.
 TEST_F(ConvertTest, AllBytesThroughGeneratedTables) {

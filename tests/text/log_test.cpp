@@ -131,36 +131,6 @@ TEST_F(LogTest, AFileOfAnEarlierProcessStays) {
     EXPECT_EQ(Log(), kHeader);
 }
 
-// The folder's length beside 255 bytes of path is what counts.
-struct LogPathTest : LogTest, testing::WithParamInterface<size_t> {};
-
-TEST_P(LogPathTest, FitsItsBufferOrThereIsNoLog) {
-    const size_t length = GetParam();
-    const std::string folder(length - strlen("/$$VRDB.LOG") - directory.drivePath.size() - 1, 'f');
-    std::filesystem::create_directory(folder);
-    const std::string temp = directory.drivePath + "\\" + folder;
-    SetEnvironmentVariableA("VRLTEMP", temp.c_str());
-    StartLog("2", length > 255 ? -1 : 0);
-    EXPECT_FALSE(std::filesystem::exists(kLog));
-    const std::string path = folder + "/" + kLog;
-    ASSERT_EQ(std::filesystem::exists(path), length <= 255);
-    if (length > 255) return;
-    EXPECT_EQ(Log(path),
-              "\r\n@@@DOS OPEN File " + temp + "/" + kLog + "\r\n@@@DOS Open Handle: 3" + kHeader);
-}
-
-INSTANTIATE_TEST_SUITE_P(Lengths, LogPathTest, ::testing::Values(100, 255, 256, 265));
-
-TEST_F(LogTest, TheFileLayerReportsItsOpens) {
-    StartLog("2");
-    int32_t handle = 0;
-    EXPECT_EQ(OsOpen("missing", 0, 0, &handle), -1);
-    EXPECT_EQ(OsOpen("test.ini", 0, 0, &handle), 0);
-    OsClose(handle);
-    EXPECT_EQ(Log(), kOpening + kHeader + "\r\n@@@DOS OPEN File missing" +
-                         "\r\n@@@DOS OPEN File test.ini\r\n@@@DOS Open Handle: 4");
-}
-
 TEST_F(LogTest, LongLinesAreCutAndNullsAreEmpty) {
     StartLog("63");
     std::string expected = kOpening + kHeader;
