@@ -64,6 +64,15 @@ TEST_F(LibraryTest, HeapsUnloadTheirPiecesAndGoOneByOneOrTogether) {
     vrHeapDestroyAll();
 }
 
+// A heap that was forgotten leaves the list of later ones alone; what is lost shows at exit.
+TEST_F(LibraryTest, AForgottenHeapGoesByItself) {
+    VrHeap* forgotten = vrHeapCreate();
+    vrHeapInitialise();
+    vrHeapCreate();
+    vrHeapDestroy(forgotten);
+    vrHeapDestroyAll();
+}
+
 TEST_F(LibraryTest, DescriptorsGrowInSteps) {
     const std::tuple<const char*, int32_t, unsigned char, std::string, int32_t> steps[] = {
         {nullptr, 9, 0, "", 5},    {"x", INT_MIN, 254, "\xFE", 5},
