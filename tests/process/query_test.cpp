@@ -6,6 +6,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <string>
 
 #include "platform/process.h"
@@ -52,6 +53,8 @@ INSTANTIATE_TEST_SUITE_P(Both, BackEndTest, testing::Values("psapi", "kernel32")
 
 TEST_P(BackEndTest, ProgramsAreFoundByTheirFullNames) {
     Start();
+    const std::string running = TakeText(VrProcessList());
+    if (std::ranges::count(running, ';') > 290) GTEST_SKIP() << "the list may be full already";
     const std::string name = "Vr" + std::to_string(getpid()) + ".Test";
     std::filesystem::copy_file("/bin/sleep", name);
     char* const arguments[] = {const_cast<char*>("sleep"), const_cast<char*>("60"), nullptr};
