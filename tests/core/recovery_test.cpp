@@ -106,9 +106,11 @@ TEST_F(RecoveryTest, EndsOfTheRun) {
     }
 }
 
-void Edit(int32_t attribute, int32_t value, int32_t subvalue) {
+void Edit(int32_t attribute, int32_t value, int32_t subvalue, int32_t memo = 0) {
     UtilPosition position = {attribute, value, subvalue, kVrFirstCursor};
-    UtilInsertReplace(&position, alloc_string(3), VR_SHARED_STRING(TrueVrStr), 0);
+    VrString s = alloc_string(200);
+    HeaderOf(s) = {memo, kVrFirstCursor, 300, HeaderOf(s).classWord};
+    UtilInsertReplace(&position, s, alloc_string(9), 0);
 }
 
 // Sizes near the end of 32 bits, and beyond it, must not come round to a small block.
@@ -124,7 +126,7 @@ TEST_F(RecoveryTest, OversizedRequestsAreRefusedAtOnce) {
         {[] { realloc_mem(alloc_string(200), UINT32_MAX - 15); }, "4294967295"},
         {[] { Edit(-1, INT32_MAX, INT32_MAX); }, "4294967295"},
         {[] { Edit(INT32_MAX, 0, 0); }, "3221225"},
-        {[] { Edit((1 << 30) + 1, 0, 0); }, "16106127"},
+        {[] { Edit((1 << 30) + 1, 0, 0, INT32_MAX); }, "1610613055"},
     };
     for (const auto& [request, message] : cases) {
         EXPECT_EXIT(request(), testing::ExitedWithCode(9), "^0 Can't alloc " + message);

@@ -80,6 +80,7 @@ TEST_F(LibraryTest, OrderIsByUnsignedBytesAndThenLength) {
     for (const int32_t length : {0, -1}) {
         emptied->length = length;
         EXPECT_EQ(CompareVrStrings(NullString(), emptied), 0);
+        EXPECT_EQ(CompareVrStrings(emptied, NullString()), 0);
         EXPECT_EQ(CompareVrStrings(nullptr, emptied), -1);
         EXPECT_EQ(CompareVrStrings(emptied, nullptr), 1);
         EXPECT_EQ(NewString(emptied), NullString());

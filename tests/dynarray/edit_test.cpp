@@ -31,20 +31,18 @@ void Check(const Case& row, uint32_t replace) {
 
 TEST_F(LibraryTest, ReplacesInsertsAndAppends) {
     const Case replaced[] = {
-        {"a^b^c", {2, 0, 0, 6}, "a^X^c"},      {"a^b^c", {2, 0, 0, 6}, "a^XYZ^c", "XYZ"},
-        {"a]b^c", {1, 4, 0, 9}, "a]b]]X^c"},   {"a]b\\c^d", {1, 2, 2, 8}, "a]b\\X^d"},
-        {"a^b", {0, 2, 0, 6}, "a]X^b"},        {"a^b", {0, 0, 2, 6}, "a\\X^b"},
-        {"a]b]c", {1, 2, 0, 6}, "a]]c", ""},   {"", {3, 2, 2, 8}, "^^]\\X"},
-        {"a^b", {0, 0, 0, 4}, "X]YZ", "X]YZ"}, {"a\xFF^b", {2, 0, 0, 6}, "a^X\xFF^b"}};
+        {"a^b^c", {2, 0, 0, 6}, "a^X^c"},    {"a^b^c", {2, 0, 0, 6}, "a^XYZ^c", "XYZ"},
+        {"a]b^c", {1, 4, 0, 9}, "a]b]]X^c"}, {"a]b\\c^d", {1, 2, 2, 8}, "a]b\\X^d"},
+        {"a^b", {0, 2, 0, 6}, "a]X^b"},      {"a^b", {0, 0, 2, 6}, "a\\X^b"},
+        {"a]b]c", {1, 2, 0, 6}, "a]]c", ""}, {"a\xFF^b", {2, 0, 0, 6}, "a^X\xFF^b"}};
     const Case inserted[] = {{"a^b^c", {2, 0, 0, 6}, "a^X^b^c"}, {"a^b^", {3, 0, 0, 8}, "a^b^X"},
                              {"a]b^c", {1, 3, 0, 8}, "a]b]X^c"}, {"a]^c", {1, 2, 0, 6}, "a]X^c"},
-                             {"a]b", {1, 2, 1, 6}, "a]X\\b"},    {"", {2, 0, 0, 5}, "^X"}};
+                             {"a]b", {1, 2, 1, 6}, "a]X\\b"},    {"", {3, 2, 2, 8}, "^^]\\X"}};
     const Case appended[] = {
-        {"a^b", {-1, 0, 0, 8}, "a^b^X"},       {"", {-1, 0, 0, 4}, "X"},
-        {"a^b", {-1, -1, 0, 8}, "a^b]X"},      {"a^b", {-1, -1, -1, 8}, "a^b\\X"},
-        {"a^b", {-1, -1, 3, 10}, "a^b]\\\\X"}, {"a^b", {-1, 3, 2, 11}, "a^b^]]\\X"},
-        {"a^b", {-1, 0, 2, 9}, "a^b^\\X"},     {"a^b^c", {2, -1, 0, 8}, "a^b]X^c"},
-        {"a^^c", {2, -1, 0, 6}, "a^X^c"},      {"a]^c", {1, -1, 0, 7}, "a]]X^c"}};
+        {"a^b", {-1, 0, 0, 8}, "a^b^X"},      {"", {-1, 0, 0, 4}, "X"},
+        {"a^b", {-1, -1, 0, 8}, "a^b]X"},     {"a^b", {-1, -1, 3, 10}, "a^b]\\\\X"},
+        {"a^b", {-1, 3, 2, 11}, "a^b^]]\\X"}, {"a^b^c", {2, -1, 0, 8}, "a^b]X^c"},
+        {"a^^c", {2, -1, 0, 6}, "a^X^c"},     {"a]^c", {1, -1, 0, 7}, "a]]X^c"}};
     for (const Case& row : replaced)
         Check(row, 1);
     for (const Case& row : inserted)
@@ -118,11 +116,11 @@ TEST_F(LibraryTest, ScansForward) {
 TEST_F(LibraryTest, ScansBack) {
     const std::string text = "^^^xxxxxxxx^yy^";
     const std::tuple<std::string, int32_t, int32_t, int32_t, int32_t> cases[] = {
-        {text, 16, 1, 7, 0},         {text, 16, INT_MAX, 4, INT_MAX - 4},
-        {text, INT_MAX, 9, 4, 4},    {"abcdefgh^i", 13, 1, 4, 0},
-        {"abcdefgh^i", 13, 2, 4, 1}, {"a^\xFFxyz^b", 11, 1, 6, 0},
-        {"a^bc", 7, 0, 7, 0},        {"a^b", 6, -2, 6, -2},
-        {"a^b", 4, 3, 4, 3},         {"a^b", -7, 3, -7, 3}};
+        {text, 16, 1, 7, 0},        {text, 16, INT_MAX, 4, INT_MAX - 4},
+        {text, INT_MAX, 9, 4, 4},   {"abcdefgh^i", 13, 1, 4, 0},
+        {"abcdefg^i", 12, 2, 4, 1}, {"a^\xFFxyz^b", 11, 1, 6, 0},
+        {"a^bc", 7, 0, 7, 0},       {"a^b", 6, -2, 6, -2},
+        {"a^b", 4, 3, 4, 3},        {"a^b", -7, 3, -7, 3}};
     for (const auto& [s, cursor, attributes, reached, left] : cases) {
         int32_t count = attributes;
         EXPECT_EQ(SkipBackNAttrs(Array(s), cursor, &count), reached) << s << attributes;

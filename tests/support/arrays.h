@@ -40,12 +40,14 @@ inline VrString NullString() {
 }
 
 // The string's bytes, or its text in the notation; frees the string. Without a text it
-// must be the shared one.
+// must be the shared one, and a zero must stand behind the text.
 inline std::string TakeBytes(VrString s) {
     const bool isOwn = s->length == 0 && s != NullString();
+    const bool isOpen = VrStrText(s)[s->length] != 0;
     const std::string bytes = BytesOf(s);
     free_mem(&s);
-    return isOwn ? "an empty string of its own" : bytes;
+    if (isOwn) return "an empty string of its own";
+    return isOpen ? "a string without a zero" : bytes;
 }
 
 inline std::string TakeText(VrString s) {
