@@ -75,8 +75,11 @@ VrString ConvertInScratch(const Table& table, VrString string, int32_t length) {
     return converted;
 }
 
+// The tables may make or unmake marks, and then a memo that came along would lead edits to
+// the wrong attribute.
 VrString ConvertCopy(const Table& table, VrString string, int32_t length) {
     VrString copy = NewString(string);
+    if (vr::IsLong(copy)) vr::LongHeaderOf(copy).memo = {};
     if (ConvertBytes(table, VrStrText(copy), length)) return copy;
     free_mem(&copy);
     return string;

@@ -68,6 +68,7 @@ bool TakeKey(std::string_view& text, std::string_view& key, std::string_view& va
         const size_t equals = line.find('=');
         if (IsComment(line) || equals == std::string_view::npos) continue;
         key = Trimmed(line.substr(0, equals));
+        if (key.empty()) continue;
         value = Unquoted(Trimmed(line.substr(equals + 1)));
         return true;
     }
