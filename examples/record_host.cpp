@@ -37,12 +37,6 @@ bool IsChange(const Arguments& arguments) {
            IsCommand(arguments, "replace", 4) || IsCommand(arguments, "insert", 4);
 }
 
-// The text as a person is to see it: a new string.
-VrString ForDisplay(const Arguments& arguments, VrString text) {
-    VrString shown = arguments.convert ? CvtConvert(text, 1) : text;
-    return shown == text ? NewString(text) : shown;
-}
-
 // What a person typed, as it is stored: a new string.
 VrString FromInput(const Arguments& arguments, const char* typed) {
     VrString text = StrToVrStr(typed);
@@ -72,10 +66,8 @@ VrString ElementAt(const UtilPosition& position, VrString record) {
 }
 
 void PrintElement(const Arguments& arguments, const char* label, VrString element) {
-    VrString shown = ForDisplay(arguments, element);
     std::printf("  %s  ", label);
-    PrintLine(shown, true);
-    free_mem(&shown);
+    PrintLine(element, true, arguments.convert);
 }
 
 void PrintChange(const Arguments& arguments, const UtilPosition& position, VrString old,
@@ -91,13 +83,12 @@ void PrintChange(const Arguments& arguments, const UtilPosition& position, VrStr
 }
 
 int Show(const Job& job) {
-    VrString shown = ForDisplay(job.arguments, job.record);
+    const bool convert = job.arguments.convert;
     if (job.arguments.raw) {
-        PrintLine(shown, true);
+        PrintLine(job.record, true, convert);
     } else {
-        PrintTree(shown, !job.arguments.plain && isatty(STDOUT_FILENO) != 0);
+        PrintTree(job.record, !job.arguments.plain && isatty(STDOUT_FILENO) != 0, convert);
     }
-    free_mem(&shown);
     return kExitOk;
 }
 
@@ -106,9 +97,7 @@ int Get(const Job& job) {
     if (ParsePlace(job.arguments.words[2], position) == 0) return kExitBadRequest;
     VrString element =
         extract_field(position.attribute, position.value, position.subvalue, job.record);
-    VrString shown = ForDisplay(job.arguments, element);
-    PrintLine(shown, job.arguments.raw);
-    free_mem(&shown);
+    PrintLine(element, job.arguments.raw, job.arguments.convert);
     free_mem(&element);
     return kExitOk;
 }
@@ -129,7 +118,7 @@ int Store(Job& job, UtilPosition position, VrString element) {
     if (stored) {
         PrintChange(job.arguments, position, old, element);
         std::printf("  record of %d bytes, was %d\n", job.record->length, old->length);
-        if (job.arguments.raw) PrintLine(job.record, true);
+        if (job.arguments.raw) PrintLine(job.record, true, job.arguments.convert);
     }
     free_mem(&old);
     return stored ? kExitOk : kExitBadRequest;

@@ -7,6 +7,7 @@
 #include <string>
 
 #include "record_colours.h"
+#include "vr/convert.h"
 #include "vr/extract.h"
 #include "vr/memory.h"
 #include "vr/walk.h"
@@ -25,6 +26,7 @@ constexpr Level kLevels[] = {
 };
 constexpr int kLevelCount = 3;
 constexpr int kIndent = 4;
+constexpr int32_t kDisplay = 1;  // direction of a conversion
 constexpr char kResetColours[] = "\x1B[0m";
 
 bool HasMarksBelow(VrString element, int level) {
@@ -43,13 +45,20 @@ void PrintText(VrString text) {
     std::putchar('\n');
 }
 
-// What surrounds a number.
-struct Paint {
+// What surrounds a number, and whether texts are converted.
+struct Style {
     std::string before;
     std::string behind;
+    bool convert;
 };
 
-void PrintLevel(VrString s, int level, const std::string& numbersAbove, const Paint& paint) {
+void PrintElement(VrString element, const Style& style) {
+    VrString shown = style.convert ? CvtConvert(element, kDisplay) : element;
+    PrintText(shown);
+    if (shown != element) free_mem(&shown);
+}
+
+void PrintLevel(VrString s, int level, const std::string& numbersAbove, const Style& style) {
     const Level& row = kLevels[level];
     const int32_t elements = item_count(s, row.mark);
     int32_t cursor = kVrFirstCursor;
@@ -57,13 +66,13 @@ void PrintLevel(VrString s, int level, const std::string& numbersAbove, const Pa
         VrString element = nullptr;
         cursor = row.next(s, cursor, &element, 0);
         const std::string numbers = numbersAbove + std::to_string(number);
-        std::printf("%*s%s%s%s  ", level * kIndent, "", paint.before.c_str(), numbers.c_str(),
-                    paint.behind.c_str());
+        std::printf("%*s%s%s%s  ", level * kIndent, "", style.before.c_str(), numbers.c_str(),
+                    style.behind.c_str());
         if (HasMarksBelow(element, level)) {
             std::putchar('\n');
-            PrintLevel(element, level + 1, numbers + ",", paint);
+            PrintLevel(element, level + 1, numbers + ",", style);
         } else {
-            PrintText(element);
+            PrintElement(element, style);
         }
         free_mem(&element);
     }
@@ -71,21 +80,23 @@ void PrintLevel(VrString s, int level, const std::string& numbersAbove, const Pa
 
 }  // namespace
 
-void PrintTree(VrString record, bool colours) {
-    Paint paint;
-    if (colours) paint = {ForegroundCode(kColourNumber), ForegroundCode(kColourPlain)};
-    PrintLevel(record, 0, "", paint);
+void PrintTree(VrString record, bool colours, bool convert) {
+    Style style = {"", "", convert};
+    if (colours) style = {ForegroundCode(kColourNumber), ForegroundCode(kColourPlain), convert};
+    PrintLevel(record, 0, "", style);
     if (colours) std::fputs(kResetColours, stdout);
 }
 
-void PrintLine(VrString text, bool readable) {
+void PrintLine(VrString text, bool readable, bool convert) {
     VrString shown = NewString(text);
     if (readable) {
         UtilSwapChar(shown, kVrAttributeMark, '^');
         UtilSwapChar(shown, kVrValueMark, ']');
         UtilSwapChar(shown, kVrSubvalueMark, '\\');
     }
-    std::fwrite(VrStrText(shown), 1, static_cast<size_t>(shown->length), stdout);
+    VrString converted = convert ? CvtConvert(shown, kDisplay) : shown;
+    std::fwrite(VrStrText(converted), 1, static_cast<size_t>(converted->length), stdout);
     std::putchar('\n');
+    if (converted != shown) free_mem(&converted);
     free_mem(&shown);
 }

@@ -5,11 +5,12 @@
 #include "vr/string.h"
 
 // Prints the record's attributes, values and subvalues as an indented tree, each
-// with its number, which stands out in `colours`.
-void PrintTree(VrString record, bool colours);
+// with its number, which stands out in `colours`. With `convert` each text is shown by
+// the display table; the marks are what they are stored as.
+void PrintTree(VrString record, bool colours, bool convert);
 
 // Prints the text on one line: as it is, or, when `readable`, with the marks as
-// ^ ] \.
-void PrintLine(VrString text, bool readable);
+// ^ ] \. With `convert` it is shown by the display table after that.
+void PrintLine(VrString text, bool readable, bool convert);
 
 #endif
