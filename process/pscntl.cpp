@@ -173,6 +173,7 @@ ProcessRecord* NewList(uint32_t& count) {
 }
 
 const ProcessRecord* Find(const ProcessRecord* list, uint32_t count, const char* name) {
+    if (name == nullptr) return nullptr;
     const ProcessRecord* end = list + count;
     const ProcessRecord* found = std::find_if(list, end, [name](const ProcessRecord& record) {
         return lstrcmpiA(record.name, name) == 0;

@@ -23,7 +23,7 @@ VR_BEGIN
  *
  * Returns the exit code, or 1 when nobody waits. A command that cannot be started shows a
  * message and gives 0, or -1 when hidden; so does one whose line has more than 259
- * characters, or whose output file's name more than 249 in a batch file. */
+ * characters, or whose output file's name more than 250 in a batch file. */
 VR_API int32_t System(const char* command, const char* outputFile);
 
 /* The variable VRLPORT, or "Unknown". Not to be freed; good until the next DLLGetEnv. */
@@ -36,7 +36,7 @@ VR_API void GoToSleep(uint32_t seconds);
  * extension included, and compares without regard to case. A process that may not be read
  * is called "unknown". When the list of processes cannot be had, a message says so. */
 
-/* The number of the first process of that program, or 0. */
+/* The number of the first process of that program, or 0, also for a null name. */
 VR_API uint32_t VrFindProcess(const char* name);
 
 /* All of them, as number,name;number,name in lower case: a text that the caller frees with
