@@ -55,7 +55,7 @@ target_sources(vrbase PRIVATE "${version_script}")
 set_property(TARGET vrbase APPEND PROPERTY LINK_DEPENDS "${version_script}")
 
 target_include_directories(vrbase
-  PUBLIC "${PROJECT_SOURCE_DIR}/include"
+  PUBLIC "$<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/include>"
   PRIVATE "${PROJECT_SOURCE_DIR}")
 target_compile_options(vrbase PRIVATE -fno-semantic-interposition)
 target_link_options(vrbase PRIVATE "-Wl,--version-script=${version_script}")

@@ -1,0 +1,2 @@
+// The same host in C++.
+#include "host.c"
