@@ -83,6 +83,17 @@ void* MoveSlotToLargeBlock(void* slot, uint32_t size, const char* tag, int32_t l
     return block;
 }
 
+// Everything but a slot. False for what is passed over.
+[[gnu::noinline]] bool FreeOther(void* value) {
+    if (value == nullptr || vr::IsSharedString(value)) return false;
+    if (IsAddress(value)) {
+        LocalFree(PlatformBlockOf(value));
+    } else {
+        MessageBoxA(nullptr, "MEM:freeing pointer < 0x100\n", EnvironProduct(), MB_OK);
+    }
+    return true;
+}
+
 unsigned char* NewSharedString(const char* text) {
     auto* block = static_cast<unsigned char*>(CallocMore(kSharedBlockSize, nullptr));
     VrString s = VR_SHARED_STRING(block);
@@ -150,14 +161,10 @@ int32_t _free_mem(void* variable, const char*, int32_t) {
     void* block = nullptr;
     if (variable == nullptr) return 0;
     std::memcpy(&block, variable, sizeof block);  // a pointer of whatever type
-    if (block == nullptr || vr::IsSharedString(block)) return 0;
-
-    if (!IsAddress(block)) {
-        MessageBoxA(nullptr, "MEM:freeing pointer < 0x100\n", EnvironProduct(), MB_OK);
-    } else if (vr::ClassByte(block) == vr::kPoolSlotClass) {
+    if (IsAddress(block) && vr::ClassByte(block) == vr::kPoolSlotClass) [[likely]] {
         vr::GiveSlotBack(block);
-    } else {
-        LocalFree(PlatformBlockOf(block));
+    } else if (!FreeOther(block)) {
+        return 0;
     }
     std::memset(variable, 0, sizeof block);
     return 0;

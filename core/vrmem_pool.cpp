@@ -9,6 +9,8 @@
 // others on its full list; up to two pages' worth of slots is kept when free, so
 // that a pool does not make and free one page in turn.
 
+#include <emmintrin.h>
+
 #include <cstring>
 
 #include "core/vrmem.h"
@@ -20,6 +22,8 @@ constexpr int32_t kPoolCount = 16;
 constexpr int32_t kSizeStep = 4;  // payload bytes from one pool to the next
 constexpr int32_t kSlotsPerPage = 25;
 constexpr int32_t kFreeSlotsKept = 2 * kSlotsPerPage;
+constexpr int32_t kWideStore = 16;  // bytes
+static_assert(kPoolCount * kSizeStep <= 4 * kWideStore, "four stores reach all of a payload");
 
 struct Page;
 
@@ -31,6 +35,7 @@ struct Pool {
     Page* fullPages;
     int32_t freeSlots;  // in all pages
     uint32_t noClear;   // not 0: slots are handed out without zeroing
+    uint32_t reciprocal;
 };
 
 struct Page {
@@ -60,9 +65,28 @@ uint32_t OffsetOfIndex(const Pool& pool, int32_t index) {
                                  (index - 1) * SlotStride(pool));
 }
 
+// A division by the pool's stride is a product with its reciprocal in 16 bits, which
+// is a quarter of the cost and exact for every slot of a page.
+constexpr uint32_t kReciprocalBits = 16;
+
+constexpr uint32_t ReciprocalOf(uint32_t stride) {
+    return ((1U << kReciprocalBits) + stride - 1) / stride;
+}
+
+constexpr bool ReciprocalsAreExact() {
+    for (uint32_t pool = 1; pool <= kPoolCount; ++pool) {
+        const uint32_t stride = pool * uint32_t{kSizeStep} + sizeof(SlotHeader);
+        for (uint32_t slot = 0; slot < uint32_t{kSlotsPerPage}; ++slot) {
+            if ((slot * stride * ReciprocalOf(stride)) >> kReciprocalBits != slot) return false;
+        }
+    }
+    return true;
+}
+static_assert(ReciprocalsAreExact());
+
 uint8_t IndexOfOffset(const Pool& pool, uint32_t offset) {
     const uint32_t distance = offset - static_cast<uint32_t>(sizeof(Page));
-    return static_cast<uint8_t>(distance / static_cast<uint32_t>(SlotStride(pool)) + 1);
+    return static_cast<uint8_t>((distance * pool.reciprocal >> kReciprocalBits) + 1);
 }
 
 SlotHeader& SlotAt(Page& page, uint32_t offset) {
@@ -75,6 +99,26 @@ SlotHeader& HeaderOf(void* payload) {
 
 Page& PageOf(SlotHeader& slot) {
     return *reinterpret_cast<Page*>(reinterpret_cast<char*>(&slot) - slot.pageOffset);
+}
+
+// Zeroes a payload in two to four stores, which overlap where the size is no multiple of
+// theirs; a call to clear so few bytes would cost more than the clearing.
+void ZeroPayload(char* payload, int32_t size) {
+    const auto zeroWide = [payload](int32_t at) {
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(payload + at), _mm_setzero_si128());
+    };
+    const auto zeroNarrow = [payload](int32_t at) { std::memset(payload + at, 0, kSizeStep); };
+    if (size < kWideStore) {
+        zeroNarrow(0);
+        zeroNarrow(size / 2 & -kSizeStep);
+        zeroNarrow(size - kSizeStep);
+        return;
+    }
+    zeroWide(0);
+    zeroWide(size - kWideStore);
+    if (size <= 2 * kWideStore) return;
+    zeroWide(kWideStore);
+    zeroWide(size - 2 * kWideStore);
 }
 
 void PushFront(Page*& list, Page& page) {
@@ -102,9 +146,11 @@ void LayOutSlots(const Pool& pool, Page& page) {
     }
 }
 
+// What happens once a page and not once a slot stays out of the way of the rest.
+
 // Memory may run short here, and then callbacks give slots back: the lists are
 // read only after the page is there.
-void MakePage(Pool& pool) {
+[[gnu::noinline]] void MakePage(Pool& pool) {
     const auto size = static_cast<uint32_t>(static_cast<int32_t>(sizeof(Page)) +
                                             pool.itemsPerPage * SlotStride(pool));
     auto& page = *static_cast<Page*>(_MallocMore(size, nullptr, nullptr, 0));
@@ -116,17 +162,26 @@ void MakePage(Pool& pool) {
     pool.freeSlots += pool.itemsPerPage;
 }
 
-void ReleasePage(Pool& pool, Page& page) {
+[[gnu::noinline]] void ReleasePage(Pool& pool, Page& page) {
     Unlink(pool.openPages, page);
     pool.freeSlots -= pool.itemsPerPage;
     LocalFree(&page);
 }
 
+[[gnu::noinline]] void ClosePage(Pool& pool, Page& page) {
+    Unlink(pool.openPages, page);
+    PushFront(pool.fullPages, page);
+}
+
+[[gnu::noinline]] void ReopenPage(Pool& pool, Page& page) {
+    Unlink(pool.fullPages, page);
+    PushFront(pool.openPages, page);
+}
+
 // The head of the open list serves the next request. It tends to be the page with
 // the most free slots, so that nearly full pages are left to fill and empty ones
 // to be released.
-void PromotePage(Pool& pool, Page& page) {
-    if (pool.openPages->freeSlots >= page.freeSlots) return;
+[[gnu::noinline]] void PromotePage(Pool& pool, Page& page) {
     Unlink(pool.openPages, page);
     PushFront(pool.openPages, page);
 }
@@ -146,7 +201,9 @@ void vr::StartPools() {
         auto* pool = static_cast<Pool*>(LocalAlloc(LMEM_FIXED, sizeof(Pool)));
         pools[i] = pool;
         if (pool == nullptr) continue;
-        *pool = {pool, (i + 1) * kSizeStep, kSlotsPerPage, nullptr, nullptr, 0, 0};
+        const int32_t itemSize = (i + 1) * kSizeStep;
+        const auto stride = static_cast<uint32_t>(itemSize) + sizeof(SlotHeader);
+        *pool = {pool, itemSize, kSlotsPerPage, nullptr, nullptr, 0, 0, ReciprocalOf(stride)};
     }
 }
 
@@ -163,19 +220,19 @@ void vr::FreePools() {
 // a slot of 64, and one of 4 bytes a slot of 8.
 void* vr::TakeSlot(uint32_t size) {
     Pool* pool = pools[(size - 1) / kSizeStep];
-    if (pool == nullptr) return nullptr;
-    if (pool->openPages == nullptr) MakePage(*pool);
+    if (pool == nullptr) [[unlikely]]
+        return nullptr;
+    if (pool->openPages == nullptr) [[unlikely]]
+        MakePage(*pool);
 
     Page& page = *pool->openPages;
     SlotHeader& slot = SlotAt(page, page.firstFree);
     page.firstFree = OffsetOfIndex(*pool, slot.nextFree);
     --pool->freeSlots;
-    if (--page.freeSlots == 0) {
-        Unlink(pool->openPages, page);
-        PushFront(pool->fullPages, page);
-    }
-    void* payload = &slot + 1;
-    if (pool->noClear == 0) std::memset(payload, 0, size);
+    if (--page.freeSlots == 0) [[unlikely]]
+        ClosePage(*pool, page);
+    auto* payload = reinterpret_cast<char*>(&slot + 1);
+    if (pool->noClear == 0) ZeroPayload(payload, pool->itemSize);
     return payload;
 }
 
@@ -189,12 +246,12 @@ void vr::GiveSlotBack(void* payload) {
     page.firstFree = slot.pageOffset;
     ++page.freeSlots;
     ++pool.freeSlots;
-    if (wasFull) {
-        Unlink(pool.fullPages, page);
-        PushFront(pool.openPages, page);
-    } else if (page.freeSlots == pool.itemsPerPage && pool.freeSlots > kFreeSlotsKept) {
+    if (wasFull) [[unlikely]] {
+        ReopenPage(pool, page);
+    } else if (page.freeSlots == pool.itemsPerPage && pool.freeSlots > kFreeSlotsKept)
+        [[unlikely]] {
         ReleasePage(pool, page);
-    } else {
+    } else if (pool.openPages->freeSlots < page.freeSlots) {
         PromotePage(pool, page);
     }
 }
