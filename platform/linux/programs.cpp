@@ -103,7 +103,7 @@ uint32_t ErrorOfSpawn(int error) {
     }
 }
 
-// What a host of ours ignores or blocks is no matter of the program's.
+// What a host of ours blocks is no matter of the program's; what it ignores stays ignored.
 int Spawn(const HostCommand& command, pid_t& number) {
     std::vector<char*> words;
     for (const std::string& word : command.words)
