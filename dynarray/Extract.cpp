@@ -31,13 +31,12 @@ VrString CopyOf(const Range& range) {
 
 // Numbers of 1 and below take the first element.
 Range FindElement(int32_t number, uint8_t mark, Range in) {
-    for (;;) {
-        const uint8_t* stop = vr::FindStop(in.start, in.end, {mark, mark});
-        if (number <= 1) return {in.start, stop};
-        if (stop == in.end) return {};
-        in.start = stop + 1;
-        --number;
+    if (number > 1) {
+        int32_t marks = number - 1;
+        in.start = vr::PassMarks(in.start, in.end, mark, marks, vr::HigherBytes::Pass);
+        if (marks != 0) return {};
     }
+    return {in.start, vr::FindStop(in.start, in.end, {mark, mark})};
 }
 
 Range FindPlace(int32_t attribute, int32_t value, int32_t subvalue, VrString s) {

@@ -1,5 +1,4 @@
-// What the operations on dynamic arrays share: reaching text by cursor, and the
-// search for a mark.
+// What the operations on dynamic arrays share: reaching text by cursor.
 #ifndef DYNARRAY_VRSTR_H
 #define DYNARRAY_VRSTR_H
 
@@ -8,6 +7,7 @@
 #include <cstring>
 
 #include "core/vrmem.h"
+#include "dynarray/Marks.h"
 #include "vr/walk.h"
 
 namespace vr {
@@ -33,27 +33,6 @@ inline int32_t EndCursor(VrString s) {
 
 inline int32_t ClampCursor(int32_t cursor, int32_t end) {
     return std::clamp(cursor, static_cast<int32_t>(kVrFirstCursor), end);
-}
-
-// Bytes that end an element: all from `lowest` to `highest`.
-struct StopBytes {
-    uint8_t lowest;
-    uint8_t highest;
-};
-
-// The first stop byte from `from` on, or `end`. One byte alone is what the
-// standard library searches for fastest; a range is one comparison, since a byte
-// below it wraps round to a large difference.
-inline const uint8_t* FindStop(const uint8_t* from, const uint8_t* end, StopBytes stops) {
-    const auto room = static_cast<size_t>(end - from);
-    if (stops.lowest == stops.highest) {
-        const void* found = room == 0 ? nullptr : std::memchr(from, stops.lowest, room);
-        return found == nullptr ? end : static_cast<const uint8_t*>(found);
-    }
-    const auto span = static_cast<uint8_t>(stops.highest - stops.lowest);
-    return std::find_if(from, end, [stops, span](uint8_t byte) {
-        return static_cast<uint8_t>(byte - stops.lowest) <= span;
-    });
 }
 
 // A new string of the bytes at `text`.
