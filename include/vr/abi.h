@@ -11,8 +11,11 @@
 #include <stdint.h>
 
 #ifdef __cplusplus
+/* Open and close the declarations of a header: C linkage in C++, nothing in C. */
 #define VR_BEGIN extern "C" {
 #define VR_END }
+
+/* The language's check at compile time. */
 #define VR_STATIC_ASSERT static_assert
 #else
 #define VR_BEGIN
@@ -20,6 +23,7 @@
 #define VR_STATIC_ASSERT _Static_assert
 #endif
 
+/* What the library exports. */
 #define VR_API __attribute__((visibility("default")))
 
 VR_STATIC_ASSERT(sizeof(void*) == 4, "vrbase is a 32-bit library: compile with -m32");

@@ -13,17 +13,19 @@
 #include "vr/chunk.h"
 #include "vr/string.h"
 
+/* A memory buffer. */
 typedef struct MemBuf {
-    VrChunkChain chunks;
-    int32_t unitSize; /* bytes */
+    VrChunkChain chunks; /* that the pieces lie in */
+    int32_t unitSize;    /* bytes; a chunk is a multiple of it */
 } MemBuf;
 VR_STATIC_ASSERT(sizeof(MemBuf) == 20, "five words");
 
+/* A buffer descriptor. */
 typedef struct BufDscr {
-    int32_t capacity; /* bytes of the data block */
-    int32_t step;     /* by how much it grows each time */
-    int32_t used;     /* bytes written */
-    unsigned char* data;
+    int32_t capacity;    /* bytes of the data block */
+    int32_t step;        /* by how much it grows each time */
+    int32_t used;        /* bytes written */
+    unsigned char* data; /* the block, which moves when it grows */
 } BufDscr;
 VR_STATIC_ASSERT(sizeof(BufDscr) == 16, "four words");
 

@@ -19,8 +19,11 @@
 #include "vr/abi.h"
 #include "vr/hash.h"
 
+/* A host's routine for an item: gets the item's object, and the owner that CacheCreate was
+ * given. */
 typedef void (*CacheRoutine)(VrWord object, VrWord owner);
 
+/* A cache. */
 typedef struct Cache {
     HashTable* table;     /* name to CacheItem */
     CacheRoutine destroy; /* may be null: an item goes for good */
@@ -31,16 +34,17 @@ typedef struct Cache {
 } Cache;
 VR_STATIC_ASSERT(sizeof(Cache) == 24, "six words");
 
+/* The descriptor of an item. */
 typedef struct CacheItem {
-    VrWord object;
-    char* key;
-    VrWord program;
-    int32_t time; /* of the last install, in seconds */
-    int32_t stackCount;
-    int32_t classUseCount;
-    uint8_t pending;  /* was in use when it was to be removed; keeps its body */
-    uint8_t resident; /* its body counts in `used` */
-    int32_t size;     /* bytes of the body */
+    VrWord object;         /* the body's address, or what the host knows it by */
+    char* key;             /* the name, which belongs to the item */
+    VrWord program;        /* the program that the item belongs to, any word */
+    int32_t time;          /* of the last install, in seconds */
+    int32_t stackCount;    /* uses that hold the body */
+    int32_t classUseCount; /* uses that hold the item */
+    uint8_t pending;       /* was in use when it was to be removed; keeps its body */
+    uint8_t resident;      /* its body counts in `used` */
+    int32_t size;          /* bytes of the body */
 } CacheItem;
 VR_STATIC_ASSERT(sizeof(CacheItem) == 32, "two bytes before the last word, and two unused");
 

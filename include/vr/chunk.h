@@ -13,6 +13,7 @@ typedef struct VrChunk {
 } VrChunk;
 VR_STATIC_ASSERT(sizeof(VrChunk) == 16, "four words");
 
+/* The chunks of one heap or buffer, in the order in which they were made. */
 typedef struct VrChunkChain {
     VrChunk* first; /* null for an empty chain */
     VrChunk* last;  /* the one that new pieces go to */

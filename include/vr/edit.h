@@ -11,8 +11,8 @@
  * missing. A string is rewritten in place where its capacity allows; a long
  * string keeps a memo of the attribute found last, so that work on neighbouring
  * attributes does not scan from the start. The memo is trusted: a long string whose
- * marks were changed by other means is copied (alloc_string) before it is edited. Marks and cursors
- * are those of vr/walk.h. */
+ * marks were changed by other means is copied (alloc_string) before it is edited. Marks
+ * and cursors are those of vr/walk.h. */
 #ifndef VR_EDIT_H
 #define VR_EDIT_H
 
@@ -21,11 +21,12 @@
 
 VR_BEGIN
 
+/* A position, and where it was found. */
 typedef struct UtilPosition {
-    int32_t attribute;
-    int32_t value;
-    int32_t subvalue;
-    int32_t cursor; /* out: where the element written begins in the result */
+    int32_t attribute; /* these three: 1 or more, 0 or below 0, as told above */
+    int32_t value;     /* within the attribute */
+    int32_t subvalue;  /* within the value */
+    int32_t cursor;    /* out: where the element written begins in the result */
 } UtilPosition;
 VR_STATIC_ASSERT(sizeof(UtilPosition) == 16, "four words");
 
@@ -41,8 +42,8 @@ VR_STATIC_ASSERT(sizeof(UtilPosition) == 16, "four words");
  * The result is `s`, rewritten in place, or another string. In the second case
  * the caller owns both and frees `s`, whose text is then no longer to be relied
  * on. `s` may be a shared string, which is never written to; `element` is only read
- * and must not be `s`. Neither may be null. A number whose marks no string can hold goes the way
- * of every request for too much memory. */
+ * and must not be `s`. Neither may be null. A number whose marks no string can hold goes
+ * the way of every request for too much memory. */
 VR_API VrString UtilInsertReplace(UtilPosition* position, VrString s, VrString element,
                                   uint32_t replace);
 

@@ -13,11 +13,12 @@
 #include "vr/abi.h"
 #include "vr/string.h"
 
+/* What GetEnvironLauncher tells. */
 enum {
     kVrLauncherUnknown = 0, /* the identity has not been worked out */
-    kVrLauncherExe = 300,
-    kVrLauncherDll = 301,
-    kVrLauncherOther = 302
+    kVrLauncherExe = 300,   /* an executable, exe */
+    kVrLauncherDll = 301,   /* a library, dll */
+    kVrLauncherOther = 302  /* anything else */
 };
 
 VR_BEGIN
@@ -55,8 +56,8 @@ VR_API int32_t EnvironInternationalDate(void);
 
 /* The name with a leading $VARIABLE replaced by that variable's value, less one
  * trailing separator, up to ten times in a row, and every / made \. A variable that
- * is not set, or whose name has 256 bytes or more, is replaced by nothing. A new string that the
- * caller frees; NullVrStr's string for a null or empty name. */
+ * is not set, or whose name has 256 bytes or more, is replaced by nothing. A new string
+ * that the caller frees; NullVrStr's string for a null or empty name. */
 VR_API VrString EnvironFileName(VrString name);
 
 VR_END

@@ -52,10 +52,12 @@ VR_API int32_t OsChsize(int32_t handle, int32_t size);
  * Returns the new place, or -1. */
 VR_API int32_t OsLseek(int32_t handle, int32_t offset, int32_t origin);
 
+/* A stream of OsFdopen. Opaque to hosts. */
+typedef struct PlatformStream VrStream;
+
 /* A buffered stream over a handle, in the handle's text or binary mode unless `mode`
  * names one; null on failure. OsFclose closes the handle with it, which stays counted
  * until OsFilesDec. It returns 0, or -1 on failure. */
-typedef struct PlatformStream VrStream;
 VR_API VrStream* OsFdopen(int32_t handle, const char* mode);
 VR_API int32_t OsFclose(VrStream* stream);
 
@@ -83,21 +85,21 @@ VR_API int32_t WriteLockFile(VrWord a, VrWord b);
 /* A listing in progress. Names are without their directory. Times are seconds since
  * 1970. */
 typedef struct DirSearch {
-    uint32_t attributes; /* 0x01 may not be written, 0x10 a directory */
-    int32_t creationTime;
-    int32_t accessTime;
-    int32_t writeTime;
-    uint32_t size; /* bytes */
-    char name[260];
+    uint32_t attributes;  /* 0x01 may not be written, 0x10 a directory */
+    int32_t creationTime; /* of the last change of its content or status */
+    int32_t accessTime;   /* of the last reading */
+    int32_t writeTime;    /* of the last writing */
+    uint32_t size;        /* bytes */
+    char name[260];       /* zero-terminated */
     int32_t searchHandle; /* -1 when nothing was found */
 } DirSearch;
 
 /* Lists a directory, "." and ".." and folders included, in the platform's order.
  * DirFirst makes *search, whatever comes of it, and returns the first name, or null
  * when the directory is empty, missing, or does not fit 255 bytes with its pattern.
- * DirNext returns the next name, or null at the end or for null. Names are good until the next
- * call. DirClose, owed after every DirFirst, frees *search and clears it; a cleared
- * one is passed over. */
+ * DirNext returns the next name, or null at the end or for null. Names are good until
+ * the next call. DirClose, owed after every DirFirst, frees *search and clears it; a
+ * cleared one is passed over. */
 VR_API const char* DirFirst(const char* directory, DirSearch** search);
 VR_API const char* DirNext(DirSearch* search);
 VR_API void DirClose(DirSearch** search);

@@ -9,6 +9,7 @@
 
 #include "vr/abi.h"
 
+/* Bytes of a block that hold pieces. */
 enum { kVrFixedBlockRoom = 20476 };
 
 VR_BEGIN

@@ -26,6 +26,7 @@ typedef void (*VrExitRoutine)(void);
 /* A host's routine for a break, carried for the host and never called here. */
 typedef void (*VrBreakRoutine)(VrWord data);
 
+/* Routines that the exit chain holds. */
 enum { kVrExitChainSlots = 100 };
 
 /* Brings the library up: clears the exit chain, then starts the modules in their

@@ -16,27 +16,29 @@
 
 #include "vr/abi.h"
 
+/* Told of a value that goes, with the data word that HashTableCreate was given. */
 typedef void (*HashTableDestructor)(VrWord value, VrWord data);
 
-/* Not 0 selects the entry of that value. */
+/* Asked about an entry, with the argument of HashTableRemoveItems. Not 0 selects it. */
 typedef int32_t (*HashTablePredicate)(VrWord value, VrWord argument);
 
-/* Packed, since in a fixed table an entry may stand at any address; its key then
+/* An entry. Packed, since in a fixed table an entry may stand at any address; its key then
  * follows it at once. */
 typedef struct __attribute__((packed)) HashEntry {
-    struct HashEntry* next; /* in the bucket */
-    char* key;
-    uint32_t hash;
-    VrWord value;
+    struct HashEntry* next; /* in the bucket; null for the last one */
+    char* key;              /* zero-terminated copy */
+    uint32_t hash;          /* of the key */
+    VrWord value;           /* the caller's */
 } HashEntry;
 VR_STATIC_ASSERT(sizeof(HashEntry) == 16, "four words");
 
+/* A table. */
 typedef struct HashTable {
-    int32_t fixed;
-    int32_t bucketCount;
-    HashEntry** buckets;
-    HashTableDestructor destructor;
-    VrWord destructorData;
+    int32_t fixed;                  /* not 0: its entries are in the fixed store */
+    int32_t bucketCount;            /* as it was made */
+    HashEntry** buckets;            /* the first entry of each; null for an empty one */
+    HashTableDestructor destructor; /* may be null */
+    VrWord destructorData;          /* for the destructor */
 } HashTable;
 VR_STATIC_ASSERT(sizeof(HashTable) == 20, "five words");
 

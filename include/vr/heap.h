@@ -13,12 +13,14 @@
 #include "vr/chunk.h"
 #include "vr/string.h"
 
+/* Bytes of which the size of a chunk is a multiple. */
 enum { kVrHeapUnit = 4096 };
 
+/* A heap. */
 typedef struct VrHeap {
-    VrChunkChain chunks;
+    VrChunkChain chunks;     /* that the pieces lie in */
     struct VrHeap* previous; /* in the list of all heaps, newest first */
-    struct VrHeap* next;
+    struct VrHeap* next;     /* an older one; null for the oldest */
 } VrHeap;
 VR_STATIC_ASSERT(sizeof(VrHeap) == 24, "six words");
 

@@ -26,9 +26,18 @@ VR_API int32_t VrdbLogInit(const char* section, const char* title);
 /* Does nothing, since every line is written at once. */
 VR_API void VrdbLogFlush(void);
 
-/* Calls. The lines are, in this order: NAME; NAME Ret: N; NAME File: F; NAME Ret: N File: F;
- * NAME File: F; NAME Ret: N Handle: H; NAME Handle: H; NAME Handle: H Key: K; CLOSE
- * Handle: H. */
+/* The group of calls. Each writes one line:
+ *
+ *     VrdbLogStartMes          NAME
+ *     VrdbLogEndMes            NAME Ret: N
+ *     VrdbLogStartMesCreate    NAME File: F
+ *     VrdbLogEndMesCreate      NAME Ret: N File: F
+ *     VrdbLogStartMesOpen      NAME File: F
+ *     VrdbLogEndMesOpen        NAME Ret: N Handle: H
+ *     VrdbLogStartMes1         NAME Handle: H
+ *     VrdbLogStartMes2         NAME Handle: H Key: K
+ *     VrdbLogStartMesClose     CLOSE Handle: H
+ */
 VR_API void VrdbLogStartMes(const char* name);
 VR_API void VrdbLogEndMes(const char* name, int32_t ret);
 VR_API void VrdbLogStartMesCreate(const char* name, VrString file);
@@ -39,17 +48,18 @@ VR_API void VrdbLogStartMes1(const char* name, int32_t handle);
 VR_API void VrdbLogStartMes2(const char* name, int32_t handle, VrString key);
 VR_API void VrdbLogStartMesClose(int32_t handle);
 
-/* Details: NAME N; NAME VALUE. */
+/* The group of details. The line is NAME N, or NAME VALUE. */
 VR_API void VrdbLogOutInt(const char* name, int32_t value);
 VR_API void VrdbLogOutChar(const char* name, const char* value);
 
-/* Times: NAME time: SECONDS, with six decimals and a point. */
+/* The group of times. The line is NAME time: SECONDS, with six decimals and a point. */
 VR_API void VrdbLogTimeMes1(const char* name, int32_t milliseconds);
 
-/* Details; and once more as a BTRV error, for a status that is not 0, 4, 9, 22 or 59. */
+/* The group of details; and once more as a BTRV error, for a status that is not 0, 4, 9,
+ * 22 or 59. */
 VR_API void VrdbLogBTRVMes(int32_t operation, int32_t status);
 
-/* Locks: LOCK Key K Ret: N. Both write the same. */
+/* The group of locks. The line is LOCK Key K Ret: N. Both write the same. */
 VR_API void VrdbLogMesLock(const char* key, int32_t ret);
 VR_API void VrdbLogMesUnlock(const char* key, int32_t ret);
 

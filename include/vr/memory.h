@@ -19,6 +19,7 @@
 
 #include "vr/abi.h"
 
+/* The sizes that the text names. */
 enum {
     kVrRefusedSize = 0x1400000, /* bytes; the smallest request that is refused */
     kVrScratchSize = 10240      /* bytes in each of the five scratch areas */
@@ -47,8 +48,8 @@ VR_API void* _realloc_mem(void* block, uint32_t size, const char* tag, int32_t l
 
 /* Gives back the block whose address the pointer variable at `variable` holds,
  * and clears that variable. Null and the shared strings are passed over and left
- * in place, and so is a null `variable`. A value of 256 or below is no block: a message says so,
- * and the variable is cleared. Always returns 0. */
+ * in place, and so is a null `variable`. A value of 256 or below is no block: a message
+ * says so, and the variable is cleared. Always returns 0. */
 VR_API int32_t _free_mem(void* variable, const char* tag, int32_t line);
 
 /* A platform block of exactly `size` bytes, with the recovery told above but
@@ -84,8 +85,8 @@ enum {
     kVrMemoryShort = 0,      /* give memory back */
     kVrMemoryExhausted = 1,  /* the run is about to end for lack of memory */
     kVrTooManyOpenFiles = 2, /* close something */
-    kVrCallbackKinds = 3,
-    kVrCallbackSlots = 10 /* pairs that each kind holds */
+    kVrCallbackKinds = 3,    /* kinds that there are */
+    kVrCallbackSlots = 10    /* pairs that each kind holds */
 };
 
 /* A callback gets the data word it was registered with and the value given to
@@ -94,8 +95,8 @@ enum {
 typedef void (*MemCallback)(VrWord data, VrWord value);
 
 /* Adds the pair to the kind's list; a pair may stand there twice. With all slots
- * taken the pair is dropped, as is one without a routine. Works before UtilInit too, as do the two
- * below. Returns 1, or -1 for a kind that does not exist. */
+ * taken the pair is dropped, as is one without a routine. Works before UtilInit too, as
+ * do the two below. Returns 1, or -1 for a kind that does not exist. */
 VR_API int32_t MemAddCallback(int32_t kind, MemCallback routine, VrWord data);
 
 /* Takes the first such pair off the list, if there is one. Returns as above. */

@@ -1,4 +1,4 @@
-/* Running commands, and asking which programs run. */
+/* Running commands, and asking which programs run. Texts are zero-terminated. */
 #ifndef VR_PROCESS_H
 #define VR_PROCESS_H
 

@@ -28,6 +28,7 @@
 
 #include "vr/abi.h"
 
+/* Bytes of ini_path. */
 enum { kVrIniPathSize = 256 };
 
 VR_BEGIN

@@ -23,9 +23,12 @@ VR_BEGIN
 
 /* The length word. It is packed since a string in a caller's buffer may stand at
  * any address. */
-typedef struct __attribute__((packed)) VrStringHead {
+struct __attribute__((packed)) VrStringHead {
     int32_t length; /* number of text bytes */
-} * VrString;
+};
+
+/* A counted string, by the address of its length word. */
+typedef struct VrStringHead* VrString;
 VR_STATIC_ASSERT(sizeof(struct VrStringHead) == 4, "the text follows the length word at once");
 
 /* The first byte of the text. */
@@ -35,10 +38,12 @@ static inline unsigned char* VrStrText(VrString s) {
 
 /* The shared strings' blocks: empty, "0" and "1". They exist from UtilInit to
  * VrExit. The VrString is the block's address plus 4, which VR_SHARED_STRING
- * gives, as in VR_SHARED_STRING(NullVrStr). */
+ * gives. */
 extern VR_API unsigned char* NullVrStr;
 extern VR_API unsigned char* FalseVrStr;
 extern VR_API unsigned char* TrueVrStr;
+
+/* The VrString of such a block, as in VR_SHARED_STRING(NullVrStr). */
 #define VR_SHARED_STRING(block) ((VrString)((block) + 4))
 
 /* A new string of `length` zero bytes, to be filled by the caller. One of 129

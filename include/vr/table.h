@@ -21,23 +21,24 @@
 typedef int32_t (*TblFormat)(VrWord unused1, VrWord firstSlot, VrWord unused3, VrWord line,
                              VrWord unused5, VrWord buffer);
 
+/* Bytes of the buffer for a line of a report. */
 enum { kVrTblLineSize = 320 };
 
 /* A table, as the master table holds it. */
 typedef struct __attribute__((packed)) Tbl {
-    uint8_t inUse; /* the mark */
-    char* name;
-    char* moduleTag; /* of the module that made it */
-    int32_t line;
-    int32_t length; /* slots */
-    int32_t size;   /* bytes of a record */
-    unsigned char* base;
+    uint8_t inUse;                /* the mark */
+    char* name;                   /* its own copy */
+    char* moduleTag;              /* of the module that made it */
+    int32_t line;                 /* at which it was made */
+    int32_t length;               /* slots */
+    int32_t size;                 /* bytes of a record */
+    unsigned char* base;          /* the first record, unless there is a variable */
     unsigned char** baseVariable; /* if not null, holds the base in place of `base` */
     int32_t markOffset;           /* of the mark byte in a record */
     int32_t used;                 /* records taken */
     int32_t maximum;              /* that `used` ever was */
-    TblFormat format;
-    uint32_t reserved; /* 0 */
+    TblFormat format;             /* may be null */
+    uint32_t reserved;            /* 0 */
 } Tbl;
 VR_STATIC_ASSERT(sizeof(Tbl) == 49, "packed");
 

@@ -30,12 +30,13 @@
 #include "vr/abi.h"
 #include "vr/string.h"
 
+/* The marks, and the sizes that the text names. */
 enum {
-    kVrAttributeMark = 254,
-    kVrValueMark = 253,
-    kVrSubvalueMark = 252,
-    kVrFirstCursor = 4,
-    kVrBufferOverhead = 9 /* bytes of a result buffer that hold no text */
+    kVrAttributeMark = 254, /* ends an attribute */
+    kVrValueMark = 253,     /* ends a value within an attribute */
+    kVrSubvalueMark = 252,  /* ends a subvalue within a value */
+    kVrFirstCursor = 4,     /* the cursor of the first text byte */
+    kVrBufferOverhead = 9   /* bytes of a result buffer that hold no text */
 };
 
 VR_BEGIN

@@ -6,9 +6,11 @@
 #include <stddef.h>
 #include <stdint.h>
 
+/* What the platform library exports. */
 #define PLATFORM_API __attribute__((visibility("default")))
 
 #ifdef __cplusplus
+/* Open and close the declarations of a header: C linkage in C++, nothing in C. */
 #define PLATFORM_BEGIN extern "C" {
 #define PLATFORM_END }
 #else

@@ -4,6 +4,7 @@
 
 #include "platform/base.h"
 
+/* What the clock shows. */
 typedef struct ClockReading {
     int64_t seconds;      /* since 1 January 1970, universal time */
     int32_t milliseconds; /* 0 to 999 */
@@ -11,10 +12,11 @@ typedef struct ClockReading {
     int32_t daylight;     /* 1 while daylight saving is in force, by an hour */
 } ClockReading;
 
+/* A time of day. */
 typedef struct ClockTime {
-    int32_t hour;
-    int32_t minute;
-    int32_t second;
+    int32_t hour;   /* 0 to 23 */
+    int32_t minute; /* 0 to 59 */
+    int32_t second; /* 0 to 59 */
 } ClockTime;
 
 PLATFORM_BEGIN

@@ -20,17 +20,23 @@ PLATFORM_API void ControlMessageBoxes(MessageBoxPresenter presenter, void* conte
  * next). A resize counts as an allocation. A count of 0 ends the failing. */
 PLATFORM_API void ControlFailAllocations(uint32_t nth, uint32_t count);
 
-/* The same for FileOpen and for LockFile, which then leave `error` in errno. */
+/* Lets `count` calls of FileOpen, or of LockFile, fail, beginning with the `nth` from
+ * now; they leave `error` in errno. A count of 0 ends the failing. */
 PLATFORM_API void ControlFailOpens(uint32_t nth, uint32_t count, int32_t error);
 PLATFORM_API void ControlFailLocks(uint32_t nth, uint32_t count, int32_t error);
 
 /* How many blocks of LocalAlloc and GlobalAlloc have not been given back. */
 PLATFORM_API uint32_t ControlBlocksOut(void);
 
+/* What a recorder of programs answers. */
+enum {
+    kProgramReal = 0,  /* start it */
+    kProgramRan = 1,   /* as if it had run and ended with *code */
+    kProgramFailed = 2 /* as if the start had failed with *code */
+};
+
 /* Told of every program that is to be started: its command line and its window mode, -1
- * when none was asked for. It answers kProgramReal, to start it; kProgramRan, as if it had
- * run and ended with *code; or kProgramFailed, as if the start had failed with *code. */
-enum { kProgramReal = 0, kProgramRan = 1, kProgramFailed = 2 };
+ * when none was asked for. It answers one of the three above. */
 typedef int32_t (*ProgramRecorder)(void* context, const char* commandLine, int32_t windowMode,
                                    uint32_t* code);
 

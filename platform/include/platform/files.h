@@ -17,19 +17,24 @@
 
 #include "platform/base.h"
 
-enum { kErrorAccessDenied = 13, kErrorInvalid = 22, kErrorTooManyOpenFiles = 24 };
+/* Reasons that callers tell apart, as errno has them. */
+enum {
+    kErrorAccessDenied = 13,    /* a permission or a lock forbids it */
+    kErrorInvalid = 22,         /* an argument that makes no sense, or no such service */
+    kErrorTooManyOpenFiles = 24 /* of the process or the system */
+};
 
 /* Flags of FileOpen; reading only, in text mode, when none is given. */
 enum {
-    kOpenReadOnly = 0x0000,
-    kOpenWriteOnly = 0x0001,
-    kOpenReadWrite = 0x0002,
+    kOpenReadOnly = 0x0000,  /* reading */
+    kOpenWriteOnly = 0x0001, /* writing */
+    kOpenReadWrite = 0x0002, /* both */
     kOpenAppend = 0x0008,    /* every write goes to the end */
     kOpenCreate = 0x0100,    /* make the file if it does not exist */
     kOpenTruncate = 0x0200,  /* cut an existing file to length 0 */
     kOpenExclusive = 0x0400, /* with kOpenCreate: fail if it exists */
-    kOpenText = 0x4000,
-    kOpenBinary = 0x8000
+    kOpenText = 0x4000,      /* line ends are CR LF on disk */
+    kOpenBinary = 0x8000     /* bytes are as they are on disk */
 };
 
 /* What others may do with the file meanwhile; there is this one sharing mode. */
@@ -37,9 +42,17 @@ enum { kShareDenyNone = 0x0040 };
 
 /* Permission of a file that is made: without kPermissionWrite nobody may open it for
  * writing later, the superuser included. Reading is always permitted. */
-enum { kPermissionWrite = 0x0080, kPermissionRead = 0x0100 };
+enum {
+    kPermissionWrite = 0x0080, /* all may write */
+    kPermissionRead = 0x0100   /* changes nothing */
+};
 
-enum { kSeekStart = 0, kSeekCurrent = 1, kSeekEnd = 2 };
+/* Where FileSeek counts from. */
+enum {
+    kSeekStart = 0,   /* the start of the file */
+    kSeekCurrent = 1, /* the position */
+    kSeekEnd = 2      /* the end of the file */
+};
 
 PLATFORM_BEGIN
 
@@ -51,7 +64,7 @@ PLATFORM_API int32_t SetHandleCount(int32_t count);
  * Children do not inherit it. Directories cannot be opened. */
 PLATFORM_API int32_t FileOpen(const char* path, int32_t flags, int32_t sharing, int32_t permission);
 
-/* 0, or -1 for a bad handle. All locks of the handle go with it. */
+/* Closes a file: 0, or -1 for a bad handle. All locks of the handle go with it. */
 PLATFORM_API int32_t FileClose(int32_t handle);
 
 /* Reads up to `count` bytes at the handle's position: their number, 0 at the end, or
@@ -67,7 +80,7 @@ PLATFORM_API int32_t FileWrite(int32_t handle, const void* buffer, uint32_t coun
  * it would pass 31 bits. */
 PLATFORM_API int32_t FileSeek(int32_t handle, int32_t offset, int32_t origin);
 
-/* Bytes on disk, or -1, also for a file of 2 GiB or more. */
+/* The length of the file: bytes on disk, or -1, also for a file of 2 GiB or more. */
 PLATFORM_API int32_t FileLength(int32_t handle);
 
 /* Cuts or extends the file, with zero bytes: 0, or -1. */
@@ -97,10 +110,12 @@ PLATFORM_API int32_t FileReplace(const char* from, const char* to);
  * taken or it does not end in six X. */
 PLATFORM_API char* UniqueName(char* path);
 
+/* A stream. Opaque to callers. */
+typedef struct PlatformStream PlatformStream;
+
 /* A buffered stream over a handle. `mode` is one of the C library's (r, w, a, with
  * +); a t or b in it sets the handle's mode first. Null when that is no mode or no
  * handle. The stream owns the handle. */
-typedef struct PlatformStream PlatformStream;
 PLATFORM_API PlatformStream* StreamAttach(int32_t handle, const char* mode);
 
 /* The next line, its LF included, of at most `size` - 1 bytes, closed with a zero:
@@ -110,16 +125,20 @@ PLATFORM_API char* StreamReadLine(char* buffer, int32_t size, PlatformStream* st
 /* Writes what is buffered and closes stream and handle: 0, or -1. */
 PLATFORM_API int32_t StreamClose(PlatformStream* stream);
 
-enum { kFindReadOnly = 0x01, kFindDirectory = 0x10 };
+/* Attributes of a name. */
+enum {
+    kFindReadOnly = 0x01, /* it may not be written */
+    kFindDirectory = 0x10 /* it is a directory */
+};
 
 /* What a search tells of one name. Times are seconds since 1970. */
 typedef struct FindData {
-    uint32_t attributes; /* of the kFind... bits */
-    int32_t creationTime;
-    int32_t accessTime;
-    int32_t writeTime;
-    uint32_t size;  /* bytes; the largest number for a file that has more */
-    char name[260]; /* without directory, zero-terminated */
+    uint32_t attributes;  /* of the kFind... bits */
+    int32_t creationTime; /* of the last change of its content or status */
+    int32_t accessTime;   /* of the last reading */
+    int32_t writeTime;    /* of the last writing */
+    uint32_t size;        /* bytes; the largest number for a file that has more */
+    char name[260];       /* without directory, zero-terminated */
 } FindData;
 
 /* Searches a directory for names that fit the last part of `pattern`, where * stands
@@ -138,7 +157,7 @@ PLATFORM_API int32_t FindClose(int32_t search);
  * buffer, or null when it does not fit or lies on no drive. */
 PLATFORM_API char* CurrentDirectory(char* buffer, int32_t size);
 
-/* 0, or -1. */
+/* Changes the current directory: 0, or -1. */
 PLATFORM_API int32_t ChangeDirectory(const char* path);
 
 /* The full drive path of `path`, which need not exist, as CurrentDirectory gives its

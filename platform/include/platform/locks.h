@@ -10,6 +10,7 @@
 
 #include "platform/base.h"
 
+/* A reason that callers take for a key that is held. The service here never gives it. */
 enum { kErrorDeadlock = 36 };
 
 PLATFORM_BEGIN

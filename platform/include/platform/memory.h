@@ -7,8 +7,9 @@
 
 #include "platform/base.h"
 
+/* Flags of blocks. */
 enum {
-    LMEM_FIXED = 0,
+    LMEM_FIXED = 0,     /* none: new bytes are undefined */
     LMEM_MOVEABLE = 2,  /* of a resize: the block may move */
     LMEM_ZEROINIT = 64, /* new bytes are zero */
     GMEM_MOVEABLE = 2   /* of GlobalAlloc: the block is reached through its handle */

@@ -4,14 +4,20 @@
 
 #include "platform/base.h"
 
+/* The style of a box: its buttons, and a sign. */
 enum {
-    MB_OK = 0, /* one button */
-    MB_RETRYCANCEL = 5,
+    MB_OK = 0,              /* one button */
+    MB_RETRYCANCEL = 5,     /* two buttons */
     MB_ICONSTOP = 16,       /* added to the buttons */
     MB_ICONEXCLAMATION = 48 /* added to the buttons */
 };
 
-enum { IDOK = 1, IDCANCEL = 2, IDRETRY = 4 };
+/* The buttons, as a box returns them. */
+enum {
+    IDOK = 1,     /* OK */
+    IDCANCEL = 2, /* Cancel */
+    IDRETRY = 4   /* Retry */
+};
 
 PLATFORM_BEGIN
 

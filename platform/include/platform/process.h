@@ -7,6 +7,7 @@
 
 #include "platform/base.h"
 
+/* A mode of SetErrorMode: a file that is missing shows no box. */
 enum { SEM_NOOPENFILEERRORBOX = 0x8000 };
 
 PLATFORM_BEGIN

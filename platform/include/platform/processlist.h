@@ -7,23 +7,23 @@
 
 /* An entry of a snapshot. */
 typedef struct ProcessEntry32 {
-    uint32_t size; /* of this record, set before each call */
-    uint32_t usage;
-    uint32_t processNumber;
-    uint32_t heapNumber;
-    uint32_t moduleNumber;
-    uint32_t threads;
-    uint32_t parentNumber;
-    int32_t priority;
-    uint32_t flags;
-    char path[260]; /* the program's full drive path, or "unknown" */
+    uint32_t size;          /* of this record, set before each call */
+    uint32_t usage;         /* not told: 0 */
+    uint32_t processNumber; /* the process */
+    uint32_t heapNumber;    /* not told: 0 */
+    uint32_t moduleNumber;  /* not told: 0 */
+    uint32_t threads;       /* not told: 0 */
+    uint32_t parentNumber;  /* not told: 0 */
+    int32_t priority;       /* not told: 0 */
+    uint32_t flags;         /* not told: 0 */
+    char path[260];         /* the program's full drive path, or "unknown" */
 } ProcessEntry32;
 
-/* Of "psapi". EnumProcesses stores the numbers of the running processes, as far as `bytes`
- * goes, and how many bytes it stored. EnumProcessModules stores the process's first module,
- * the program itself; a process that may not be read has none. The other two store the
- * program's file name and its full drive path, cut to `size` bytes with the zero, and
- * return the length; 0 when they cannot be had. */
+/* Of "psapi". EnumProcesses stores the numbers of the running processes, as far as
+ * `bytes` goes, and how many bytes it stored. EnumProcessModules stores the process's
+ * first module, the program itself; a process that may not be read has none. The other
+ * two store the program's file name and its full drive path, cut to `size` bytes with the
+ * zero, and return the length; 0 when they cannot be had. */
 typedef int32_t (*EnumProcessesRoutine)(uint32_t* numbers, uint32_t bytes, uint32_t* stored);
 typedef int32_t (*EnumProcessModulesRoutine)(void* process, void** modules, uint32_t bytes,
                                              uint32_t* needed);

@@ -19,42 +19,45 @@
 
 #include "platform/base.h"
 
+/* A flag of StartupInfo, and what waiting takes and gives. */
 enum {
-    STARTF_USESHOWWINDOW = 1,
-    INFINITE = -1,
-    WAIT_OBJECT_0 = 0,
-    WAIT_TIMEOUT = 258,
-    STILL_ACTIVE = 259
+    STARTF_USESHOWWINDOW = 1, /* showWindow counts */
+    INFINITE = -1,            /* no limit to the milliseconds; as a result, a bad handle */
+    WAIT_OBJECT_0 = 0,        /* the process has ended */
+    WAIT_TIMEOUT = 258,       /* it has not, and the time is over */
+    STILL_ACTIVE = 259        /* the exit code of a process that still runs */
 };
 
 /* How the window opens; there is no window here, and only the control panel looks. */
 typedef struct StartupInfo {
-    uint32_t size; /* of this record */
-    char* reserved;
-    char* desktop;
-    char* title;
-    uint32_t position[7];
-    uint32_t flags;
-    uint16_t showWindow; /* 0, hidden, to 9; counts with STARTF_USESHOWWINDOW */
-    uint16_t reservedSize;
-    void* reservedData;
-    void* streams[3];
+    uint32_t size;         /* of this record */
+    char* reserved;        /* not looked at */
+    char* desktop;         /* not looked at */
+    char* title;           /* not looked at */
+    uint32_t position[7];  /* not looked at: place, size and colours */
+    uint32_t flags;        /* STARTF_USESHOWWINDOW, or 0 */
+    uint16_t showWindow;   /* 0, hidden, to 9; counts with STARTF_USESHOWWINDOW */
+    uint16_t reservedSize; /* not looked at */
+    void* reservedData;    /* not looked at */
+    void* streams[3];      /* not looked at: the caller's are inherited */
 } StartupInfo;
 
+/* A program that was started. */
 typedef struct ProcessInformation {
-    void* process; /* handles, each given back with CloseHandle */
-    void* thread;
-    uint32_t processNumber;
-    uint32_t threadNumber;
+    void* process;          /* a handle, given back with CloseHandle */
+    void* thread;           /* the same */
+    uint32_t processNumber; /* of the process */
+    uint32_t threadNumber;  /* of its first thread */
 } ProcessInformation;
 
+/* The version of the platform. */
 typedef struct OsVersionInfo {
-    uint32_t size;
-    uint32_t major;
-    uint32_t minor;
-    uint32_t build;
+    uint32_t size;           /* of this record */
+    uint32_t major;          /* 5 */
+    uint32_t minor;          /* 0 */
+    uint32_t build;          /* 0 */
     uint32_t platformNumber; /* 2, unless the control panel says another */
-    char servicePack[128];
+    char servicePack[128];   /* empty */
 } OsVersionInfo;
 
 PLATFORM_BEGIN

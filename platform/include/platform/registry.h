@@ -43,28 +43,30 @@
 /* A root, or the number of a key that was opened. */
 typedef struct RegistryKeyHandle* HKEY;
 
+/* The roots: of the settings of the user, and of the machine. */
 #define HKEY_CURRENT_USER ((HKEY)(uintptr_t)0x80000001u)
 #define HKEY_LOCAL_MACHINE ((HKEY)(uintptr_t)0x80000002u)
 
+/* The access that readers ask for. */
 enum { KEY_READ = 0x20019 };
 
 /* Types of values; a hex(N) line may give any other number. */
 enum {
     REG_SZ = 1,        /* text */
     REG_EXPAND_SZ = 2, /* text with variables in it, which are not expanded here */
-    REG_BINARY = 3,
-    REG_DWORD = 4,
-    REG_MULTI_SZ = 7 /* texts, each with its zero, and a zero behind the last */
+    REG_BINARY = 3,    /* bytes */
+    REG_DWORD = 4,     /* a number of 4 bytes, low byte first */
+    REG_MULTI_SZ = 7   /* texts, each with its zero, and a zero behind the last */
 };
 
 /* Results. */
 enum {
-    ERROR_SUCCESS = 0,
-    ERROR_FILE_NOT_FOUND = 2, /* no such key or value */
-    ERROR_INVALID_HANDLE = 6, /* not a key that is open */
-    ERROR_INVALID_PARAMETER = 87,
-    ERROR_MORE_DATA = 234, /* a buffer is too small */
-    ERROR_NO_MORE_ITEMS = 259
+    ERROR_SUCCESS = 0,            /* done */
+    ERROR_FILE_NOT_FOUND = 2,     /* no such key or value */
+    ERROR_INVALID_HANDLE = 6,     /* not a key that is open */
+    ERROR_INVALID_PARAMETER = 87, /* a null argument that must not be null */
+    ERROR_MORE_DATA = 234,        /* a buffer is too small */
+    ERROR_NO_MORE_ITEMS = 259     /* no value of that number */
 };
 
 PLATFORM_BEGIN
