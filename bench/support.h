@@ -1,0 +1,131 @@
+// What the cases share. A case is called FAMILY/WHAT/WHO/SIZE, where WHO is "vrbase" or one of
+// its peers, and counts its items, so that the report can set the times for one item side by
+// side. Keys, records and orders are the same in every run.
+#ifndef BENCH_SUPPORT_H
+#define BENCH_SUPPORT_H
+
+#include <benchmark/benchmark.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <cstring>
+#include <filesystem>
+#include <random>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "vr/vr.h"
+
+namespace bench {
+
+constexpr char kAttributeMark = static_cast<char>(kVrAttributeMark);
+constexpr char kValueMark = static_cast<char>(kVrValueMark);
+
+inline void CountItems(benchmark::State& state, size_t itemsARound = 1) {
+    state.SetItemsProcessed(state.iterations() * static_cast<int64_t>(itemsARound));
+}
+
+inline void CountBytes(benchmark::State& state, size_t bytesARound) {
+    state.SetBytesProcessed(state.iterations() * static_cast<int64_t>(bytesARound));
+}
+
+inline size_t SizeOf(const benchmark::State& state) {
+    return static_cast<size_t>(state.range(0));
+}
+
+// The numbers from 0 up to `count`, shuffled.
+inline std::vector<uint32_t> RandomOrder(size_t count) {
+    std::vector<uint32_t> order(count);
+    for (size_t i = 0; i < count; ++i)
+        order[i] = static_cast<uint32_t>(i);
+    std::ranges::shuffle(order, std::mt19937(1));
+    return order;
+}
+
+inline std::string Letters(size_t length, uint32_t seed) {
+    std::minstd_rand random(seed + 1);
+    std::string text(length, ' ');
+    for (char& c : text)
+        c = static_cast<char>('a' + random() % 26);
+    return text;
+}
+
+// `count` elements of `length` letters with a mark between two: every `valuesAnAttribute`-th
+// mark is an attribute mark, the others are value marks.
+inline std::string MakeRecord(size_t count, size_t length, size_t valuesAnAttribute = 1) {
+    std::string record;
+    record.reserve(count * (length + 1));
+    const std::string letters = Letters(4096 + length, 1);
+    for (size_t i = 1; i <= count; ++i) {
+        record.append(letters, i * 7 % 4096, length);
+        if (i != count) record += i % valuesAnAttribute == 0 ? kAttributeMark : kValueMark;
+    }
+    return record;
+}
+
+inline size_t CountOf(std::string_view text, char mark) {
+    return static_cast<size_t>(std::ranges::count(text, mark));
+}
+
+// A string of the library that goes with its scope.
+class OwnString {
+public:
+    explicit OwnString(VrString taken) : s_(taken) {}
+    explicit OwnString(std::string_view text)
+        : s_(alloc_simple_string(static_cast<uint32_t>(text.size()))) {
+        std::memcpy(VrStrText(s_), text.data(), text.size());
+    }
+    OwnString(const OwnString&) = delete;
+    ~OwnString() {
+        free_mem(&s_);
+    }
+    operator VrString() const {
+        return s_;
+    }
+    VrString operator->() const {
+        return s_;
+    }
+    // Takes over an edited string: `s` itself, or one in its place.
+    void Become(VrString edited) {
+        if (edited == s_) return;
+        free_mem(&s_);
+        s_ = edited;
+    }
+
+private:
+    VrString s_;
+};
+
+// A string with room to grow, as hosts have them that edit.
+inline VrString EditableString(std::string_view text) {
+    VrString s = alloc_string(static_cast<uint32_t>(text.size()));
+    std::memcpy(VrStrText(s), text.data(), text.size());
+    return s;
+}
+
+struct TemporaryFolder {
+    TemporaryFolder() : path(std::filesystem::temp_directory_path() / "vrbench-XXXXXX") {
+        if (mkdtemp(path.data()) == nullptr) std::abort();
+    }
+    TemporaryFolder(const TemporaryFolder&) = delete;
+    ~TemporaryFolder() {
+        std::filesystem::remove_all(path);
+    }
+    std::string path;
+};
+
+enum class Keys { kAlphabetic, kNumeric };
+
+inline std::vector<std::string> MakeKeys(size_t count, Keys kind) {
+    std::vector<std::string> keys;
+    for (uint32_t i = 0; i < count; ++i) {
+        const std::string number = std::to_string(100000 + i);
+        keys.push_back(kind == Keys::kNumeric ? number : Letters(6 + i % 9, i) + "." + number[5]);
+    }
+    return keys;
+}
+
+}  // namespace bench
+
+#endif
