@@ -7,6 +7,7 @@
 #include <cstring>
 
 #include "core/Chunks.h"
+#include "core/Copy.h"
 #include "core/vrmem.h"
 #include "vr/buffer.h"
 
@@ -14,9 +15,7 @@ namespace {
 
 // All the steps that are needed at once. A size beyond 31 bits is refused by the
 // allocator.
-void MakeRoom(BufDscr& buffer, int64_t needed) {
-    const int64_t missing = int64_t{buffer.used} + needed - buffer.capacity;
-    if (missing <= 0) return;
+[[gnu::noinline]] void Grow(BufDscr& buffer, int64_t missing) {
     const int64_t steps = (missing + buffer.step - 1) / buffer.step;
     const int64_t capacity = buffer.capacity + steps * buffer.step;
     const uint32_t asked = capacity > INT32_MAX ? UINT32_MAX : static_cast<uint32_t>(capacity);
@@ -67,11 +66,12 @@ BufDscr* AddStrToBuffer(BufDscr* buffer, const void* source, int32_t length,
                         unsigned char endByte) {
     if (buffer == nullptr) return nullptr;
     length = source == nullptr ? 0 : std::max(length, 0);
-    MakeRoom(*buffer, int64_t{length} + (endByte != 0 ? 1 : 0));
-    if (length != 0) {
-        std::memcpy(buffer->data + buffer->used, source, static_cast<size_t>(length));
-        buffer->used += length;
-    }
+    const int64_t missing =
+        int64_t{length} + (endByte != 0 ? 1 : 0) - (buffer->capacity - buffer->used);
+    if (missing > 0) Grow(*buffer, missing);
+    vr::CopyBytes(buffer->data + buffer->used, static_cast<const uint8_t*>(source),
+                  static_cast<size_t>(length));
+    buffer->used += length;
     if (endByte != 0) buffer->data[buffer->used++] = endByte;
     return buffer;
 }

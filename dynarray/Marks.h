@@ -35,18 +35,52 @@ struct StopBytes {
     }
 };
 
-// The first stop byte from `from` on, or `end`. A range is one comparison, since a byte
-// below it wraps round to a large difference.
+// Finds the stop bytes of a step. A range is one comparison, since a byte below it wraps
+// round to a large difference.
+class StopFinder {
+public:
+    explicit StopFinder(StopBytes stops)
+        : lowest_(AllBytes(stops.lowest)), span_(AllBytes(stops.Span())), stops_(stops) {}
+
+    uint32_t BitsIn(__m128i step) const {
+        const __m128i distance = _mm_sub_epi8(step, lowest_);
+        return BitsOf(_mm_cmpeq_epi8(_mm_min_epu8(distance, span_), distance));
+    }
+    bool Is(uint8_t byte) const {
+        return static_cast<uint8_t>(byte - stops_.lowest) <= stops_.Span();
+    }
+
+private:
+    __m128i lowest_;
+    __m128i span_;
+    StopBytes stops_;
+};
+
+// The first stop byte from `from` on, or `end`.
 inline const uint8_t* FindStop(const uint8_t* from, const uint8_t* end, StopBytes stops) {
-    const __m128i lowest = AllBytes(stops.lowest);
-    const __m128i span = AllBytes(stops.Span());
+    const StopFinder finder(stops);
     for (; end - from >= kStepBytes; from += kStepBytes) {
-        const __m128i distance = _mm_sub_epi8(LoadStep(from), lowest);
-        const uint32_t hits = BitsOf(_mm_cmpeq_epi8(_mm_min_epu8(distance, span), distance));
+        const uint32_t hits = finder.BitsIn(LoadStep(from));
         if (hits != 0) return from + std::countr_zero(hits);
     }
-    while (from != end && static_cast<uint8_t>(*from - stops.lowest) > stops.Span())
+    while (from != end && !finder.Is(*from))
         ++from;
+    return from;
+}
+
+// The same, and copies what is in front of it to `to`, which has room for all up to `end`
+// and may hold more of the text than that afterwards.
+inline const uint8_t* CopyToStop(uint8_t* to, const uint8_t* from, const uint8_t* end,
+                                 StopBytes stops) {
+    const StopFinder finder(stops);
+    for (; end - from >= kStepBytes; from += kStepBytes, to += kStepBytes) {
+        const __m128i step = LoadStep(from);
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(to), step);
+        const uint32_t hits = finder.BitsIn(step);
+        if (hits != 0) return from + std::countr_zero(hits);
+    }
+    while (from != end && !finder.Is(*from))
+        *to++ = *from++;
     return from;
 }
 

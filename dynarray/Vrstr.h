@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <cstring>
 
+#include "core/Copy.h"
 #include "core/vrmem.h"
 #include "dynarray/Marks.h"
 #include "vr/walk.h"
@@ -38,7 +39,7 @@ inline int32_t ClampCursor(int32_t cursor, int32_t end) {
 // A new string of the bytes at `text`.
 inline VrString StringOf(const uint8_t* text, size_t length, const char* tag, int32_t line) {
     VrString s = _alloc_string(static_cast<uint32_t>(length), tag, line);
-    if (length != 0) std::memcpy(VrStrText(s), text, length);
+    CopyBytes(VrStrText(s), text, length);
     return s;
 }
 

@@ -85,13 +85,14 @@ void OpenGap(Edit& edit, const Gap& gap) {
 }
 
 void WriteMarks(Edit& edit, uint8_t mark, int32_t marks) {
+    if (marks == 0) return;
     std::memset(vr::At(edit.s, edit.cursor), mark, static_cast<size_t>(marks));
     edit.cursor += marks;
 }
 
 void WriteElement(const Edit& edit, VrString element) {
-    std::memcpy(vr::At(edit.s, edit.cursor), VrStrText(element),
-                static_cast<size_t>(vr::LengthOf(element)));
+    vr::CopyBytes(vr::At(edit.s, edit.cursor), VrStrText(element),
+                  static_cast<size_t>(vr::LengthOf(element)));
 }
 
 // An element that had to be made holds nothing that could be replaced.

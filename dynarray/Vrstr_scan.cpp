@@ -3,14 +3,26 @@
 // target they count marks a block at a time, which costs the same however many
 // there are; in the block of the target they look at each mark.
 
+#include <cstring>
+
 #include "dynarray/Marks.h"
 #include "dynarray/Vrstr.h"
 #include "vr/edit.h"
 
 namespace {
 
-constexpr int32_t kBlockSteps = 8;
-constexpr int32_t kBlockBytes = kBlockSteps * vr::kStepBytes;
+// The compiler makes two variants of what is marked so, of which the processor's is bound
+// when the library is loaded; a vector is two registers in the one and one in the other.
+#ifndef VR_WIDE_VARIANTS  // a test defines it as nothing, to have the default one
+#define VR_WIDE_VARIANTS [[gnu::target_clones("avx2", "default")]]
+#endif
+
+using Bytes [[gnu::vector_size(32)]] = uint8_t;
+
+constexpr int32_t kBlockVectors = 8;
+constexpr int32_t kBlockBytes = kBlockVectors * static_cast<int32_t>(sizeof(Bytes));
+
+constexpr int32_t kNearBytes = 4 * vr::kStepBytes;
 
 struct Block {
     int32_t marks;
@@ -19,68 +31,109 @@ struct Block {
 
 // Each byte of a match is -1, so subtracting matches counts them, place by place; the
 // places are then added up.
-Block LookAtBlock(const uint8_t* p, __m128i mark) {
-    __m128i counts = _mm_setzero_si128();
-    __m128i highest = mark;
-    for (int32_t step = 0; step < kBlockSteps; ++step) {
-        const __m128i bytes = vr::LoadStep(p + step * vr::kStepBytes);
-        counts = _mm_sub_epi8(counts, _mm_cmpeq_epi8(bytes, mark));
-        highest = _mm_max_epu8(highest, bytes);
+[[gnu::always_inline]] inline Block LookAtBlock(const uint8_t* p, uint8_t mark) {
+    const Bytes wanted = mark - Bytes{};
+    Bytes counts = {};
+    Bytes highest = wanted;
+    for (int32_t i = 0; i < kBlockVectors; ++i) {
+        Bytes bytes;
+        std::memcpy(&bytes, p + i * static_cast<int32_t>(sizeof bytes), sizeof bytes);
+        counts -= reinterpret_cast<Bytes>(bytes == wanted);
+        highest = bytes > highest ? bytes : highest;
     }
-    const __m128i halves = _mm_sad_epu8(counts, _mm_setzero_si128());
+    __m128i halves[2];
+    std::memcpy(halves, &counts, sizeof halves);
+    const __m128i sums = _mm_sad_epu8(_mm_add_epi8(halves[0], halves[1]), _mm_setzero_si128());
     const int32_t marks =
-        _mm_cvtsi128_si32(halves) + _mm_cvtsi128_si32(_mm_unpackhi_epi64(halves, halves));
-    return {marks, vr::BitsOf(_mm_cmpeq_epi8(highest, mark)) != 0xFFFF};
+        _mm_cvtsi128_si32(sums) + _mm_cvtsi128_si32(_mm_unpackhi_epi64(sums, sums));
+    std::memcpy(halves, &highest, sizeof halves);
+    const __m128i top = _mm_max_epu8(halves[0], halves[1]);
+    return {marks, vr::BitsOf(_mm_cmpeq_epi8(top, vr::AllBytes(mark))) != 0xFFFF};
 }
 
+// What a scan forward still looks for.
+struct Wanted {
+    uint8_t mark;
+    bool higherStops;
+    bool toTheEnd;  // all marks, which are not counted
+    int32_t marks;  // until the scan is over
+};
+
 // Passes whole blocks that hold neither the last mark wanted nor a byte that stops.
-const uint8_t* PassBlocks(const uint8_t* p, const uint8_t* end, __m128i mark, int32_t& marks,
-                          bool higherStops) {
-    for (; end - p >= kBlockBytes && marks != 0; p += kBlockBytes) {
-        const Block block = LookAtBlock(p, mark);
-        if (higherStops && block.hasHigher) break;
-        if (marks < 0) continue;
-        if (block.marks >= marks) break;
-        marks -= block.marks;
+VR_WIDE_VARIANTS const uint8_t* PassBlocks(const uint8_t* p, const uint8_t* end, Wanted& wanted) {
+    for (; end - p >= kBlockBytes; p += kBlockBytes) {
+        const Block block = LookAtBlock(p, wanted.mark);
+        if (wanted.higherStops && block.hasHigher) break;
+        if (wanted.toTheEnd) continue;
+        if (block.marks >= wanted.marks) break;
+        wanted.marks -= block.marks;
+    }
+    return p;
+}
+
+// Whether the byte ends the scan. Where the scan is left: at a byte that stops it, and
+// behind the last mark.
+bool EndsAt(const uint8_t*& p, Wanted& wanted) {
+    if (*p != wanted.mark) return true;
+    if (wanted.toTheEnd || --wanted.marks != 0) return false;
+    ++p;
+    return true;
+}
+
+// Looks at each mark up to `end`. True when the scan is over, which leaves `p` there.
+bool PassSteps(const uint8_t*& p, const uint8_t* end, Wanted& wanted) {
+    const __m128i mark = vr::AllBytes(wanted.mark);
+    for (; end - p >= vr::kStepBytes; p += vr::kStepBytes) {
+        const __m128i bytes = vr::LoadStep(p);
+        // The higher one of a byte and the mark is the byte where it counts or stops.
+        const __m128i compared = wanted.higherStops ? _mm_max_epu8(bytes, mark) : mark;
+        for (uint32_t hits = vr::BitsOf(_mm_cmpeq_epi8(compared, bytes)); hits != 0;
+             hits &= hits - 1) {
+            const uint8_t* hit = p + std::countr_zero(hits);
+            if (!EndsAt(hit, wanted)) continue;
+            p = hit;
+            return true;
+        }
+    }
+    for (; p != end; ++p) {
+        const bool counts = *p == wanted.mark || (wanted.higherStops && *p > wanted.mark);
+        if (counts && EndsAt(p, wanted)) return true;
+    }
+    return false;
+}
+
+VR_WIDE_VARIANTS const uint8_t* PassBlocksBack(const uint8_t* p, const uint8_t* begin,
+                                               uint32_t& marks) {
+    for (; p - begin >= kBlockBytes; p -= kBlockBytes) {
+        const auto passed =
+            static_cast<uint32_t>(LookAtBlock(p - kBlockBytes, kVrAttributeMark).marks);
+        if (passed >= marks) break;
+        marks -= passed;
     }
     return p;
 }
 
 }  // namespace
 
+// Most scans go to the next element or the one behind it, for which no block is needed.
 const uint8_t* vr::PassMarks(const uint8_t* p, const uint8_t* end, uint8_t mark, int32_t& marks,
                              HigherBytes higher) {
-    const bool toTheEnd = marks < 0;
-    const bool higherStops = higher == HigherBytes::Stop;
-    const __m128i wanted = AllBytes(mark);
-    p = PassBlocks(p, end, wanted, marks, higherStops);
-    for (; end - p >= kStepBytes && marks != 0; p += kStepBytes) {
-        const __m128i bytes = LoadStep(p);
-        // The higher one of a byte and the mark is the byte where it counts or stops.
-        const __m128i compared = higherStops ? _mm_max_epu8(bytes, wanted) : wanted;
-        uint32_t hits = BitsOf(_mm_cmpeq_epi8(compared, bytes));
-        for (; hits != 0; hits &= hits - 1) {
-            const uint8_t* hit = p + std::countr_zero(hits);
-            if (*hit != mark) return hit;
-            if (!toTheEnd && --marks == 0) return hit + 1;
-        }
+    if (marks == 0) return p;
+    Wanted wanted = {mark, higher == HigherBytes::Stop, marks < 0, marks};
+    const bool isFar = end - p > kNearBytes + kBlockBytes;
+    if (!isFar || !PassSteps(p, p + kNearBytes, wanted)) {
+        if (isFar) p = PassBlocks(p, end, wanted);
+        PassSteps(p, end, wanted);
     }
-    for (; p != end && marks != 0; ++p) {
-        if (higherStops && *p > mark) break;
-        if (*p == mark && !toTheEnd) --marks;
-    }
+    marks = wanted.marks;
     return p;
 }
 
 const uint8_t* vr::PassMarksBack(const uint8_t* p, const uint8_t* begin, uint32_t& marks) {
-    const __m128i wanted = AllBytes(kVrAttributeMark);
-    for (; p - begin >= kBlockBytes; p -= kBlockBytes) {
-        const auto passed = static_cast<uint32_t>(LookAtBlock(p - kBlockBytes, wanted).marks);
-        if (passed >= marks) break;
-        marks -= passed;
-    }
+    p = PassBlocksBack(p, begin, marks);
+    const __m128i mark = AllBytes(kVrAttributeMark);
     for (; p - begin >= kStepBytes; p -= kStepBytes) {
-        uint32_t hits = BitsOf(_mm_cmpeq_epi8(LoadStep(p - kStepBytes), wanted));
+        uint32_t hits = BitsOf(_mm_cmpeq_epi8(LoadStep(p - kStepBytes), mark));
         while (hits != 0) {
             const auto last = static_cast<uint32_t>(std::bit_width(hits)) - 1;
             if (--marks == 0) return p - kStepBytes + last + 1;

@@ -35,7 +35,7 @@ constexpr Walk kSubvalueWalk = {kSubvalueStops, "SubValue too big (%s) size %d",
 constexpr int32_t kBufferHeader = 4;
 
 // The message takes the text as C text, through all marks to the zero behind it.
-void ReportTooBig(const Walk& walk, const uint8_t* text, uint32_t size) {
+[[gnu::noinline]] void ReportTooBig(const Walk& walk, const uint8_t* text, uint32_t size) {
     wsprintfA(MemBuf1, walk.tooBig, reinterpret_cast<const char*>(text), size);
     MessageBoxA(nullptr, MemBuf1, nullptr, MB_OK);
 }
@@ -50,7 +50,8 @@ int32_t Skip(VrString s, int32_t cursor, vr::StopBytes stops) {
     return Behind(s, vr::FindStop(vr::At(s, vr::ClampCursor(cursor, end)), vr::At(s, end), stops));
 }
 
-int32_t NextAllocated(VrString s, int32_t cursor, VrString* out, const Walk& walk) {
+[[gnu::always_inline]] inline int32_t NextAllocated(VrString s, int32_t cursor, VrString* out,
+                                                    const Walk& walk) {
     const uint8_t* from = vr::At(s, cursor);
     const uint8_t* stop = vr::FindStop(from, vr::At(s, vr::EndCursor(s)), walk.stops);
     *out = vr::StringOf(from, static_cast<size_t>(stop - from), VR_MODULE, __LINE__);
@@ -69,27 +70,30 @@ void CloseBuffer(VrString element, uint32_t length) {
     element->length = static_cast<int32_t>(length);
 }
 
-int32_t NextInBuffer(VrString s, int32_t cursor, VrString* out, uint32_t size, const Walk& walk) {
+// Copies the element, as far as there is room, on the way to its end.
+[[gnu::always_inline]] inline int32_t NextInBuffer(VrString s, int32_t cursor, VrString* out,
+                                                   uint32_t size, const Walk& walk) {
     const uint8_t* from = vr::At(s, cursor);
     const uint8_t* end = vr::At(s, vr::EndCursor(s));
     const uint32_t room = size - kVrBufferOverhead;
-    const auto left = static_cast<uint32_t>(end - from);
-    const uint8_t* window = walk.looksBehindCut ? end : from + std::min(left, room);
-    const uint8_t* stop = vr::FindStop(from, window, walk.stops);
-    const auto length = static_cast<uint32_t>(stop - from);
-
-    const uint32_t kept = std::min(length, room);
+    const uint8_t* window = from + std::min(static_cast<uint32_t>(end - from), room);
     VrString element = OpenBuffer(out);
-    std::memcpy(VrStrText(element), from, kept);
+    const uint8_t* stop = vr::CopyToStop(VrStrText(element), from, window, walk.stops);
+    const auto kept = static_cast<uint32_t>(stop - from);
+    if (walk.looksBehindCut) stop = vr::FindStop(stop, end, walk.stops);
+
     // A window that is full cannot tell an element that fits from one that was cut. The
     // string is closed after the message, which a buffer in its area would not survive.
-    const bool tooBig = walk.looksBehindCut ? length > room : length >= room;
-    if (tooBig) ReportTooBig(walk, from, walk.looksBehindCut ? size : room);
+    const bool tooBig = walk.looksBehindCut ? stop != from + kept : kept >= room;
+    if (tooBig) [[unlikely]]
+        ReportTooBig(walk, from, walk.looksBehindCut ? size : room);
     CloseBuffer(element, kept);
     return walk.looksBehindCut && tooBig ? cursor + static_cast<int32_t>(kept) : Behind(s, stop);
 }
 
-int32_t Next(VrString s, int32_t cursor, VrString* out, uint32_t size, const Walk& walk) {
+// In line in each walk, so that each has its own stop bytes at hand.
+[[gnu::always_inline]] inline int32_t Next(VrString s, int32_t cursor, VrString* out, uint32_t size,
+                                           const Walk& walk) {
     cursor = vr::ClampCursor(cursor, vr::EndCursor(s));
     return size < kVrBufferOverhead ? NextAllocated(s, cursor, out, walk)
                                     : NextInBuffer(s, cursor, out, size, walk);

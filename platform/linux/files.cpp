@@ -30,7 +30,7 @@ constexpr mode_t kAnyWrite = S_IWUSR | S_IWGRP | S_IWOTH;
 constexpr mode_t kAnyRead = S_IRUSR | S_IRGRP | S_IROTH;
 constexpr int kCreateAttempts = 16;
 constexpr char kCtrlZ = 26;
-constexpr size_t kChunkSize = 4096;
+constexpr size_t kChunkSize = 16384;
 constexpr size_t kTemplateEnd = 6;
 
 FailurePlan openFailures = {};
@@ -140,26 +140,30 @@ bool TakeLineFeed(int descriptor) {
     return true;
 }
 
+char* Find(char* from, char* end, char wanted) {
+    auto* found = static_cast<char*>(std::memchr(from, wanted, static_cast<size_t>(end - from)));
+    return found == nullptr ? end : found;
+}
+
+// Takes the CR off each CR LF, in place and a line at a time.
 ssize_t ReadText(OpenFile& file, char* buffer, size_t count) {
     if (file.textEnded) return 0;
     const ssize_t got = ReadRaw(file.descriptor, buffer, count);
     if (got <= 0) return got;
-    const char* end = buffer + got;
+    char* end = Find(buffer, buffer + got, kCtrlZ);
+    file.textEnded = end != buffer + got;
     char* out = buffer;
-    for (const char* in = buffer; in != end; ++in) {
-        if (*in == kCtrlZ) {
-            file.textEnded = true;
-            break;
-        }
-        const bool last = in + 1 == end;
-        if (*in != '\r') {
-            *out++ = *in;
-        } else if (last ? TakeLineFeed(file.descriptor) : in[1] == '\n') {
-            *out++ = '\n';
-            if (!last) ++in;
-        } else {
-            *out++ = '\r';
-        }
+    for (char* in = buffer; in != end;) {
+        char* lineEnd = Find(in, end, '\r');
+        if (out != in) std::memmove(out, in, static_cast<size_t>(lineEnd - in));
+        out += lineEnd - in;
+        in = lineEnd;
+        if (in == end) break;
+        ++in;
+        const bool last = in == end;
+        const bool pair = last ? !file.textEnded && TakeLineFeed(file.descriptor) : *in == '\n';
+        *out++ = pair ? '\n' : '\r';
+        if (pair && !last) ++in;
     }
     return out - buffer;
 }
@@ -172,11 +176,21 @@ size_t SizeOnDisk(char c) {
 size_t FillChunk(const char* text, size_t count, char (&chunk)[kChunkSize], size_t& filled) {
     size_t taken = 0;
     filled = 0;
-    while (taken < count && filled + SizeOnDisk(text[taken]) <= kChunkSize) {
-        if (text[taken] == '\n') chunk[filled++] = '\r';
-        chunk[filled++] = text[taken++];
+    for (;;) {
+        const void* lineEnd = std::memchr(text + taken, '\n', count - taken);
+        const size_t line =
+            lineEnd == nullptr
+                ? count - taken
+                : static_cast<size_t>(static_cast<const char*>(lineEnd) - (text + taken));
+        const size_t fits = std::min(line, kChunkSize - filled);
+        std::memcpy(chunk + filled, text + taken, fits);
+        taken += fits;
+        filled += fits;
+        if (fits != line || lineEnd == nullptr || filled + 2 > kChunkSize) return taken;
+        chunk[filled++] = '\r';
+        chunk[filled++] = '\n';
+        ++taken;
     }
-    return taken;
 }
 
 // How many bytes of the text stand whole in the first `written` bytes on disk.
