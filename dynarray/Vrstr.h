@@ -15,9 +15,11 @@ namespace vr {
 
 constexpr uint8_t kHighestByte = 255;
 
-// A cursor counts from the length word, so it is an offset from the string itself.
+// A cursor counts from the length word, so it is an offset from the string itself. Worked
+// out as a number, since the end that a host names for a scan may lie beyond all addresses.
 inline uint8_t* At(VrString s, int32_t cursor) {
-    return reinterpret_cast<uint8_t*>(s) + cursor;
+    return reinterpret_cast<uint8_t*>(reinterpret_cast<uintptr_t>(s) +
+                                      static_cast<uintptr_t>(cursor));
 }
 
 // The longest text whose end is still a cursor.
