@@ -13,15 +13,15 @@ void Append(VrChunkChain& chain, VrChunk* chunk) {
     chain.units += chunk->units;
 }
 
-// Sizes are worked out in 64 bits; one that no block can have is refused by the
-// allocator.
+// No sum passes 32 bits: at most 2^31 + 15 bytes are needed. A unit of 2^31 - 15 bytes or
+// less adds fewer than that when they are rounded up, and of a larger one two are enough.
+// What no block can have is refused by the allocator.
 VrChunk* NewChunk(int32_t unitSize, int32_t size, const char* tag) {
-    const uint64_t needed = uint64_t{sizeof(VrChunk)} + static_cast<uint32_t>(size);
-    const auto unit = static_cast<uint64_t>(unitSize);
-    const uint64_t units = (needed + unit - 1) / unit;
-    const uint64_t bytes = units * unit;
-    const uint32_t asked = bytes > UINT32_MAX ? UINT32_MAX : static_cast<uint32_t>(bytes);
-    auto* chunk = static_cast<VrChunk*>(_alloc_memory(asked, tag, __LINE__));
+    const uint32_t needed = sizeof(VrChunk) + static_cast<uint32_t>(size);
+    const auto unit = static_cast<uint32_t>(unitSize);
+    const uint32_t units = (needed - 1) / unit + 1;
+    const uint32_t bytes = units * unit;
+    auto* chunk = static_cast<VrChunk*>(_alloc_memory(bytes, tag, __LINE__));
     chunk->units = static_cast<int32_t>(units);
     chunk->room = static_cast<int32_t>(bytes - sizeof(VrChunk));
     chunk->lastByte = reinterpret_cast<unsigned char*>(chunk + 1) - 1;

@@ -13,13 +13,13 @@
 
 namespace {
 
-// All the steps that are needed at once. A size beyond 31 bits is refused by the
-// allocator.
+// All the steps that are needed at once. Block and step are sizes that the allocator
+// granted, so the sum stays below 32 bits; it refuses what no block can have.
 [[gnu::noinline]] void Grow(BufDscr& buffer, int64_t missing) {
     const int64_t steps = (missing + buffer.step - 1) / buffer.step;
     const int64_t capacity = buffer.capacity + steps * buffer.step;
-    const uint32_t asked = capacity > INT32_MAX ? UINT32_MAX : static_cast<uint32_t>(capacity);
-    buffer.data = static_cast<unsigned char*>(realloc_mem(buffer.data, asked));
+    buffer.data =
+        static_cast<unsigned char*>(realloc_mem(buffer.data, static_cast<uint32_t>(capacity)));
     buffer.capacity = static_cast<int32_t>(capacity);
 }
 
