@@ -24,7 +24,7 @@ constexpr uint32_t kLineSize = 1024;
 constexpr size_t kPathSize = 256;
 constexpr char kLogName[] = "$$VRDB.LOG";
 constexpr int32_t kLogFlags = kOpenReadWrite | kOpenCreate | kOpenText;
-constexpr int32_t kNotReadable = -1;  // the handle of a log that could not be opened
+constexpr int32_t kNotOpened = -1;  // the handle of a log without a file
 constexpr int32_t kHarmlessStatuses[] = {0, 4, 9, 22, 59};
 
 constexpr char kFileFormat[] = "\n%s File: %s";
@@ -76,7 +76,7 @@ bool MakePath(char (&path)[kPathSize]) {
 bool OpenLog() {
     char path[kPathSize];
     if (!MakePath(path)) {
-        logHandle = kNotReadable;
+        logHandle = kNotOpened;
     } else {
         OsOpen(path, kLogFlags, 0, &logHandle);
     }

@@ -9,7 +9,8 @@
  * Each line is written at once, from byte 0 of the file on; a line is CR LF and then its
  * text, cut at 1022 bytes. A file that an earlier process left is not opened again: it is
  * made without write permission. A call whose group is off costs one test. Before
- * VrdbLogInit all are off. Null texts and strings are written as empty ones. */
+ * VrdbLogInit all are off. Null texts and strings are written as empty ones, and a zero byte
+ * in a file name or key ends its text. */
 #ifndef VR_LOG_H
 #define VR_LOG_H
 
