@@ -18,30 +18,27 @@ void Note() {
     trace += Letter;
 }
 
-void Add(int count, VrExitRoutine routine) {
-    for (int i = 0; i < count; ++i)
-        VrExitAdd(routine);
-}
-
 TEST_F(LibraryTest, ExitRoutinesRunOnceFromTheLastAddedToTheFirst) {
     for (VrExitRoutine routine : {Note<'a'>, +[] { VrExit(5); }, Note<'b'>})
         VrExitAdd(routine);
-    EXPECT_EQ(VrExitInExit(), 0);
-    VrExit(0);
-    EXPECT_EQ(VrExitInExit(), 1);
-    VrExit(0);
+    for (const int32_t inExit : {0, 1}) {
+        EXPECT_EQ(VrExitInExit(), inExit);
+        VrExit(0);
+    }
     EXPECT_EQ(trace, "ba");
 }
 
 TEST(Frame, TheFirstStartWipesTheChainButNotItsCountOf100) {
-    Add(60, nullptr);
-    Add(50, Note<'a'>);
     const UtilInitRecord records[] = {{11, 22, nullptr}, {33, 44, nullptr}};
+    for (int i = 0; i < 50; ++i) {
+        VrExitAdd(nullptr);
+        VrExitAdd(Note<'a'>);
+    }
     EXPECT_EQ(UtilInit(&records[0]), 1);
-    Add(100, Note<'b'>);
+    for (int i = 0; i < 100; ++i)
+        VrExitAdd(Note<'b'>);
     EXPECT_EQ(UtilInit(&records[1]), 1);
-    EXPECT_EQ(GetEngineInstance(), 11u);
-    EXPECT_EQ(GetVrlinkInstance(), 22u);
+    EXPECT_TRUE(GetEngineInstance() == 11 && GetVrlinkInstance() == 22);
     VrExit(0);
     EXPECT_EQ(trace, std::string(trace.size(), 'b'));
     EXPECT_LT(trace.size(), 50u) << "the start took some of the slots that were left";
@@ -59,22 +56,19 @@ TEST(Frame, ALibraryLeavesWithItsThread) {
     const UtilInitRecord record = {0, VrWord(LoadLibraryA("./host.dll")), nullptr};
     UtilInit(&record);
     EnvironProduct();
-    const auto leave = [](void* code) {
-        VrExit(int32_t(VrWord(code)));
-        return static_cast<void*>(nullptr);
-    };
     pthread_t thread;
     void* code = nullptr;
-    pthread_create(&thread, nullptr, leave, reinterpret_cast<void*>(7));
+    const auto leave = [](void*) { return VrExit(7), static_cast<void*>(nullptr); };
+    pthread_create(&thread, nullptr, leave, nullptr);
     pthread_join(thread, &code);
     EXPECT_EQ(VrWord(code), 7u);
 }
 
 TEST_F(LibraryTest, ErrorMessagesAreCutAt255Characters) {
-    EXPECT_EQ(VrErrorMessage("%d of %s", 7, "nine"), IDOK);
-    VrErrorMessage("%s", std::string(300, 'x').c_str());
-    VrErrorMessage(nullptr);
     const std::string longest(255, 'x');
+    EXPECT_EQ(VrErrorMessage("%d of %s", 7, "nine"), IDOK);
+    VrErrorMessage("%s", (longest + "x").c_str());
+    VrErrorMessage(nullptr);
     const std::vector<Box> expected = {
         {"7 of nine", true, "", MB_OK}, {longest, true, "", MB_OK}, {"", true, "", MB_OK}};
     EXPECT_EQ(boxes.shown, expected);

@@ -1,10 +1,10 @@
-// Blocks: where they lie, what they hold, and when pages go back.
+// Blocks: where they lie, what they hold, and when pages go back. Counted strings: their
+// layout to the byte, copies, and order.
 
 #include <algorithm>
 #include <random>
 #include <vector>
 
-#include "platform/memory.h"
 #include "tests/support/arrays.h"
 #include "tests/support/library_test.h"
 
@@ -21,9 +21,7 @@ bool IsAll(unsigned char byte, const unsigned char* block, size_t size) {
 }
 
 TEST_F(LibraryTest, ThePoolIsASizesQuarter) {
-    const std::pair<uint32_t, ptrdiff_t> strides[] = {{1, 8},  {3, 8},  {4, 12},
-                                                      {7, 12}, {8, 16}, {62, 68}};
-    for (const auto& [size, stride] : strides) {
+    for (const auto& [size, stride] : {std::pair(1u, 8), {3, 8}, {4, 12}, {62, 68}}) {
         const Bytes first = Alloc(size);
         EXPECT_EQ(Alloc(size) - first, stride) << size;
     }
@@ -71,7 +69,6 @@ TEST_F(LibraryTest, RandomBlocksKeepTheirBytes) {
         if (bytes != nullptr && random() % 3 != 0) {
             ASSERT_TRUE(IsAll(fill, bytes, size));
             free_mem(&bytes);
-            ASSERT_EQ(bytes, nullptr);
             size = 0;
             continue;
         }
@@ -82,8 +79,7 @@ TEST_F(LibraryTest, RandomBlocksKeepTheirBytes) {
         const uint32_t zeroes = wasPooled || newSize >= size ? newSize + 1 - kept : 0;
         bytes = isNew ? Alloc(newSize) : static_cast<Bytes>(realloc_mem(bytes, newSize));
         ASSERT_EQ(ClassByteOf(bytes), isNew && newSize <= 62 ? 0xF0 : 0);
-        ASSERT_TRUE(IsAll(fill, bytes, kept));
-        ASSERT_TRUE(IsAll(0, bytes + kept, zeroes));
+        ASSERT_TRUE(IsAll(fill, bytes, kept) && IsAll(0, bytes + kept, zeroes));
         size = newSize + 1;
         fill = uint8_t(random());
         std::memset(bytes, fill, size);
@@ -94,9 +90,7 @@ TEST_F(LibraryTest, RandomBlocksKeepTheirBytes) {
 }
 
 TEST_F(LibraryTest, WhatIsNoBlock) {
-    EXPECT_EQ(alloc_memory(0), nullptr);
-    EXPECT_EQ(malloc_memory(0), nullptr);
-    EXPECT_EQ(_free_mem(nullptr, "", 0), 0);
+    EXPECT_TRUE(!alloc_memory(0) && !malloc_memory(0) && !_free_mem(nullptr, "", 0));
     void* const number = reinterpret_cast<void*>(256);
     void* const nones[] = {nullptr, NullString(), VR_SHARED_STRING(FalseVrStr),
                            VR_SHARED_STRING(TrueVrStr), number};
@@ -115,8 +109,7 @@ TEST_F(LibraryTest, WhatIsNoBlock) {
 }
 
 TEST_F(LibraryTest, ReallocOfALongStringKeepsItsHeaderTrue) {
-    const std::pair<uint32_t, int32_t> cases[] = {{1005, 200}, {105, 100}, {4, 0}};
-    for (const auto& [size, length] : cases) {
+    for (const auto& [size, length] : {std::pair(1005u, 200), {105, 100}, {4, 0}}) {
         VrString s = StringOfBytes(std::string(200, 'a'));
         HeaderOf(s).memoAttribute = 1;
         s = static_cast<VrString>(realloc_mem(s, size));
@@ -137,27 +130,103 @@ void Note(VrWord letter, VrWord value) {
     trace += char(letter + value);
 }
 
+void Other(VrWord, VrWord) {}
+
 TEST(Callbacks, KindsHoldTenPairsEachInOrder) {
     for (const char letter : std::string("abcdefghijk"))  // the eleventh is dropped
-        EXPECT_EQ(MemAddCallback(2, Note, VrWord(letter)), 1);
-    EXPECT_EQ(MemRemoveCallback(
-                  2, [](VrWord, VrWord) {}, 'a'),
-              1);
+        MemAddCallback(2, Note, VrWord(letter));
+    MemRemoveCallback(2, Other, 'a');
     MemRemoveCallback(2, Note, 'c');
-    EXPECT_EQ(MemAddCallback(2, nullptr, 'c'), 1);
+    MemAddCallback(2, nullptr, 'c');
     MemAddCallback(2, Note, 'b');     // in the place of c
     MemRemoveCallback(2, Note, 'b');  // the first of two
     MemAddCallback(2, Note, 'x');
     MemCallCallbacks(0, 0);
-    EXPECT_EQ(MemCallCallbacks(2, 0), 1);
-    EXPECT_EQ(trace, "axbdefghij");
     MemCallCallbacks(2, 1);
-    EXPECT_EQ(trace, "axbdefghijbycefghijk");
-    for (const int32_t none : {-1, 3}) {
-        EXPECT_EQ(MemAddCallback(none, Note, 'a'), -1);
-        EXPECT_EQ(MemCallCallbacks(none, 0), -1);
-        EXPECT_EQ(MemRemoveCallback(none, Note, 'a'), -1);
+    EXPECT_EQ(trace, "bycefghijk") << "a letter further each";
+    for (const auto& [kind, answer] : {std::pair(-1, -1), {0, 1}, {2, 1}, {3, -1}}) {
+        EXPECT_EQ(MemAddCallback(kind, Note, 'a'), answer);
+        EXPECT_EQ(MemCallCallbacks(kind, 0), answer);
+        EXPECT_EQ(MemRemoveCallback(kind, Note, 'a'), answer);
     }
+}
+
+TEST_F(LibraryTest, LayoutByLength) {
+    const std::tuple<uint32_t, unsigned char, int32_t> cases[] = {
+        {1, 0xF0, 0}, {57, 0xF0, 0}, {58, 0, 0}, {128, 0, 0}, {129, 0x0F, 193}, {1000, 0x0F, 1500}};
+    for (const auto& [length, classByte, capacity] : cases) {
+        const Array s(alloc_string(length)), simple(alloc_simple_string(length));
+        for (VrString made : {s.get(), simple.get()}) {
+            EXPECT_EQ(TakeBytes(NewString(made)), std::string(length, '\0'));
+            EXPECT_EQ(VrStrText(made)[length], 0);
+            EXPECT_EQ(ClassByteOf(made), classByte) << length;
+            if (capacity == 0) continue;
+            const auto [attribute, cursor, room, word] = HeaderOf(made);
+            EXPECT_EQ(room, made == s ? capacity : int32_t(length));
+            EXPECT_EQ(attribute | cursor, 0);
+            VrStrText(made)[room + 1] = 'x';  // one byte behind the zero
+        }
+    }
+}
+
+TEST_F(LibraryTest, SharedStringsStandForEmptyAndTruth) {
+    const Array emptied("x");
+    emptied->length = -1;
+    for (VrString empty : {alloc_string(0), alloc_simple_string(0), NewString(nullptr),
+                           NewString(emptied), NewString(NullString())})
+        EXPECT_EQ(empty, NullString());
+    for (const auto& [block, text] :
+         {std::pair(NullVrStr, ""), {FalseVrStr, "0"}, {TrueVrStr, "1"}}) {
+        EXPECT_EQ(BytesOf(VR_SHARED_STRING(block)), text);
+        EXPECT_EQ(NewString(VR_SHARED_STRING(block)), VR_SHARED_STRING(block));
+    }
+    for (const char* given : {static_cast<const char*>(nullptr), "", "text"}) {
+        char* text = dup_str(given);
+        EXPECT_STREQ(text, given == nullptr ? "" : given);
+        EXPECT_EQ(TakeBytes(StrToVrStr(given)), text);
+        EXPECT_EQ(static_cast<void*>(text) == NullString(), given == nullptr);
+        free_mem(&text);
+    }
+}
+
+// What stands in front of a string in a caller's buffer is no long header, whatever
+// the length, and a short copy has none.
+TEST_F(LibraryTest, CopiesCarryTheMemoFromOneLongHeaderToAnother) {
+    struct {
+        LongHeader header;
+        int32_t length;
+        char text[151];
+    } buffer = {{3, 147, 150, 0}, 150, "text"};
+    const auto inBuffer = reinterpret_cast<VrString>(&buffer.length);
+    const Array inBlock(alloc_simple_string(150));
+    HeaderOf(inBlock) = {3, 147, 150, HeaderOf(inBlock).classWord};
+    for (VrString s : {inBlock.get(), inBuffer}) {
+        const Array copy(NewString(s));
+        EXPECT_EQ(BytesOf(copy), BytesOf(s));
+        EXPECT_EQ(HeaderOf(copy).capacity, 225);
+        EXPECT_EQ(HeaderOf(copy).memoAttribute, s == inBlock ? 3 : 0);
+        EXPECT_EQ(HeaderOf(copy).memoCursor, s == inBlock ? 147 : 0);
+    }
+    const Array neighbour(alloc_string(57));
+    inBlock->length = 55;
+    EXPECT_EQ(TakeBytes(NewString(inBlock)), BytesOf(inBlock));
+    EXPECT_EQ(BytesOf(neighbour), std::string(57, '\0'));
+}
+
+TEST_F(LibraryTest, OrderIsByUnsignedBytesAndThenLength) {
+    const std::string b = {"a\0b", 3}, c = {"a\0c", 3};
+    const std::tuple<std::string, std::string, int32_t> cases[] = {
+        {"abc", "abd", -1}, {"\xFF", "\x01", 254}, {"ab", "abc", -1}, {"abcd", "ab", 2},
+        {"", "ab", -1},     {"ab", "", 1},         {b, c, -1},        {"same", "same", 0}};
+    for (const auto& [first, second, order] : cases)
+        EXPECT_EQ(CompareVrStrings(Array(first), Array(second)), order) << first << " " << second;
+    const Array emptied("x");
+    emptied->length = -1;
+    for (const auto& [s, order] : {std::pair(emptied.get(), 0), {NullString(), 0}, {nullptr, 1}}) {
+        EXPECT_EQ(CompareVrStrings(emptied, s), order);
+        EXPECT_EQ(CompareVrStrings(s, emptied), -order);
+    }
+    EXPECT_EQ(CompareVrStrings(nullptr, nullptr), 0);
 }
 
 }  // namespace
