@@ -1,5 +1,5 @@
-// The object cache: random calls beside a plain model that says what must happen, worked
-// examples of its budget, and what it does for a host that runs out of memory.
+// The object cache: random calls beside a plain model that says what must happen, and what
+// it does for a host that runs out of memory.
 
 #include <functional>
 #include <map>
@@ -42,7 +42,6 @@ struct Model {
         CacheDestroy(cache);
         RemoveIf([](Item&) { return true; });
     }
-
     void Do(char operation, size_t index, int32_t number, int32_t time) {
         const ClockReading reading = {time, 0, 0, 0};
         ControlFreezeClock(&reading);
@@ -143,12 +142,15 @@ TEST_F(LibraryTest, RandomCalls) {
     }
 }
 
-TEST_F(LibraryTest, WithoutReleaseRoutineBucketsOrCache) {
+TEST_F(LibraryTest, WithoutReleaseRoutineObjectBucketsOrCache) {
     Cache* cache = CacheCreate(1, nullptr, nullptr, 0);
     for (const char* name : {"a", "b"})
-        CacheInstall(cache, name, 1, 200000, 0);
+        CacheInstall(cache, name, 0, 200000, 0);
     MemCallCallbacks(kVrMemoryShort, 0);
-    EXPECT_EQ(cache->used, 400000);
+    CacheRemoveItems(cache, "A", "", 0);
+    EXPECT_EQ(cache->used, 400000) << "an item without an object has no name";
+    CacheRemoveItems(cache, "", "", 0);
+    EXPECT_EQ(cache->used, 0);
     CacheDestroy(cache);
     CacheDestroy(CacheCreate(0, nullptr, nullptr, 0));
     CacheInstall(nullptr, "a", 1, 1, 1);
