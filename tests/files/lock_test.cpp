@@ -1,9 +1,14 @@
-// Locks within one process: keys, registrations, and the pool behind them, which the
-// open files and the locks on disk show from outside.
+// Locks: keys, registrations, and the pool behind them, which the open files and the locks
+// on disk show from outside; and what is left of a holder that was killed.
+
+#include <signal.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 #include <cerrno>
+#include <map>
+#include <sstream>
 #include <string>
-#include <tuple>
 
 #include "platform/files.h"
 #include "platform/locks.h"
@@ -15,26 +20,29 @@ namespace {
 constexpr uint32_t kPositionOf1 = 0x8BFE0031;  // of the key "1" in a file ABC
 
 struct LockTest : FilesTest {
-    static VrLockHandle Register(const std::string& path) {
-        VrLockHandle handle = 0;
-        EXPECT_EQ(LockRegister(path.c_str(), &handle), 0) << path;
-        return handle;
+    // A handle of a file ABC in a folder, or of a path.
+    VrLockHandle Register(char letter, const std::string& path) {
+        EXPECT_EQ(LockRegister(path.c_str(), &handles[letter]), 0) << path;
+        return handles[letter];
     }
-    // A file ABC in a new folder.
-    static VrLockHandle RegisterIn(const std::string& folder) {
+    VrLockHandle RegisterIn(char letter, const std::string& folder) {
         std::filesystem::create_directory(folder);
-        return Register(folder + "\\ABC");
+        return Register(letter, folder + "\\ABC");
     }
-    // A string that lasts until the next one.
-    VrString Key(const std::string& bytes) {
-        free_mem(&lastKey);
-        return lastKey = StringOfBytes(bytes);
-    }
-    int32_t Take(VrLockHandle handle, const std::string& key) {
-        return LockLockKey(handle, Key(key), 0, 0);
-    }
-    int32_t Give(VrLockHandle handle, const std::string& key) {
-        return LockUnlockKey(handle, Key(key));
+    // Steps with their results: +a1=0 takes key 1 by the handle a, -a1=0 gives it back, and
+    // ~a=0 deregisters the handle. The key @ is the one given.
+    void Run(const std::string& steps, const std::string& given = "") {
+        std::istringstream words(steps);
+        for (std::string step; words >> step;) {
+            const size_t equal = step.find('=');
+            const std::string name = step.substr(2, equal - 2);
+            const Array key(name == "@" ? given : name);
+            const VrLockHandle handle = handles[step[1]];
+            const int32_t result = step[0] == '+'   ? LockLockKey(handle, key, 0, 0)
+                                   : step[0] == '-' ? LockUnlockKey(handle, key)
+                                                    : LockDeregister(handle);
+            EXPECT_EQ(step.substr(0, equal + 1) + std::to_string(result), step) << steps;
+        }
     }
     // Whether the byte is free for a handle of the test's own.
     static bool IsFree(uint32_t position, const std::string& file = "__locks") {
@@ -43,51 +51,35 @@ struct LockTest : FilesTest {
         FileClose(own);
         return free;
     }
-    VrString lastKey = nullptr;
+    std::map<char, VrLockHandle> handles;
 };
 
-TEST_F(LockTest, KeysLieAtTheirPositionsAndAreGivenBackAsOftenAsTaken) {
+TEST_F(LockTest, KeysAndRegistrationsAreGivenBackAsOftenAsTaken) {
     StartWithFiles();
-    const VrLockHandle abc = Register("ABC");
-    const VrLockHandle customer = Register("CUSTOMER");
-    EXPECT_EQ(abc, 0x1FC42u);
-    EXPECT_EQ(customer, 0x16FDEu) << "one lock file serves the directory";
-    const std::tuple<VrLockHandle, std::string, uint32_t> cases[] = {
-        {abc, "1", kPositionOf1},
-        {customer, "1", 0x8BE20031},
-        {abc, "100", 0x847EBDF1},
-        {abc, "", 0xFC420000},
-        {abc, std::string("1\0", 2), kPositionOf1 * 31},
-        {abc, "\xFF", 0xFC420000u * 31 + 255},
-    };
-    for (const auto& [handle, key, position] : cases) {
-        EXPECT_EQ(Give(handle, key), 1) << "never taken";
-        EXPECT_EQ(Take(handle, key), 0);
-        EXPECT_EQ(Take(handle, key), 0);
-        EXPECT_EQ(Give(handle, key), 0);
+    EXPECT_EQ(Register('a', "ABC"), 0x1FC42u);
+    EXPECT_EQ(Register('c', "CUSTOMER"), 0x16FDEu) << "one lock file serves the directory";
+    const std::tuple<std::string, std::string, uint32_t> cases[] = {
+        {"a", "1", kPositionOf1},
+        {"c", "1", 0x8BE20031},
+        {"a", "100", 0x847EBDF1},
+        {"a", "", 0xFC420000},
+        {"a", {"1\0", 2}, kPositionOf1 * 31},
+        {"a", "\xFF", 0xFC420000u * 31 + 255}};
+    for (const auto& [h, key, position] : cases) {
+        Run("-" + h + "@=1 +" + h + "@=0 +" + h + "@=0 -" + h + "@=0", key);
         EXPECT_FALSE(IsFree(position)) << key;
-        EXPECT_EQ(Give(handle, key), 0);
+        Run("-" + h + "@=0 -" + h + "@=1", key);
         EXPECT_TRUE(IsFree(position)) << key;
-        EXPECT_EQ(Give(handle, key), 1);
     }
-}
-
-TEST_F(LockTest, RegistrationsAreCountedAndTheLastGivesAllKeysBack) {
-    StartWithFiles();
-    const VrLockHandle abc = Register("ABC");
-    EXPECT_EQ(Register("ABC"), abc);
-    for (VrLockHandle bad : {0u, 0x0000FC42u, 0x0002FC42u, 0x0006FC42u, 0xFFFFFC42u}) {
-        EXPECT_EQ(Take(bad, "1"), -1);
-        EXPECT_EQ(Give(bad, "1"), -1);
-        EXPECT_EQ(LockDeregister(bad), -1);
+    for (const VrLockHandle bad : {0u, 0x0000FC42u, 0x0002FC42u, 0x0006FC42u, 0xFFFFFC42u}) {
+        handles['b'] = bad;
+        Run("+b1=-1 -b1=-1 ~b=-1");
     }
-    for (const char* key : {"1", "1", "100"})
-        EXPECT_EQ(Take(abc, key), 0);
-    EXPECT_EQ(LockDeregister(abc), 0);
+    EXPECT_EQ(Register('d', "ABC"), handles['a']);
+    Run("~c=0 +a1=0 +a1=0 +a100=0 ~a=0");
     EXPECT_FALSE(IsFree(kPositionOf1));
-    EXPECT_EQ(LockDeregister(abc), 0);
+    Run("~d=0 ~d=-1");
     EXPECT_TRUE(IsFree(kPositionOf1) && IsFree(0x847EBDF1));
-    EXPECT_EQ(LockDeregister(abc), -1);
 }
 
 // More than the tables of lock files, of pooled files and of keys are made for.
@@ -95,31 +87,21 @@ TEST_F(LockTest, TheTablesGrow) {
     StartWithFiles();
     for (uint32_t i = 1; i <= 45; ++i) {
         const std::string folder = std::to_string(i);
-        const VrLockHandle handle = RegisterIn(folder);
-        EXPECT_EQ(handle >> 16, i);
-        for (int key = 0; key < 6; ++key)
-            EXPECT_EQ(Take(handle, std::to_string(key)), 0);
-        EXPECT_EQ(Give(handle, "2"), 0);
-        EXPECT_EQ(Give(handle, "2"), 1);
-        EXPECT_EQ(Give(handle, "5"), 0);
+        EXPECT_EQ(RegisterIn('f', folder) >> 16, i);
+        Run("+f0=0 +f1=0 +f2=0 +f3=0 +f4=0 +f5=0 -f2=0 -f2=1 -f5=0");
         EXPECT_FALSE(IsFree(kPositionOf1, folder + "/__locks"));
     }
 }
 
 // The search for a directory's entry stops at the first free one, and two entries of
-// one directory contend like two processes.
+// one directory contend like two processes. A refused first key leaves the entry usable.
 TEST_F(LockTest, TwoEntriesOfOneDirectoryContend) {
     StartWithFiles();
-    const VrLockHandle first = RegisterIn("other");
-    const VrLockHandle second = Register("ABC");
-    EXPECT_EQ(LockDeregister(first), 0);
-    const VrLockHandle third = Register("ABC");
-    EXPECT_EQ(third >> 16, 1u);
-    EXPECT_EQ(Take(second, "1"), 0);
-    EXPECT_EQ(Take(third, "1"), 1);
-    EXPECT_EQ(Take(third, "2"), 0) << "refusing the first key leaves the entry usable";
-    EXPECT_EQ(Give(second, "1"), 0);
-    EXPECT_EQ(Take(third, "1"), 0);
+    RegisterIn('a', "other");
+    Register('b', "ABC");
+    Run("~a=0");
+    EXPECT_EQ(Register('c', "ABC") >> 16, 1u);
+    Run("+b1=0 +c1=1 +c2=0 -b1=0 +c1=0");
 }
 
 TEST_F(LockTest, RefusalsOfTheSystem) {
@@ -136,14 +118,13 @@ TEST_F(LockTest, RefusalsOfTheSystem) {
     EXPECT_EQ(handle, 77u) << "no handle is written";
 
     ControlFailLocks(1, 1, kErrorAccessDenied);
-    handle = Register("ABC");  // position 0 held elsewhere is no failure
-    const int32_t resultOfError[][2] = {{EIO, -1}, {kErrorDeadlock, 1}, {kErrorInvalid, 0}};
-    for (const auto& [error, result] : resultOfError) {
+    Register('a', "ABC");  // position 0 held elsewhere is no failure
+    for (const auto& [error, take] : {std::pair(EIO, "+a1=-1"), {kErrorDeadlock, "+a1=1"}}) {
         ControlFailLocks(1, 1, error);
-        EXPECT_EQ(Take(handle, "1"), result);
+        Run(take);
     }
-    EXPECT_EQ(Give(handle, "1"), 1) << "granted without a lock behind it";
-    EXPECT_EQ(Give(handle, "1"), 1) << "and gone from the array";
+    ControlFailLocks(1, 1, kErrorInvalid);
+    Run("+a1=0 -a1=1 -a1=1");  // granted without a lock behind it, and gone all the same
 }
 
 // Those of the folders whose lock file this process has open.
@@ -160,31 +141,55 @@ std::string Open() {
 
 TEST_F(LockTest, TheIdleFilesOfThePoolMakeRoomAndComeBack) {
     StartWithFiles("[Environment]\nMaxOpenFiles=3\n");
-    const VrLockHandle handles[] = {RegisterIn("0"), RegisterIn("1"), RegisterIn("2")};
+    for (const char folder : {'0', '1', '2'})
+        RegisterIn(folder, {folder});
     EXPECT_EQ(Open(), "012");
-    Take(handles[0], "1");
-    Give(handles[0], "1");
+    Run("+01=0 -01=0");
     OsFilesInc();
     EXPECT_EQ(Open(), "02") << "the one idle longest made room";
     std::filesystem::remove("1/__locks");
-    EXPECT_EQ(Take(handles[1], "1"), -1);
+    Run("+11=-1");
     EXPECT_FALSE(std::filesystem::exists("1/__locks")) << "reopened without the create bit";
     EXPECT_EQ(Open(), "0");
     WriteFile("1/__locks", "");
     ControlFailOpens(1, 2, kErrorTooManyOpenFiles);
-    EXPECT_EQ(Take(handles[1], "1"), -2);
+    Run("+11=-2");
     EXPECT_EQ(Open(), "") << "one released last is idle too";
-    for (VrLockHandle handle : handles)
-        EXPECT_EQ(Take(handle, "1"), 0);
 
     // Now the three are in use, and the count is above the limit.
+    Run("+01=0 +11=0 +21=0");
     OsFilesInc();
     EXPECT_EQ(Open(), "012");
-    Give(handles[1], "1");
+    Run("-11=0");
     OsFilesInc();
     EXPECT_EQ(Open(), "02");
     EXPECT_FALSE(IsFree(kPositionOf1, "2/__locks"));
-    EXPECT_EQ(LockDeregister(handles[1]), 0);
+    Run("~1=0");
+}
+
+// A program that the holder started, and which lives on, has no share in the lock.
+TEST_F(LockTest, AKilledHolderFreesItsKeyAtOnce) {
+    int channel[2];
+    ASSERT_EQ(pipe(channel), 0);
+    const pid_t holder = fork();
+    if (holder == 0) {
+        setpgid(0, 0);
+        StartWithFiles();
+        Register('a', "ABC");
+        Run("+a1=0");
+        if (!HasFailure() && system("sleep 20 &") == 0 && write(channel[1], "h", 1) == 1) sleep(20);
+        _exit(1);
+    }
+    close(channel[1]);
+    char told = 0;
+    ASSERT_EQ(read(channel[0], &told, 1), 1);
+    StartWithFiles();
+    Register('a', "ABC");
+    Run("+a1=1");
+    kill(holder, SIGKILL);
+    waitpid(holder, nullptr, 0);
+    Run("+a1=0");
+    kill(-holder, SIGKILL);  // the program
 }
 
 }  // namespace
