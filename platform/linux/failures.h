@@ -10,15 +10,7 @@ struct FailurePlan {
     int32_t error;  // that errno then holds
 
     // Counts one call, and says whether it has to fail.
-    bool MustFail() {
-        if (failuresLeft == 0) return false;
-        if (callsUntilFailure > 1) {
-            --callsUntilFailure;
-            return false;
-        }
-        --failuresLeft;
-        return true;
-    }
+    bool MustFail();
 };
 
 #endif

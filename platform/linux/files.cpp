@@ -34,6 +34,8 @@ constexpr size_t kChunkSize = 16384;
 constexpr size_t kTemplateEnd = 6;
 
 FailurePlan openFailures = {};
+FailurePlan writeFailures = {};
+uint32_t bytesKept = 0;  // of a write that is made to fail
 
 // Never destroyed, since exit handlers may still close files.
 std::vector<OpenFile>& Table() {
@@ -286,6 +288,10 @@ int32_t FileRead(int32_t handle, void* buffer, uint32_t count) {
 int32_t FileWrite(int32_t handle, const void* buffer, uint32_t count) {
     const OpenFile* file = FindFile(handle);
     if (file == nullptr) return -1;
+    if (writeFailures.MustFail()) {
+        if (bytesKept == 0) return Refuse(writeFailures.error);
+        count = std::min(count, bytesKept);
+    }
     const auto* bytes = static_cast<const char*>(buffer);
     const size_t wanted = AtMostInt32(count);
     return static_cast<int32_t>(file->text ? WriteText(file->descriptor, bytes, wanted)
@@ -360,4 +366,9 @@ char* UniqueName(char* path) {
 
 void ControlFailOpens(uint32_t nth, uint32_t count, int32_t error) {
     openFailures = {nth, count, error};
+}
+
+void ControlFailWrites(uint32_t nth, uint32_t count, uint32_t kept, int32_t error) {
+    writeFailures = {nth, count, error};
+    bytesKept = kept;
 }

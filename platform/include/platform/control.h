@@ -25,6 +25,13 @@ PLATFORM_API void ControlFailAllocations(uint32_t nth, uint32_t count);
 PLATFORM_API void ControlFailOpens(uint32_t nth, uint32_t count, int32_t error);
 PLATFORM_API void ControlFailLocks(uint32_t nth, uint32_t count, int32_t error);
 
+/* The same for FileWrite, and for what a stream writes through it: of each write that fails
+ * the first `kept` bytes are written all the same, as on a disk that fills up. */
+PLATFORM_API void ControlFailWrites(uint32_t nth, uint32_t count, uint32_t kept, int32_t error);
+
+/* How many calls were made to fail so far, by all of these together. */
+PLATFORM_API uint32_t ControlFailuresMet(void);
+
 /* How many blocks of LocalAlloc and GlobalAlloc have not been given back. */
 PLATFORM_API uint32_t ControlBlocksOut(void);
 
