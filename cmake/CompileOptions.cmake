@@ -24,10 +24,12 @@ target_compile_options(vr_warnings INTERFACE
   -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Werror)
 
 # A shared library that shows only what it means to show. Unwinding passes
-# through it when a thread ends, so it keeps its unwind tables.
+# through it when a thread ends, so it keeps its unwind tables. Its stack is guarded,
+# and where the optimiser runs its calls of the C library are checked.
 add_library(vr_shared_options INTERFACE)
 target_compile_options(vr_shared_options INTERFACE
   $<$<COMPILE_LANGUAGE:CXX>:-fno-exceptions -fno-rtti -fvisibility-inlines-hidden>
-  -fvisibility=hidden -fasynchronous-unwind-tables)
-target_link_options(vr_shared_options INTERFACE -Wl,-z,defs,-z,relro,-z,now)
+  -fvisibility=hidden -fasynchronous-unwind-tables -fstack-protector-strong
+  $<$<CONFIG:Release,RelWithDebInfo,MinSizeRel>:-U_FORTIFY_SOURCE -D_FORTIFY_SOURCE=2>)
+target_link_options(vr_shared_options INTERFACE -Wl,-z,defs,-z,relro,-z,now,-z,noexecstack)
 target_link_libraries(vr_shared_options INTERFACE vr_warnings)

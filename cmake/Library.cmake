@@ -62,3 +62,4 @@ target_link_options(vrbase PRIVATE "-Wl,--version-script=${version_script}")
 # Calls between the modules cost a third of a small block's time without it.
 set_target_properties(vrbase PROPERTIES INTERPROCEDURAL_OPTIMIZATION_RELEASE ON)
 target_link_libraries(vrbase PRIVATE vr_shared_options PUBLIC vrplatform)
+set_target_properties(vrbase PROPERTIES BUILD_RPATH_USE_ORIGIN ON)
