@@ -17,7 +17,7 @@ VR_BEGIN
  *
  * N is the window mode, 0 to 9, directly behind the sign; 3 unless given. A text with a
  * ; goes to the shell as a batch file of its parts, "__aavrtm.bat" in the current
- * directory, which is deleted again. A command that is null, blank or a bare & or +
+ * directory, which is deleted again; on a full disk what was written of it runs. A command that is null, blank or a bare & or +
  * starts the shell alone. `outputFile`, which may be null or empty, receives the output
  * of what runs in the shell: it is named there, so the shell makes it.
  *
