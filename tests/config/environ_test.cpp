@@ -5,34 +5,28 @@
 #include <sys/wait.h>
 
 #include <string>
-#include <tuple>
 
 #include "platform/environment.h"
+#include "platform/text.h"
 #include "tests/support/arrays.h"
 #include "tests/support/library_test.h"
+#include "tests/support/rows.h"
 
 namespace {
 
 TEST_F(LibraryTest, FileNamesExpandTheirVariables) {
     const std::string v(255, 'v');
     const std::string l(3000, 'l');
-    const std::string variables[][2] = {
-        {"TMPDIR", "C:\\TMP\\"}, {"A", "$B\\x"}, {"B", "C:\\D/"}, {"LOOP", "$LOOP"},
-        {"TWO", "\\\\"},         {"LONG", l},    {v, "value"}};
-    for (const auto& [name, value] : variables)
+    const std::string variables =
+        "TMPDIR -> C:\\TMP\\ | A -> $B\\x | B -> C:\\D/ | LOOP -> $LOOP | TWO -> \\\\";
+    for (const auto& [name, value] : Rows<2>(variables + " | LONG -> " + l + " | " + v + " -> v"))
         DLLPutEnv(name.c_str(), value.c_str());
-    const std::string cases[][2] = {
-        {"$A\\y", "C:\\D\\x\\y"},    {"$TMPDIR/a/b.txt", "C:\\TMP\\a\\b.txt"},
-        {"$  TMPDIR", "C:\\TMP"},    {"$NOPE\\x", "\\x"},
-        {"a/b\\c$B", "a\\b\\c$B"},   {"$", ""},
-        {"$LOOP", "$LOOP"},          {"$TWO", "\\"},
-        {"$LONG/x", l + "\\x"},      {"$" + v + "v/x", "\\x"},
-        {"$" + v + "/x", "value\\x"}};
-    for (const auto& [name, expanded] : cases) {
-        VrString given = StringOfBytes(name);
-        EXPECT_EQ(TakeText(EnvironFileName(given)), expanded) << name;
-        free_mem(&given);
-    }
+    for (const auto& [name, expanded] :
+         Rows<2>("$A\\y -> C:\\D\\x\\y | $TMPDIR/a/b.txt -> C:\\TMP\\a\\b.txt | $ -> "
+                 " | $  TMPDIR -> C:\\TMP | $NOPE\\x -> \\x | a/b\\c$B -> a\\b\\c$B"
+                 " | $LOOP -> $LOOP | $TWO -> \\ | $LONG/x -> " +
+                 l + "\\x | $" + v + "v/x -> \\x | $" + v + "/x -> v\\x"))
+        EXPECT_EQ(TakeText(EnvironFileName(Array(StringOfBytes(name)))), expanded) << name;
     EXPECT_EQ(EnvironFileName(nullptr), NullString());
 }
 
@@ -48,28 +42,24 @@ TEST_F(FilesTest, PathsOfAHostWithoutSettings) {
     EXPECT_EQ(BytesOf(EnvironPrintJobNumPath()), std::string(251, 'p'));
     DLLPutEnv("VRLPATH", "C:\\LATER");
     EXPECT_STREQ(EnvironVrPath(), "\\VRLINK");
-    EXPECT_STREQ(EnvironProduct(), "");
-    EXPECT_STREQ(EnvironRelease(), "");
+    EXPECT_EQ(std::string(EnvironProduct()) + EnvironRelease(), "");
 }
 
 TEST_F(FilesTest, DatesGoByTheVariableThenByTheCountry) {
     Start();
     SetEnvironmentVariableA("VRPLATFORM_REGISTRY", "registry.txt");
     const std::string key = "REGEDIT4\n[HKEY_CURRENT_USER\\Control Panel\\International]\n";
-    const std::tuple<const char*, std::string, int32_t, const char*> cases[] = {
-        {"american", key, 0, "american"},
-        {"AMERICANS", "", 1, "AMERICANS"},
-        {"", "", 0, "AMERICAN"},
-        {nullptr, key, 1, "INTERNATIONAL"},
-        {nullptr, key + "\"iCountry\"=\"1\"", 0, "AMERICAN"},
-        {nullptr, key + "\"iCountry\"=\"44\"", 1, "INTERNATIONAL"},
-    };
-    for (const auto& [variable, registry, result, after] : cases) {
-        WriteFile("registry.txt", registry);
-        SetEnvironmentVariableA("VRLDATE", variable);
-        EXPECT_EQ(EnvironInternationalDate(), result) << after;
-        EXPECT_STREQ(DLLGetEnv("VRLDATE"), after);
-        EXPECT_EQ(EnvironInternationalDate(), result) << "the second call goes by the variable";
+    for (const auto& [variable, settings, after] :
+         Rows<3>("american ->  -> american | AMERICANS -> no key -> AMERICANS"
+                 " |  -> no key -> AMERICAN | unset ->  -> INTERNATIONAL"
+                 " | unset -> \"iCountry\"=\"1\" -> AMERICAN"
+                 " | unset -> \"iCountry\"=\"44\" -> INTERNATIONAL")) {
+        WriteFile("registry.txt", settings == "no key" ? "" : key + settings);
+        DLLPutEnv("VRLDATE", variable == "unset" ? nullptr : variable.c_str());
+        for (int call = 1; call <= 2; ++call) {  // the second goes by the variable
+            EXPECT_EQ(EnvironInternationalDate(), lstrcmpiA(after.c_str(), "american") != 0);
+            EXPECT_EQ(DLLGetEnv("VRLDATE"), after);
+        }
     }
 }
 
@@ -98,21 +88,19 @@ TEST(Host, DISABLED_TellsAndLeaves) {
     std::_Exit(40);
 }
 
+// The first dot of the module's path decides.
 TEST_F(FilesTest, TheModuleTellsIdentityAndHowVrExitEnds) {
     SetEnvironmentVariableA("VRPLATFORM_DRIVE_D", directory.path.c_str());
     WriteFile("test.ini", "[ENVIRONMENT]\nVRLPATH=C:\\INSTALLED\n");
     std::filesystem::create_directory("v1.2");
-    const std::tuple<std::string, std::string, int> cases[] = {
-        {"host.exe", "300|99", 7},          {"HOST.Dll", "301|0|7", 40},
-        {"host.bin", "302|99|99", 40},      {"host", "302|99|99", 40},
-        {"v1.2/host.exe", "302|99|99", 40},  // the first dot of the path decides
-    };
-    for (const auto& [name, rest, exitCode] : cases) {
+    for (const auto& [name, rest, exitCode] :
+         Rows<3>("host.exe -> 300|99 -> 7 | HOST.Dll -> 301|0|7 -> 40 | host.bin -> 302|99|99 -> 40"
+                 " | host -> 302|99|99 -> 40 | v1.2/host.exe -> 302|99|99 -> 40")) {
         WriteFile(name + ".version", "ProductName=Ledger\r\nProductVersion=4.2\r\n");
         std::filesystem::copy_file("/proc/self/exe", name);
         const std::string line =
             "./" + name + " --gtest_also_run_disabled_tests --gtest_filter=Host.* >out";
-        EXPECT_EQ(WEXITSTATUS(std::system(line.c_str())), exitCode) << name;
+        EXPECT_EQ(std::to_string(WEXITSTATUS(std::system(line.c_str()))), exitCode) << name;
         EXPECT_EQ(ReadFile("told"), "Ledger|4.2|C:\\INSTALLED|Ledger|" + rest) << name;
     }
 }

@@ -8,10 +8,12 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <numeric>
 #include <set>
 #include <string>
 
 #include "platform/control.h"
+#include "tests/support/rows.h"
 #include "tests/support/temp_directory.h"
 
 namespace {
@@ -19,8 +21,7 @@ namespace {
 constexpr int32_t kNew = kOpenReadWrite | kOpenCreate;
 constexpr int32_t kBoth = kPermissionRead | kPermissionWrite;
 
-class Files : public ::testing::Test {
-protected:
+struct Files : testing::Test {
     static int32_t Open(const char* path, int32_t flags, int32_t permission = kBoth) {
         return FileOpen(path, flags, kShareDenyNone, permission);
     }
@@ -32,8 +33,8 @@ TEST_F(Files, HandlesAreTheLowestFreeNumbersFrom3) {
     EXPECT_EQ(Open("b", kNew), 4);
     EXPECT_EQ(FileClose(3), 0);
     EXPECT_EQ(Open("a", kOpenReadOnly), 3);
-    char byte = 0;
     for (int32_t bad : {-1, 0, 2, 5, INT32_MAX, INT32_MIN}) {
+        char byte = 0;
         EXPECT_EQ(FileRead(bad, &byte, 1), -1) << bad;
         EXPECT_EQ(errno, EBADF);
         EXPECT_EQ(FileClose(bad), -1);
@@ -47,64 +48,41 @@ TEST_F(Files, OpenFlagsAndPermissions) {
     chmod("guarded", 0444);
     mkdir("folder", 0777);
     EXPECT_EQ(symlink("nowhere", "dangling"), 0);
-    const struct {
-        const char* path;
-        int32_t flags;
-        int error;  // 0: it opens
-    } cases[] = {
-        {"missing", kOpenReadOnly, ENOENT},
-        {"", kOpenReadOnly, ENOENT},
-        {"full", kOpenReadWrite | kOpenCreate | kOpenExclusive, EEXIST},
-        {"folder", kOpenReadOnly, EACCES},
-        {"folder", kOpenReadWrite, EACCES},
-        {"guarded", kOpenWriteOnly | kOpenTruncate, EACCES},
-        {"guarded", kOpenReadOnly, 0},
-        {"full", 3, EINVAL},
-        {"dangling", kNew, EACCES},
-        {"full", kOpenWriteOnly | kOpenCreate | kOpenTruncate, 0},
+    const auto error = [](const char* path, int32_t flags) {
+        const int32_t handle = Open(path, flags);
+        return handle == -1 ? errno : FileClose(handle);
     };
-    for (const auto& row : cases) {
-        errno = 0;
-        const int32_t handle = Open(row.path, row.flags);
-        EXPECT_EQ(handle == -1 ? errno : 0, row.error) << row.path;
-        FileClose(handle);
-    }
+    EXPECT_EQ(error("missing", kOpenReadOnly), ENOENT);
+    EXPECT_EQ(error("full", kOpenReadWrite | kOpenCreate | kOpenExclusive), EEXIST);
+    EXPECT_EQ(error("folder", kOpenReadOnly), EACCES);
+    EXPECT_EQ(error("folder", kOpenReadWrite), EACCES);
+    EXPECT_EQ(error("guarded", kOpenWriteOnly | kOpenTruncate), EACCES);
+    EXPECT_EQ(error("guarded", kOpenReadOnly), 0);
+    EXPECT_EQ(error("full", 3), EINVAL);
+    EXPECT_EQ(error("dangling", kNew), EACCES);
+    EXPECT_EQ(error("full", kOpenWriteOnly | kOpenCreate | kOpenTruncate), 0);
     EXPECT_EQ(ReadFile("guarded"), "abc") << "cut though it may not be written";
     EXPECT_EQ(ReadFile("full"), "");
-
-    const int32_t handle = Open("sealed", kNew | kOpenBinary, 0);
-    EXPECT_EQ(FileWrite(handle, "x", 1), 1) << "the handle that made it may write";
+    EXPECT_EQ(FileWrite(Open("sealed", kNew | kOpenBinary, 0), "x", 1), 1) << "its maker may";
     EXPECT_EQ(Open("sealed", kOpenReadWrite), -1);
-    EXPECT_EQ(FileClose(handle), 0);
 }
 
-// Every text is read in steps of every size, so that CR LF falls on each border.
+// DISK -> TEXT. Each is read in steps of every size, so that CR LF falls on each border.
 TEST_F(Files, TextModeReads) {
-    const struct {
-        std::string disk;
-        std::string text;
-    } cases[] = {
-        {"a\r\nb\r\n", "a\nb\n"},
-        {"a\rb\r\r\n\r", "a\rb\r\n\r"},
-        {"\n\r\n", "\n\n"},
-        {"ab\x1A"
-         "cd",
-         "ab"},
-        {"\r\n\x1A", "\n"},
-        {"", ""},
-    };
-    for (const auto& row : cases) {
-        WriteFile("t", row.disk);
+    for (const auto& [disk, text] :
+         Rows<2>("a\r\nb\r\n -> a\nb\n | a\rb\r\r\n\r -> a\rb\r\n\r | \n\r\n -> \n\n"
+                 " | ab\x1A!cd -> ab | \r\n\x1A -> \n |  -> ")) {
+        WriteFile("t", disk);
         for (uint32_t step = 1; step < 8; ++step) {
             const int32_t handle = Open("t", kOpenReadOnly);
-            std::string text;
+            std::string read;
             char piece[8];
             for (int32_t got = 0; (got = FileRead(handle, piece, step)) > 0;)
-                text.append(piece, static_cast<size_t>(got));
-            EXPECT_EQ(text, row.text) << "in steps of " << step;
+                read.append(piece, size_t(got));
+            EXPECT_EQ(read, text) << "in steps of " << step;
             EXPECT_EQ(FileRead(handle, piece, step), 0);
             EXPECT_EQ(FileSeek(handle, 0, kSeekStart), 0);
-            EXPECT_EQ(FileRead(handle, piece, 1), row.text.empty() ? 0 : 1);
+            EXPECT_EQ(FileRead(handle, piece, 1), text.empty() ? 0 : 1);
             FileClose(handle);
         }
     }
@@ -117,30 +95,27 @@ TEST_F(Files, TextModeWritesCrLfAndCountsTheBytesGiven) {
         text += "x\n";
         disk += "x\r\n";
     }
-    int32_t handle = Open("t", kNew);
-    EXPECT_EQ(FileWrite(handle, text.data(), text.size()), static_cast<int32_t>(text.size()));
-    EXPECT_EQ(FileLength(handle), static_cast<int32_t>(disk.size()));
-    FileClose(handle);
+    const int32_t handle = Open("t", kNew);
+    EXPECT_EQ(FileWrite(handle, text.data(), text.size()), 6000);
     EXPECT_EQ(ReadFile("t"), disk);
-
-    // A limit of the file's size cuts the write in the middle.
     signal(SIGXFSZ, SIG_IGN);
-    const rlimit limit = {9001, RLIM_INFINITY};
+    const rlimit limit = {9001, RLIM_INFINITY};  // cuts the next write in the middle
     setrlimit(RLIMIT_FSIZE, &limit);
-    handle = Open("t", kNew | kOpenAppend);
     EXPECT_EQ(FileWrite(handle, "y\nz", 3), 1) << "CR without its LF is no byte of the text";
     EXPECT_EQ(FileWrite(handle, "y\nz", 3), -1);
-    FileClose(handle);
 }
 
-std::set<std::string> Found(const char* pattern) {
+// The names in order, each behind a blank.
+std::string Found(const std::string& pattern) {
     std::set<std::string> names;
     FindData data;
-    const int32_t search = FindFirst(pattern, &data);
-    for (int32_t more = search == -1 ? -1 : 0; more == 0; more = FindNext(search, &data))
-        names.insert(data.name);
-    EXPECT_EQ(FindClose(search), search == -1 ? -1 : 0);
-    return names;
+    const int32_t search = FindFirst(pattern.c_str(), &data);
+    if (search == -1) return "";
+    do {
+        names.insert(std::string(" ") + data.name);
+    } while (FindNext(search, &data) == 0);
+    EXPECT_EQ(FindClose(search), 0);
+    return std::accumulate(names.begin(), names.end(), std::string());
 }
 
 TEST_F(Files, Searches) {
@@ -148,16 +123,11 @@ TEST_F(Files, Searches) {
         WriteFile(name, "12345");
     mkdir("Sub", 0777);
     chmod("plain", 0444);
-    using Names = std::set<std::string>;
-    EXPECT_EQ(Found("*.*"),
-              (Names{".", "..", "plain", "a.txt", "ab.TXT", "abc.tx", "b.c.txt", "Sub"}));
-    EXPECT_EQ(Found("*.txt"), (Names{"a.txt", "ab.TXT", "b.c.txt"}));
-    EXPECT_EQ(Found("a?.*"), (Names{"ab.TXT"}));
-    EXPECT_EQ(Found("*b*.t*t"), (Names{"ab.TXT", "b.c.txt"}));
-    EXPECT_EQ(Found("sub\\*.*"), (Names{".", ".."}));
-    EXPECT_EQ(Found("none\\*.*"), Names{});
-    EXPECT_EQ(Found("*.none"), Names{});
-
+    for (const auto& [pattern, names] :
+         Rows<2>("*.* ->  . .. Sub a.txt ab.TXT abc.tx b.c.txt plain | a?.* ->  ab.TXT"
+                 " | *.txt ->  a.txt ab.TXT b.c.txt | *b*.t*t ->  ab.TXT b.c.txt"
+                 " | sub\\*.* ->  . .. | none\\*.* ->  | *.none -> "))
+        EXPECT_EQ(Found(pattern), names) << pattern;
     FindData data;
     EXPECT_EQ(FindClose(FindFirst("PLAIN", &data)), 0);
     EXPECT_EQ(data.attributes, uint32_t{kFindReadOnly});
@@ -168,13 +138,13 @@ TEST_F(Files, Searches) {
 
 TEST_F(Files, UniqueNamesAndReplacing) {
     char name[] = "pXXXXXX";
-    std::string numbers = std::to_string(100000 + getpid() % 100000).substr(1);
+    char taken[] = "pXXXXXX";
+    char foreign[] = "pXXXXX";
+    const std::string numbers = std::to_string(100000 + getpid() % 100000).substr(1);
     EXPECT_EQ(UniqueName(name), name);
     EXPECT_EQ(name, "pa" + numbers);
     for (char letter = 'a'; letter <= 'z'; ++letter)
         WriteFile(std::string("p") + letter + numbers, "");
-    char taken[] = "pXXXXXX";
-    char foreign[] = "pXXXXX";
     EXPECT_EQ(UniqueName(taken), nullptr);
     EXPECT_EQ(UniqueName(foreign), nullptr);
 

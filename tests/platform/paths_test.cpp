@@ -9,16 +9,12 @@
 
 #include "platform/environment.h"
 #include "platform/files.h"
+#include "tests/support/rows.h"
 #include "tests/support/temp_directory.h"
 
 namespace {
 
-class Paths : public ::testing::Test {
-protected:
-    static std::string Expanded(const std::string& path) {
-        char buffer[1000];
-        return ExpandPath(buffer, path.c_str(), sizeof buffer) == nullptr ? "none" : buffer;
-    }
+struct Paths : testing::Test {
     static std::string Current() {
         char buffer[1000];
         return CurrentDirectory(buffer, sizeof buffer) == nullptr ? "none" : buffer;
@@ -26,27 +22,19 @@ protected:
     TempDirectory directory;
 };
 
+// PATH -> the full path, with * for the case's folder.
 TEST_F(Paths, Expansion) {
-    const std::string here = directory.drivePath;
-    const std::string parent = here.substr(0, here.rfind('\\'));
-    const struct {
-        std::string path;
-        std::string full;
-    } cases[] = {
-        {"x", here + "\\x"},
-        {"a/b\\c.d", here + "\\a\\b\\c.d"},
-        {"..\\x", parent + "\\x"},
-        {".\\.\\x\\..\\y", here + "\\y"},
-        {"C:x", here + "\\x"},
-        {"c:\\A\\..\\..\\..\\b", "C:\\b"},
-        {"\\x\\", "C:\\x\\"},
-        {"/", "C:\\"},
-        {"D:\\data", "D:\\data"},
-        {"D:data", "D:\\data"},
-        {"", here},
-    };
-    for (const auto& row : cases)
-        EXPECT_EQ(Expanded(row.path), row.full) << row.path;
+    const std::string here = directory.path.substr(directory.path.rfind('/') + 1);
+    for (auto& [path, full] :
+         Rows<2>("x -> *\\x | a/b\\c.d -> *\\a\\b\\c.d | ..\\" + here +
+                 "\\x -> *\\x"
+                 " | .\\.\\x\\..\\y -> *\\y | C:x -> *\\x | c:\\A\\..\\..\\..\\b -> C:\\b"
+                 " | \\x\\ -> C:\\x\\ | / -> C:\\ | D:\\data -> D:\\data | D:data -> D:\\data"
+                 " |  -> *")) {
+        char buffer[1000] = "none";
+        if (full[0] == '*') full.replace(0, 1, directory.drivePath);
+        EXPECT_EQ(ExpandPath(buffer, path.c_str(), sizeof buffer), full) << path;
+    }
     char small[5] = "none";
     EXPECT_EQ(ExpandPath(small, "C:\\ab", 5), nullptr);
     EXPECT_STREQ(small, "none");
@@ -60,28 +48,18 @@ TEST_F(Paths, NamesAreFoundInAnyCaseTheExactOneFirst) {
     WriteFile("Data/One", "1");
     WriteFile("Data/two", "lower");
     WriteFile("Data/TWO", "upper");
-    const auto read = [](const std::string& path) -> std::string {
-        const int32_t handle = FileOpen(path.c_str(), kOpenReadOnly, kShareDenyNone, 0);
-        if (handle == -1) return "none";
-        char bytes[16];
-        const int32_t got = FileRead(handle, bytes, sizeof bytes);
-        FileClose(handle);
-        return {bytes, static_cast<size_t>(got)};
-    };
-    EXPECT_EQ(read("DATA\\ONE"), "1");
-    EXPECT_EQ(read("data/TWO"), "upper");
-    EXPECT_EQ(read("data/two"), "lower");
-    EXPECT_EQ(read("data/three"), "none");
     std::string upper = directory.drivePath + "\\data\\one";
     for (char& c : upper)
-        c = static_cast<char>(toupper(c));
-    EXPECT_EQ(read(upper), "1") << "an upper-cased full path still opens";
-    EXPECT_EQ(read(directory.path + "/Data/One"), "1");
-
-    const int32_t handle =
-        FileOpen("DATA\\NewName", kOpenWriteOnly | kOpenCreate, kShareDenyNone, kPermissionWrite);
-    EXPECT_NE(handle, -1);
-    FileClose(handle);
+        c = char(toupper(c));
+    for (const auto& [path, text] :
+         Rows<2>("DATA\\ONE -> 1 | data/TWO -> upper | data/two -> lower | data/three -> none | " +
+                 upper + " -> 1 | " + directory.path + "/Data/One -> 1")) {
+        char bytes[16] = "none";
+        const int32_t handle = FileOpen(path.c_str(), kOpenReadOnly, kShareDenyNone, 0);
+        EXPECT_EQ(FileRead(handle, bytes, sizeof bytes) < 0, text == "none") << path;
+        EXPECT_EQ(std::string(bytes, text.size()), text) << path;
+    }
+    EXPECT_NE(FileOpen("DATA\\NewName", kOpenWriteOnly | kOpenCreate, kShareDenyNone, 0), -1);
     EXPECT_EQ(access("Data/NewName", F_OK), 0) << "a new file takes the spelling given";
 }
 
@@ -110,11 +88,10 @@ TEST_F(Paths, DrivesHaveRoots) {
 
 TEST_F(Paths, AbsurdTextsAreRefused) {
     EXPECT_EQ(FileStatus(nullptr), -1);
-    EXPECT_EQ(FileStatus(""), -1);
+    for (const char* path : {"", ":", "1:\\"})
+        EXPECT_EQ(FileStatus(path), -1) << path;
     EXPECT_EQ(FileStatus(std::string(5000, 'x').c_str()), -1);
     EXPECT_EQ(errno, ENAMETOOLONG);
-    EXPECT_EQ(FileStatus(":"), -1);
-    EXPECT_EQ(FileStatus("1:\\"), -1);
 }
 
 }  // namespace

@@ -4,37 +4,27 @@
 #include "platform/registry.h"
 
 #include <gtest/gtest.h>
-#include <unistd.h>
 
+#include <algorithm>
 #include <cstdlib>
-#include <fstream>
 #include <string>
 #include <vector>
 
 #include "platform/version.h"
+#include "tests/support/rows.h"
+#include "tests/support/temp_directory.h"
 
 namespace {
 
 using namespace std::string_literals;
 
-const std::string kFolderAndStem = testing::TempDir() + "vr" + std::to_string(getpid());
 const std::string kHead = "REGEDIT4\r\n\r\n[HKEY_LOCAL_MACHINE\\A]\r\n";
-
-const std::string kExportFile = kFolderAndStem + ".reg";
-const std::string kVersionFile = kFolderAndStem + ".version";
-
-void Write(const std::string& path, const std::string& bytes) {
-    std::ofstream(path, std::ios::binary) << bytes;
-}
 
 struct Registry : testing::Test {
     Registry() {
-        setenv("VRPLATFORM_REGISTRY", kExportFile.c_str(), 1);
+        setenv("VRPLATFORM_REGISTRY", "export.reg", 1);
     }
-    ~Registry() override {
-        unlink(kExportFile.c_str());
-        unlink(kVersionFile.c_str());
-    }
+    TempDirectory directory;
 };
 
 HKEY Open(const char* path, HKEY root = HKEY_LOCAL_MACHINE) {
@@ -44,73 +34,50 @@ HKEY Open(const char* path, HKEY root = HKEY_LOCAL_MACHINE) {
     return key;
 }
 
-// "type:data", or the error's number.
+// "type:data" with ~ for zeros, or the error's number.
 std::string Query(HKEY key, const char* name) {
     uint32_t type = 0;
     unsigned char data[100];
     uint32_t size = sizeof data;
     const int32_t result = RegQueryValueExA(key, name, nullptr, &type, data, &size);
     if (result != ERROR_SUCCESS) return std::to_string(result);
-    return std::to_string(type) + ":" + std::string(reinterpret_cast<char*>(data), size);
+    std::replace(data, data + size, '\0', '~');
+    return std::to_string(type) + ":" + std::string(data, data + size);
 }
 
-// The names of all values in their order, or the error's number.
-std::string Names(HKEY key) {
-    std::string names;
-    char name[8];
-    uint32_t size = 0;
-    int32_t result = ERROR_SUCCESS;
-    for (uint32_t index = 0; result == ERROR_SUCCESS; ++index) {
-        names.append(name, size);
-        size = sizeof name;
-        result = RegEnumValueA(key, index, name, &size, nullptr, nullptr, nullptr, nullptr);
-    }
-    return result == ERROR_NO_MORE_ITEMS ? names : std::to_string(result);
-}
-
-const std::string kAbsent = std::to_string(ERROR_FILE_NOT_FOUND);
-
+// The last two are cut off, which leaves the next line alone.
 TEST_F(Registry, EachFormOfAValue) {
-    const std::string rows[][2] = {
-        {R"("a\\b \"q\" C:\x" ; note)", "1:a\\b \"q\" C:\\x\0"s},
-        {" \"\" \r", "1:\0"s},
-        {"\"\xC3\xA9\0b\"\r"s, "1:\xC3\xA9\0b\0"s},
-        {"dword:89abcdeF;", "4:\xEF\xCD\xAB\x89"},
-        {"hex:01,2 , fF,\\\r\n  00,\\\r\n  7f\r", "3:\x01\x02\xFF\0\x7F"s},
-        {"hex(1):61", "1:a\0"s},
-        {"hex(2):61,00", "2:a\0"s},
-        {"hex(7):61,00,62", "7:a\0b"s},
-        {"hex(ffffffff):01", "4294967295:\x01"},
-        {"\"1\"\n;\"n\"=\"2\"", "1:1\0"s},
-        {"\"1\"\n\"N\"=- ", kAbsent},
-        // A value that was cut off leaves the next line alone.
-        {"hex:01,\\\n[HKEY_LOCAL_MACHINE\\B]\n\"n\"=\"2\"", "3:\x01"},
-        {"hex:01,\\\n\"n\"=\"2\"", "1:2\0"s},
-    };
-    for (const auto& [data, expected] : rows) {
-        Write(kExportFile, std::string(kHead).append("\t\"n\" =").append(data));
+    for (const auto& [data, expected] :
+         Rows<2>(R"("a\\b \"q\" C:\x" ; note -> 1:a\b "q" C:\x~ | dword:89abcdeF; -> )"
+                 "4:\xEF\xCD\xAB\x89 |  \"\" \r -> 1:~ | \"\xC3\xA9\0b\"\r -> 1:\xC3\xA9~b~"
+                 " | hex:01,2 , fF,\\\r\n  00,\\\r\n  7f\r -> 3:\x01\x02\xFF~\x7F"
+                 " | hex(1):61 -> 1:a~ | hex(2):61,00 -> 2:a~ | hex(7):61,00,62 -> 7:a~b"
+                 " | hex(ffffffff):01 -> 4294967295:\x01 | \"1\"\n;\"n\"=\"2\" -> 1:1~"
+                 " | \"1\"\n\"N\"=-  -> 2 | hex:01,\\\n[HKEY_LOCAL_MACHINE\\B]\n\"n\"=\"2\" -> 3:\1"
+                 " | hex:01,\\\n\"n\"=\"2\" -> 1:2~"s)) {
+        WriteFile("export.reg", std::string(kHead).append("\t\"n\" =").append(data));
         EXPECT_EQ(Query(Open("A"), "N"), expected) << data;
     }
 }
 
 TEST_F(Registry, KeysMergeGoAndHaveParents) {
-    std::string lines = "REGEDIT4\n@=\"nowhere\"\n";
-    for (const char* line :
-         {"A\\B\\C]\n@=\"1\"", "A\\BC]\n@=\"2\"", "a\\b\\c]\n\"w\"=\"3\"", "A\\\\D]\n@=\"4\"",
-          "Gone\\Child]", "Again]\n@=\"0\"\n\"w\"=\"0\"", "Kept]", "Broken\n@=\"nowhere\""}) {
-        lines += "[HKEY_LOCAL_MACHINE\\" + std::string(line) + "\n";
-    }
-    for (const char* key : {"gone", "Again", "Kept\\Child", "Kep"})
-        lines += "[-hkey_local_machine\\" + std::string(key) + "]\n@=\"nowhere\"\n";
-    Write(kExportFile,
-          lines + "[HKEY_LOCAL_MACHINE\\Again]\n\"w\"=\"5\"\n[HKEY_CURRENT_USER\\U]\n@=\"6\"");
-    EXPECT_EQ(Query(Open("a\\b\\C\\"), nullptr), "1:1\0"s);
-    EXPECT_EQ(Query(Open("b\\c", Open("A")), "w"), "1:3\0"s);
-    EXPECT_EQ(Query(Open("A\\\\D"), ""), "1:4\0"s);
-    EXPECT_EQ(Query(Open("Again"), "w"), "1:5\0"s);
-    EXPECT_EQ(Query(Open("u", HKEY_CURRENT_USER), ""), "1:6\0"s);
+    WriteFile("export.reg",
+              "REGEDIT4\n@=\"nowhere\"\n"
+              "[HKEY_LOCAL_MACHINE\\A\\B\\C]\n@=\"1\"\n[HKEY_LOCAL_MACHINE\\A\\BC]\n@=\"2\"\n"
+              "[HKEY_LOCAL_MACHINE\\a\\b\\c]\n\"w\"=\"3\"\n[HKEY_LOCAL_MACHINE\\A\\\\D]\n@=\"4\"\n"
+              "[HKEY_LOCAL_MACHINE\\Gone\\Child]\n[HKEY_LOCAL_MACHINE\\Kept]\n"
+              "[HKEY_LOCAL_MACHINE\\Again]\n@=\"0\"\n\"w\"=\"0\"\n"
+              "[HKEY_LOCAL_MACHINE\\Broken\n@=\"nowhere\"\n"
+              "[-hkey_local_machine\\gone]\n@=\"nowhere\"\n[-HKEY_LOCAL_MACHINE\\Again]\n"
+              "[-HKEY_LOCAL_MACHINE\\Kept\\Child]\n[-HKEY_LOCAL_MACHINE\\Kep]\n"
+              "[HKEY_LOCAL_MACHINE\\Again]\n\"w\"=\"5\"\n[HKEY_CURRENT_USER\\U]\n@=\"6\"");
+    EXPECT_EQ(Query(Open("a\\b\\C\\"), nullptr), "1:1~");
+    EXPECT_EQ(Query(Open("b\\c", Open("A")), "w"), "1:3~");
+    EXPECT_EQ(Query(Open("A\\\\D"), ""), "1:4~");
+    EXPECT_EQ(Query(Open("Again"), "w"), "1:5~");
+    EXPECT_EQ(Query(Open("u", HKEY_CURRENT_USER), ""), "1:6~");
     for (const char* empty : {"A\\B\\", "Again", "Kept", ""})
-        EXPECT_EQ(Query(Open(empty), nullptr), kAbsent) << empty;
+        EXPECT_EQ(Query(Open(empty), nullptr), "2") << empty;
     for (const char* none : {"Gone", "Gone\\Child", "A\\D", "\\A", "Broken", "Broke", "U", "B"})
         EXPECT_EQ(Open(none), nullptr) << none;
 }
@@ -125,20 +92,20 @@ const std::string kWide(reinterpret_cast<const char*>(kUtf16.data()), 2 * kUtf16
 TEST_F(Registry, Version5IsLatin1InEachEncoding) {
     const std::string narrow = reinterpret_cast<const char*>(u8"" VR_VERSION_5);
     for (const std::string& bytes : {kWide, kWide + "x", narrow, "\xEF\xBB\xBF" + narrow}) {
-        Write(kExportFile, bytes);
+        WriteFile("export.reg", bytes);
         HKEY key = Open("gR\xF6?");
-        EXPECT_EQ(Query(key, "\xC4"), "1:\xE9??.\0"s);
-        EXPECT_EQ(Query(key, "\xE4"), kAbsent);
-        EXPECT_EQ(Query(key, "x"), "2:\xE9???.\0"s);
-        EXPECT_EQ(Query(key, "m"), "7:a\0"s);
-        EXPECT_EQ(Query(key, "b"), "3:a\0"s);
+        EXPECT_EQ(Query(key, "\xC4"), "1:\xE9??.~");
+        EXPECT_EQ(Query(key, "\xE4"), "2");
+        EXPECT_EQ(Query(key, "x"), "2:\xE9???.~");
+        EXPECT_EQ(Query(key, "m"), "7:a~");
+        EXPECT_EQ(Query(key, "b"), "3:a~");
     }
-    Write(kExportFile, narrow + "\"i\"=\"\xE9\xC3\xE2\x82\xF0\x9F\x98\x80\xC3\"");
-    EXPECT_EQ(Query(Open("gR\xF6?"), "i"), "1:\xE9\xC3\xE2\x82?\xC3\0"s);
+    WriteFile("export.reg", narrow + "\"i\"=\"\xE9\xC3\xE2\x82\xF0\x9F\x98\x80\xC3\"");
+    EXPECT_EQ(Query(Open("gR\xF6?"), "i"), "1:\xE9\xC3\xE2\x82?\xC3~");
 }
 
-TEST_F(Registry, BuffersAreNeverOverrun) {
-    Write(kExportFile, kHead + "\"first\"=\"1234\"");
+TEST_F(Registry, BuffersAreNeverOverrunAndHandlesChecked) {
+    WriteFile("export.reg", kHead + "\"first\"=\"1234\"");
     HKEY key = Open("A");
     EXPECT_EQ(RegQueryValueExA(key, "first", nullptr, nullptr, nullptr, nullptr), ERROR_SUCCESS);
     for (uint32_t room = 0; room <= 7; ++room) {
@@ -155,62 +122,53 @@ TEST_F(Registry, BuffersAreNeverOverrun) {
         EXPECT_EQ(nameSize, 5u);
         EXPECT_EQ(std::string(name, 8), room < 6 ? "########" : "first\0##"s);
     }
-}
 
-TEST_F(Registry, HandlesAreChecked) {
-    Write(kExportFile, kHead + "\"b\"=\"x\"");
-    HKEY closed = Open("A");
-    EXPECT_EQ(RegCloseKey(closed), ERROR_SUCCESS);
-    EXPECT_NE(Open("A"), closed);
-    for (HKEY key : {closed, HKEY(nullptr), HKEY(&closed)}) {
+    EXPECT_EQ(RegCloseKey(key), ERROR_SUCCESS);
+    EXPECT_NE(Open("A"), key);
+    for (HKEY bad : {key, HKEY(nullptr), HKEY(&key)}) {
         HKEY below = HKEY_LOCAL_MACHINE;
-        EXPECT_EQ(RegOpenKeyExA(key, "A", 0, KEY_READ, &below), ERROR_INVALID_HANDLE);
+        EXPECT_EQ(RegOpenKeyExA(bad, "A", 0, KEY_READ, &below), ERROR_INVALID_HANDLE);
         EXPECT_EQ(below, nullptr);
-        EXPECT_EQ(Query(key, "b"), std::to_string(ERROR_INVALID_HANDLE));
-        EXPECT_EQ(Names(key), Query(key, "b"));
-        EXPECT_EQ(RegCloseKey(key), ERROR_INVALID_HANDLE);
+        EXPECT_EQ(Query(bad, "first"), "6");
+        EXPECT_EQ(RegEnumValueA(bad, 0, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr),
+                  ERROR_INVALID_HANDLE);
+        EXPECT_EQ(RegCloseKey(bad), ERROR_INVALID_HANDLE);
     }
 }
 
-// The text, or "none".
+// The text with ~ for zeros, or "none".
 std::string Text(const std::vector<char>& block, const std::string& query) {
-    void* text = nullptr;
+    void* found = nullptr;
     uint32_t length = 0;
-    const int32_t found = VerQueryValueA(block.data(), query.c_str(), &text, &length);
-    return found == 0 ? "none" : std::string(static_cast<char*>(text), length);
+    if (VerQueryValueA(block.data(), query.c_str(), &found, &length) == 0) return "none";
+    std::string text(static_cast<char*>(found), length);
+    std::replace(text.begin(), text.end(), '\0', '~');
+    return text;
 }
 
 TEST_F(Registry, VersionTextsByNameInABlockOfAnySize) {
-    Write(kVersionFile,
-          " ProductName \t= My = App \r\n;A=1\n # B=2\nno line\n=x\n"
-          "productname=second\nEmpty=\r\nZero=a\0b\nLast=\xFF"s);
-    const char* module = kFolderAndStem.c_str();
+    WriteFile("m.version",
+              " ProductName \t= My = App \r\n;A=1\n # B=2\nno line\n=x\n"
+              "productname=second\nEmpty=\r\nZero=a\0b\nLast=\xFF"s);
     const std::string language = "\\StringFileInfo\\040904b0\\";
-    std::vector<char> block(GetFileVersionInfoSizeA(module, nullptr));
-    ASSERT_EQ(GetFileVersionInfoA(module, 0, block.size(), block.data()), 1);
-    const std::string rows[][2] = {
-        {language + "PRODUCTNAME", " My = App \0"s},
-        {"\\STRINGFILEINFO\\00FfaAb0\\Empty", "\0"s},
-        {language + "Zero", "a\0b\0"s},
-        {language + "last", "\xFF\0"s},
-        {language + ";A", "none"},
-        {"\\StringFileInfo\\040904g0\\Last", "none"},
-        {"\\StringFileInfo\\", "none"},
-    };
-    for (const auto& [query, expected] : rows)
-        EXPECT_EQ(Text(block, query), expected) << query;
+    std::vector<char> block(GetFileVersionInfoSizeA("m", nullptr));
+    ASSERT_EQ(GetFileVersionInfoA("m", 0, block.size(), block.data()), 1);
+    EXPECT_EQ(Text(block, "\\STRINGFILEINFO\\00FfaAb0\\Empty"), "~");
+    EXPECT_EQ(Text(block, "\\StringFileInfo\\040904g0\\Last"), "none");
+    EXPECT_EQ(Text(block, "\\StringFileInfo\\"), "none");
+    for (const auto& [name, text] :
+         Rows<2>("PRODUCTNAME ->  My = App ~ | Zero -> a~b~ | last -> \xFF~ | ;A -> none"))
+        EXPECT_EQ(Text(block, language + name), text) << name;
     for (size_t size = 1; size < block.size(); ++size) {
         std::vector<char> small(size, 'V');
-        const int32_t filled = GetFileVersionInfoA(module, 0, size, small.data());
-        EXPECT_EQ(Text(small, rows[0][0]), filled == 1 ? rows[0][1] : "none");
-        EXPECT_EQ(Text(small, rows[3][0]), "none");
+        const int32_t filled = GetFileVersionInfoA("m", 0, size, small.data());
+        EXPECT_EQ(Text(small, language + "ProductName"), filled == 1 ? " My = App ~" : "none");
+        EXPECT_EQ(Text(small, language + "Last"), "none");
     }
-
-    // Without a resource the block is zeroed.
-    Write(kVersionFile, "; nothing\n");
-    EXPECT_EQ(GetFileVersionInfoSizeA(module, nullptr), 0u);
+    WriteFile("m.version", "; nothing\n");
+    EXPECT_EQ(GetFileVersionInfoSizeA("m", nullptr), 0u);
     EXPECT_EQ(GetFileVersionInfoA(nullptr, 0, block.size(), block.data()), 0);
-    EXPECT_EQ(block, std::vector<char>(block.size()));
+    EXPECT_EQ(block, std::vector<char>(block.size())) << "zeroed";
 }
 
 }  // namespace

@@ -3,24 +3,20 @@
 #include <signal.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <cerrno>
 #include <chrono>
 #include <string>
 
 #include "platform/environment.h"
-#include "platform/process.h"
+#include "tests/process/counted_library.h"
 #include "tests/support/library_test.h"
+#include "tests/support/rows.h"
 
 namespace {
 
 constexpr char kBatchFile[] = "__aavrtm.bat";
 constexpr char kNoMemory[] = "' failed\n error (8) - Insufficient memory to load application]";
 constexpr int32_t kRuns = -1;
-
-bool Has(const std::string& text, const char* part) {
-    return text.find(part) != text.npos;
-}
 
 std::string Failure(const std::string& line, const std::string& reason) {
     return "[CreateProcess '" + line + "' failed\n error " + reason + "]";
@@ -32,8 +28,14 @@ void WriteScript(const std::string& name, const std::string& body) {
 }
 
 struct SystemTest : FilesTest {
+    SystemTest() {
+        SetEnvironmentVariableA("VRLPATH", (directory.drivePath + "\\PRODUCT").c_str());
+        StartWithFiles();
+    }
+
     // Runs the command, whose program ends with 2 or fails to start for that reason. Gives
-    // what was started, result and message, as "MODE LINE{BATCH FILE}=RESULT[MESSAGE]".
+    // what was started, result and message, as "MODE LINE{BATCH FILE}=RESULT[MESSAGE]",
+    // without the braces when there is no batch file.
     std::string Outcome(const std::string& command, const char* output, int32_t reason) {
         reason_ = reason;
         started_.clear();
@@ -47,15 +49,15 @@ struct SystemTest : FilesTest {
         boxes.shown.clear();
         const std::string result = std::to_string(System(command.c_str(), output));
         if (boxes.shown.empty()) return result;
-        const Box& box = boxes.shown[0];
-        EXPECT_TRUE(box.hasCaption && box.caption == EnvironProduct() && box.style == MB_OK);
-        return result + "[" + box.text + "]";
+        EXPECT_EQ(boxes.shown[0], (Box{boxes.shown[0].text, true, EnvironProduct(), MB_OK}));
+        return result + "[" + boxes.shown[0].text + "]";
     }
 
 private:
     static int32_t Record(void* context, const char* line, int32_t mode, uint32_t* code) {
         auto& self = *static_cast<SystemTest*>(context);
-        self.started_ += std::to_string(mode) + " " + line + "{" + ReadFile(kBatchFile) + "}";
+        self.started_ += std::to_string(mode) + " " + line;
+        if (std::filesystem::exists(kBatchFile)) self.started_ += "{" + ReadFile(kBatchFile) + "}";
         *code = self.reason_ == kRuns ? 2 : static_cast<uint32_t>(self.reason_);
         return self.reason_ == kRuns ? kProgramRan : kProgramFailed;
     }
@@ -64,95 +66,61 @@ private:
     int32_t reason_ = kRuns;
 };
 
-// COMMAND => MODE LINE{BATCH FILE}, with -> when nobody waits and ~> on the hidden route;
-// on both kinds of system, in success and failure. An older batch file lies there, longer
-// than any that is written. OUT is given where it must not matter, too.
+// COMMAND -> OUTPUT FILE -> outcome.
 TEST_F(SystemTest, CommandsByTheirFirstCharacter) {
-    StartWithFiles();
-    const std::string cases[] = {
-        " => 3 CMD ",
-        " \t\n => 3 CMD ",
-        "dir => 3 CMD /c dir",
-        "\v dir  => 3 CMD /c dir  > OUT",
-        "& => 3 CMD ",
-        " &7x y -> 7 x y",
-        "&12x;y -> 9 x;y",
-        "&0x -> 3 x",
-        "& 7x -> 7  7x",
-        "&-3x -> 0 -3x",
-        "+4 => 4 CMD ",
-        "+calc => 3 calc",
-        "+4294967296x => 9 x",
-        "- ~> -1 CMD /c ",
-        "-dir ~> -1 CMD /c dir > OUT",
-        "-0dir ~> 0 CMD /c dir",
-        "- 0dir ~> -1 CMD /c  0dir",
-        "--3dir ~> -1 CMD /c -3dir",
-        "-5 => 5 CMD ",
-        "-3dir => 3 CMD /c dir > OUT",
-        "-12dir => 9 CMD /c dir",
-        "- 5dir => 5 CMD /c  5dir",
-        "a;b => 3 CMD /c __aavrtm.bat{a > OUT\r\nb >> OUT\r\n}",
-        " a ; b;c => 3 CMD /c __aavrtm.bat{a \r\n b\r\nc\r\n}",
-        "\"x;y\"; => 3 CMD /c __aavrtm.bat{\"x > OUT\r\ny\" >> OUT\r\n >> OUT\r\n}",
-        "-0a;b ~> 0 CMD /c __aavrtm.bat{a > OUT\r\nb >> OUT\r\n}",
-        "-; ~> -1 CMD /c __aavrtm.bat{\r\n\r\n}"};
-    const std::string older(300, 'x');
-    for (const std::string shell : {"CMD", "COMMAND.COM"}) {
-        ControlPlatformNumber(shell == "CMD" ? 2 : 3);
-        for (const std::string& row : cases) {
-            const size_t arrow = row.find('>');
-            const char route = row[arrow - 1];
-            std::string started = row.substr(arrow + 2);
-            const bool hasBatch = started.ends_with('}');
-            const bool hasOutput = !Has(started, "CMD /c") || Has(started, "OUT");
-            if (!hasBatch) started += "{" + older + "}";
-            if (Has(started, "CMD")) started.replace(started.find("CMD"), 3, shell);
-            const std::string line =
-                started.substr(0, started.find('{')).substr(started.find(' ') + 1);
-            const std::string ran = started + (route == '-' ? "=1" : "=2");
-            const std::string failed =
-                started + (route == '~' ? "=-1" : "=0") + Failure(line, "(2) - File not found");
-            for (const int32_t reason : {kRuns, 2}) {
-                WriteFile(kBatchFile, older);
-                EXPECT_EQ(Outcome(row.substr(0, arrow - 2), hasOutput ? "OUT" : "", reason),
-                          reason == kRuns ? ran : failed);
-                EXPECT_NE(std::filesystem::exists(kBatchFile), hasBatch || route == '~') << row;
-            }
-        }
+    const auto rows = Rows<3>(
+        " \t\n -> OUT -> 3 CMD =2 | dir ->  -> 3 CMD /c dir=2 | & -> OUT -> 3 CMD =2"
+        " | \v dir  -> OUT -> 3 CMD /c dir  > OUT=2 |  &7x y -> OUT -> 7 x y=1"
+        " | &12x;y -> OUT -> 9 x;y=1 | &0x ->  -> 3 x=1 | & 7x ->  -> 7  7x=1"
+        " | &-3x ->  -> 0 -3x=1 | +4 -> OUT -> 4 CMD =2 | +calc -> OUT -> 3 calc=2"
+        " | +4294967296x ->  -> 9 x=2 | - ->  -> -1 CMD /c =2 | -0dir ->  -> 0 CMD /c dir=2"
+        " | -dir -> OUT -> -1 CMD /c dir > OUT=2 | - 0dir ->  -> -1 CMD /c  0dir=2"
+        " | --3dir ->  -> -1 CMD /c -3dir=2 | -5 -> OUT -> 5 CMD =2"
+        " | -3dir -> OUT -> 3 CMD /c dir > OUT=2 | -12dir ->  -> 9 CMD /c dir=2"
+        " | - 5dir ->  -> 5 CMD /c  5dir=2"
+        " | a;b -> OUT -> 3 CMD /c __aavrtm.bat{a > OUT\r\nb >> OUT\r\n}=2"
+        " |  a ; b;c ->  -> 3 CMD /c __aavrtm.bat{a \r\n b\r\nc\r\n}=2"
+        " | \"x;y\"; -> O -> 3 CMD /c __aavrtm.bat{\"x > O\r\ny\" >> O\r\n >> O\r\n}=2"
+        " | -0a;b -> OUT -> 0 CMD /c __aavrtm.bat{a > OUT\r\nb >> OUT\r\n}=2"
+        " | -; ->  -> -1 CMD /c __aavrtm.bat{\r\n\r\n}=2");
+    for (const auto& [command, output, outcome] : rows) {
+        EXPECT_EQ(Outcome(command, output.c_str(), kRuns), outcome);
+        EXPECT_FALSE(std::filesystem::exists(kBatchFile)) << command;
     }
+    ControlPlatformNumber(3);
+    WriteFile(kBatchFile, "older, longer than the new one");
+    EXPECT_EQ(Outcome("a", "", kRuns), "3 COMMAND.COM /c a{older, longer than the new one}=2");
+    EXPECT_TRUE(Outcome("a;b", "", 1).starts_with("3 COMMAND.COM /c __aavrtm.bat{a\r\nb\r\n}=0["));
+    EXPECT_FALSE(std::filesystem::exists(kBatchFile)) << "it goes when the start fails, too";
+    WriteFile(kBatchFile, "older");
+    Outcome("-a", "", kRuns);
+    EXPECT_FALSE(std::filesystem::exists(kBatchFile)) << "and always on the hidden route";
 }
 
 TEST_F(SystemTest, FailuresAreToldByNumberAndText) {
-    StartWithFiles();
     std::string told;
     for (int32_t number = 0; number <= 22; ++number) {
         const std::string outcome = Outcome("dir", nullptr, number);
-        told += outcome.substr(outcome.find(" ("));
+        told += outcome.substr(outcome.find(" - ") + 3);
     }
     EXPECT_EQ(told,
-              " (0) - Out of memory or file corrupt] (1) - ] (2) - File not found]"
-              " (3) - Path not found] (4) - ] (5) - Sharing or network protection error]"
-              " (6) - Library required separate data segments] (7) - ]"
-              " (8) - Insufficient memory to load application] (9) - ]"
-              " (10) - Windows version incorrect] (11) - Executable file invalid]"
-              " (12) - Application not for this OS] (13) - Application for MS-DOS 4.0]"
-              " (14) - Executable type unknown] (15) - Can't load Real-Mode application]"
-              " (16) - Can't load second instance of executable] (17) - ] (18) - ]"
-              " (19) - Can't load compressed executable] (20) - required DDL invalid]"
-              " (21) - Need 32-bit windows extensions] (22) - ]");
+              "Out of memory or file corrupt]]File not found]Path not found]]"
+              "Sharing or network protection error]Library required separate data segments]]"
+              "Insufficient memory to load application]]Windows version incorrect]"
+              "Executable file invalid]Application not for this OS]Application for MS-DOS 4.0]"
+              "Executable type unknown]Can't load Real-Mode application]"
+              "Can't load second instance of executable]]]Can't load compressed executable]"
+              "required DDL invalid]Need 32-bit windows extensions]]");
 }
 
 // A line has 259 bytes at most, the clause " >> NAME" with its line end 255, a message 511;
 // a part has no limit.
 TEST_F(SystemTest, WhatDoesNotFitIsRefused) {
-    StartWithFiles();
-    const std::string routes[][3] = {
-        {"", "3 CMD /c ", "=0["}, {"-0", "0 CMD /c ", "=-1["}, {"+5", "5 ", "=0["}};
-    for (const auto& [sign, start, failed] : routes) {
+    for (const auto& [sign, start, failed] :
+         Rows<3>(" -> 3 CMD /c  -> =0[ | -0 -> 0 CMD /c  -> =-1[ | +5 -> 5  -> =0[")) {
         const std::string fits(261 - start.size(), 't');
-        EXPECT_EQ(Outcome(sign + fits, "", kRuns), start + fits + "{}=2");
-        for (const size_t more : {1u, 1000u, 100'000u}) {
+        EXPECT_EQ(Outcome(sign + fits, "", kRuns), start + fits + "=2");
+        for (const size_t more : {1u, 100'000u}) {
             const std::string outcome = Outcome(sign + fits + std::string(more, 't'), "", kRuns);
             EXPECT_TRUE(outcome.starts_with(failed) && outcome.ends_with(kNoMemory)) << outcome;
             EXPECT_LE(outcome.size(), 516u);
@@ -165,36 +133,29 @@ TEST_F(SystemTest, WhatDoesNotFitIsRefused) {
     EXPECT_TRUE(Outcome("-0a;b", (name + "o").c_str(), kRuns).starts_with("=-1["));
     EXPECT_FALSE(std::filesystem::exists(kBatchFile));
     ControlFailOpens(1, 1, EACCES);  // no batch file: all goes in one line
-    EXPECT_EQ(Outcome("a;b", "OUT", kRuns), "3 CMD /c a;b > OUT{}=2");
+    EXPECT_EQ(Outcome("a;b", "OUT", kRuns), "3 CMD /c a;b > OUT=2");
 }
 
 // A file of the shell's name wins on the hidden route; it turns up in the last place first.
 TEST_F(SystemTest, TheHiddenRouteLooksForAFileOfTheShellsName) {
-    SetEnvironmentVariableA("VRLPATH", (directory.drivePath + "\\PRODUCT").c_str());
-    StartWithFiles();
+    PutHost("HOST/");
     std::filesystem::create_directories("PRODUCT/bin");
-    std::filesystem::create_directory("HOST");
-    std::filesystem::copy_file(VR_COUNTED_LIBRARY_PATH, "HOST/host.so");
-    SetHInstance(reinterpret_cast<VrWord>(LoadLibraryA("HOST\\host.so")));
     const std::string started =
-        "CMD /c dir /w > OUT{}=-1" + Failure("CMD /c dir /w > OUT", "(3) - Path not found");
+        "CMD /c dir /w > OUT=-1" + Failure("CMD /c dir /w > OUT", "(3) - Path not found");
     EXPECT_EQ(Outcome("-0dir /w", "OUT", 3), "0 " + started);
-    for (const std::string folder : {"PRODUCT/bin/", "", "HOST/"}) {
+    for (const auto& [folder, path] :
+         Rows<2>("PRODUCT/bin/ -> \\PRODUCT\\bin\\ |  -> \\ | HOST/ -> \\HOST\\")) {
         WriteScript(folder + "CMD", "#!/bin/sh\necho \"$@\" >args\nexit 7\n");
-        std::string where = directory.drivePath + "\\" + folder;
-        std::replace(where.begin(), where.end(), '/', '\\');
-        EXPECT_EQ(Outcome("-0dir /w", "OUT", 3), "0 " + where + started);
-        EXPECT_EQ(Outcome("dir", "", kRuns), "3 CMD /c dir{}=2");
+        EXPECT_EQ(Outcome("-0dir /w", "OUT", 3), "0 " + directory.drivePath + path + started);
+        EXPECT_EQ(Outcome("dir", "", kRuns), "3 CMD /c dir=2");
     }
     EXPECT_EQ(Result("-0dir /w", nullptr), "7");
     EXPECT_EQ(ReadFile("args"), "/c dir /w\n");
 }
 
 TEST_F(SystemTest, RealProgramsGiveTheirExitCodesAndOutput) {
-    StartWithFiles();
     EXPECT_STREQ(GetPortNumber(), "Unknown");
     DLLPutEnv("VRLPORT", "17");
-    EXPECT_STREQ(GetPortNumber(), "17");
     WriteScript("my tool.exe", "#!/bin/sh\nprintf '<%s>' \"$@\" >OUT\nexit 6\n");
     WriteScript("noise", "\1\2\3 no program");
     WriteFile("plain", "#!/bin/sh\n");
@@ -202,34 +163,24 @@ TEST_F(SystemTest, RealProgramsGiveTheirExitCodesAndOutput) {
     WriteFile("input", "echo typed >OUT; exit 11\n");
     ASSERT_NE(std::freopen("input", "r", stdin), nullptr);
     const std::string word(5000, 'w');
-    const struct {
-        std::string command;
-        const char* output;
-        std::string result;  // or why it cannot be started
-        std::string out = {};
-    } runs[] = {
-        {"sleep 0.3 && exit 7", "OUT", "7"},
-        {"-0echo $VRLPORT; exit 300", "OUT", "44", "17\n"},
-        {"echo 1;echo " + word + ";", "OUT", "0", "1\n" + word + "\n"},
-        {"no-such-command 2>ERR", "", "127"},
-        {"kill -KILL $$", "", "137"},
-        {R"(+my tool "a  b" c\"d "e\\" f\\g \\\"h i)", "", "6", R"(<a  b><c"d><e\><f\\g><\"h><i>)"},
-        {R"(+"C:\bin\sh" -c "kill -TERM $$")", "", "143"},
-        {"+steps.bat", "", "8", "1\n"},
-        {"", "", "11", "typed\n"},
-        {"+no-such-program x", "", "(2) - File not found"},
-        {"&folder\\program", "", "(3) - Path not found"},
-        {"+.\\plain", "", "(5) - Sharing or network protection error"},
-        {"&.\\noise", "", "(193) - "},
-    };
-    for (const auto& run : runs) {
+    for (const auto& [command, result, out] :
+         Rows<3>("sleep 0.3 && exit 7 -> 7 | -0echo $VRLPORT >OUT; exit 300 -> 44 -> 17\n"
+                 " | no-such-command 2>ERR -> 127 | kill -KILL $$ -> 137 | +steps.bat -> 8 -> 1\n"
+                 R"( | +my tool "a  b" c\"d "e\\" f\\g \\\"h i)"
+                 R"( -> 6 -> <a  b><c"d><e\><f\\g><\"h><i> | +"C:\bin\sh" -c "kill $$" -> 143)"
+                 " |  -> 11 -> typed\n | +no-such-program x -> (2) - File not found"
+                 " | &folder\\program -> (3) - Path not found"
+                 " | +.\\plain -> (5) - Sharing or network protection error"
+                 " | &.\\noise -> (193) -  | echo 1 >OUT;echo " +
+                 word + " >>OUT; -> 0 -> 1\n" + word + "\n")) {
         WriteFile("OUT", "");
-        const bool fails = run.result[0] == '(';
-        EXPECT_EQ(Result(run.command, run.output),
-                  fails ? "0" + Failure(run.command.substr(1), run.result) : run.result);
-        EXPECT_EQ(ReadFile("OUT"), run.out) << run.command;
-        EXPECT_FALSE(std::filesystem::exists(kBatchFile));
+        const bool fails = result[0] == '(';
+        EXPECT_EQ(Result(command, nullptr),
+                  fails ? "0" + Failure(command.substr(1), result) : result);
+        EXPECT_EQ(ReadFile("OUT"), out) << command;
     }
+    EXPECT_EQ(Result("echo 1;echo 2", "OUT"), "0");
+    EXPECT_EQ(ReadFile("OUT"), "1\n2\n");
     EXPECT_EQ(System(nullptr, "OUT"), 0) << "the shell, whose input is at its end";
     ControlPlatformNumber(1);
     EXPECT_EQ(Result("exit 12", nullptr), "12");
@@ -240,7 +191,6 @@ TEST_F(SystemTest, RealProgramsGiveTheirExitCodesAndOutput) {
 
 // A program that nobody waits for, started by a host with a file of its own open.
 TEST_F(SystemTest, BackgroundProgramsInheritNothingAndLeaveNoZombie) {
-    StartWithFiles();
     ASSERT_EQ(dup2(STDOUT_FILENO, 57), 57);
     EXPECT_EQ(Result("&/bin/sh -c \"echo $$ >number; exec sleep 30\"", nullptr), "1");
     for (int i = 0; i < 1000 && !ReadFile("number").ends_with('\n'); ++i)
