@@ -1,34 +1,18 @@
-// Memory, message boxes, modules and the ends of processes and threads, as the platform
-// provides them.
+// Message boxes, modules and the ends of processes and threads, as the platform provides
+// them.
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <pthread.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <string>
 
-#include "platform/control.h"
 #include "platform/memory.h"
 #include "platform/messagebox.h"
 #include "platform/process.h"
 
 namespace {
-
-TEST(Memory, AResizeZeroesEveryNewByte) {
-    auto* block = static_cast<unsigned char*>(LocalAlloc(LMEM_ZEROINIT, 3));
-    for (uint32_t size = 3; size < 3000; size = size * 2 + 1) {
-        std::fill(block, block + size, 0xEE);
-        const uint32_t larger = size * 2 + 1;
-        block = static_cast<unsigned char*>(LocalReAlloc(block, larger, LMEM_ZEROINIT));
-        EXPECT_EQ(std::count(block, block + size, 0xEE), static_cast<ptrdiff_t>(size));
-        EXPECT_EQ(std::count(block + size, block + larger, 0), static_cast<ptrdiff_t>(size + 1));
-    }
-    EXPECT_EQ(LocalFree(block), nullptr);
-    EXPECT_EQ(LocalAlloc(0, UINT32_MAX), nullptr);
-    EXPECT_EQ(ControlBlocksOut(), 0u);
-}
 
 TEST(Modules, HandlesAddressesAndStrayNumbers) {
     char name[300];
