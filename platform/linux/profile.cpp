@@ -102,12 +102,16 @@ uint32_t CopyText(const std::string& text, char* buffer, uint32_t size) {
 
 // A list has a zero behind each name and one more at its end, also where it is cut.
 uint32_t CopyList(const std::string& names, char* buffer, uint32_t size) {
+    const size_t length = names.size();
+    if (length < size) {
+        std::memcpy(buffer, names.c_str(), length + 1);
+        return static_cast<uint32_t>(length);
+    }
     if (size < 2) return CopyText("", buffer, size);
-    const size_t length = std::min(names.size(), size_t{size} - 2);
-    std::memcpy(buffer, names.data(), length);
-    buffer[length] = '\0';
-    buffer[length + 1] = '\0';
-    return static_cast<uint32_t>(length);
+    std::memcpy(buffer, names.data(), size - 2);
+    buffer[size - 2] = '\0';
+    buffer[size - 1] = '\0';
+    return size - 2;
 }
 
 }  // namespace

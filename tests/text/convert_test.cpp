@@ -132,7 +132,7 @@ std::string Profile(const std::string& section, const std::string& key, uint32_t
     EXPECT_EQ(buffer.substr(size), "########");
     if (size == 0) return std::to_string(length);
     buffer.resize(std::min(size_t(size), buffer.find('#')));
-    EXPECT_EQ(buffer.substr(length), std::string(key == "-" ? 2 : 1, '\0'));
+    EXPECT_EQ(buffer.substr(length), std::string(key == "-" && length + 2 == size ? 2 : 1, '\0'));
     std::replace(buffer.begin(), buffer.end(), '\0', ';');
     return buffer.substr(0, length);
 }
@@ -157,6 +157,7 @@ TEST(ProfileTest, RulesOfTheReader) {
     const std::tuple<const char*, uint32_t, std::string> cut[] = {
         {"Key", 10, "value one"}, {"Key", 9, "value on"}, {"Key", 1, ""},   {"Key", 0, "0"},
         {"-", 10, "Key;key;"},    {"-", 9, "Key;key"},    {"none", 3, "no"}};
+    EXPECT_EQ(Profile("two", "-", 5), "key;") << "an exact fit";
     for (const auto& [key, size, value] : cut)
         EXPECT_EQ(Profile("One", key, size), value);
     for (const char* none : {"p.ini", "./missing.ini", "."})  // not in the current directory
