@@ -95,6 +95,7 @@ uint32_t ErrorOfSpawn(int error) {
             return 2;
         case EACCES:
         case EPERM:
+        case ETXTBSY:
             return kAccessDenied;
         case ENOEXEC:
             return kNotAProgram;
@@ -113,12 +114,15 @@ int Spawn(const HostCommand& command, pid_t& number) {
     posix_spawn_file_actions_t actions;
     posix_spawnattr_t attributes;
     sigset_t none;
+    sigset_t all;
     sigemptyset(&none);
+    sigfillset(&all);
     posix_spawn_file_actions_init(&actions);
     posix_spawn_file_actions_addclosefrom_np(&actions, STDERR_FILENO + 1);
     posix_spawnattr_init(&attributes);
     posix_spawnattr_setsigmask(&attributes, &none);
-    posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGMASK);
+    posix_spawnattr_setsigdefault(&attributes, &all);
+    posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF);
     const int error =
         posix_spawn(&number, command.program.c_str(), &actions, &attributes, words.data(), environ);
     posix_spawn_file_actions_destroy(&actions);

@@ -13,7 +13,9 @@
  * lines for that shell, whose CR are taken off.
  *
  * A program has the caller's environment, current directory and standard streams, and
- * inherits nothing else. One that nobody waits for leaves no zombie. */
+ * inherits nothing else. One that nobody waits for leaves no zombie. A host must not
+ * ignore SIGCHLD, nor wait for children that are not its own: the exit codes would be
+ * lost and read as 0. */
 #ifndef PLATFORM_PROGRAMS_H
 #define PLATFORM_PROGRAMS_H
 
