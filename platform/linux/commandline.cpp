@@ -82,11 +82,16 @@ bool IsFile(const std::string& hostPath) {
     return stat(hostPath.c_str(), &status) == 0 && S_ISREG(status.st_mode);
 }
 
-bool IsFileHere(const std::string& hostDirectory, const std::string& name, std::string& found) {
+// What a bare name may find: a data file of that name hides no program in a later place.
+bool IsRunnable(const std::string& hostPath) {
+    return IsFile(hostPath) && (IsBatchName(hostPath) || access(hostPath.c_str(), X_OK) == 0);
+}
+
+bool IsProgramHere(const std::string& hostDirectory, const std::string& name, std::string& found) {
     for (const char* extension : {"", ".exe"}) {
         found = hostDirectory;
         found.append("/").append(name).append(extension);
-        if (IsFile(found)) return true;
+        if (IsRunnable(found)) return true;
     }
     return false;
 }
@@ -98,10 +103,10 @@ std::string OwnDirectory() {
     return own.substr(0, own.find_last_of('/'));
 }
 
-bool FindByPath(const std::string& name, std::string& found) {
+bool FindByPath(const std::string& name, bool (*fits)(const std::string&), std::string& found) {
     for (const char* extension : {"", ".exe"}) {
         char hostPath[kHostPathSize];
-        if (!HostPath((name + extension).c_str(), hostPath) || !IsFile(hostPath)) continue;
+        if (!HostPath((name + extension).c_str(), hostPath) || !fits(hostPath)) continue;
         found = hostPath;
         return true;
     }
@@ -114,18 +119,15 @@ bool FindInPath(const std::string& name, std::string& found) {
     while (!path.empty()) {
         const std::string directory = path.substr(0, path.find(':'));
         path.erase(0, directory.size() + 1);
-        if (!directory.empty() && IsFileHere(directory, name, found) &&
-            access(found.c_str(), X_OK) == 0) {
-            return true;
-        }
+        if (!directory.empty() && IsProgramHere(directory, name, found)) return true;
     }
     return false;
 }
 
 bool FindProgram(const std::string& name, std::string& found) {
     if (name.empty()) return false;
-    if (name.find_first_of("\\/:") != std::string::npos) return FindByPath(name, found);
-    return IsFileHere(OwnDirectory(), name, found) || FindByPath(name, found) ||
+    if (name.find_first_of("\\/:") != std::string::npos) return FindByPath(name, IsFile, found);
+    return IsProgramHere(OwnDirectory(), name, found) || FindByPath(name, IsRunnable, found) ||
            FindInPath(name, found);
 }
 
@@ -174,7 +176,8 @@ HostCommand CommandOfText(const std::string& text) {
     std::string found;
     std::string batch;
     const bool isBatch = IsBatchName(text) && text.find_first_of(kBlanks) == std::string::npos;
-    if (isBatch && FindByPath(text, found) && ReadBatch(found, batch)) return ShellCommand(batch);
+    if (isBatch && FindByPath(text, IsFile, found) && ReadBatch(found, batch))
+        return ShellCommand(batch);
     return ShellCommand(text);
 }
 

@@ -159,6 +159,7 @@ TEST_F(SystemTest, RealProgramsGiveTheirExitCodesAndOutput) {
     WriteScript("my tool.exe", "#!/bin/sh\nprintf '<%s>' \"$@\" >OUT\nexit 6\n");
     WriteScript("noise", "\1\2\3 no program");
     WriteFile("plain", "#!/bin/sh\n");
+    WriteFile("true", "no program, and no reason to look no further");
     WriteScript("busy", "#!/bin/sh\n");
     const std::ofstream writer("busy", std::ios::app);
     signal(SIGTERM, SIG_IGN);  // which a program does not inherit
@@ -174,7 +175,7 @@ TEST_F(SystemTest, RealProgramsGiveTheirExitCodesAndOutput) {
                  " |  -> 11 -> typed\n | +no-such-program x -> (2) - File not found"
                  " | &folder\\program -> (3) - Path not found"
                  " | +.\\plain -> (5) - Sharing or network protection error"
-                 " | +.\\busy -> (5) - Sharing or network protection error"
+                 " | +.\\busy -> (5) - Sharing or network protection error | +true -> 0"
                  " | &.\\noise -> (193) -  | echo 1 >OUT;echo " +
                  word + " >>OUT; -> 0 -> 1\n" + word + "\n")) {
         WriteFile("OUT", "");

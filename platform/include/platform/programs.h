@@ -4,8 +4,9 @@
  * hold blanks in, \" is a quote, and backslashes count double only in front of a quote.
  * Its first word names the program. One with a directory is found there; another is
  * looked for in the folder of the running program, in the current directory and then in
- * the host's PATH; each also with .exe behind it. An unquoted name may hold blanks: the
- * shortest start of the line that is a file is taken.
+ * the host's PATH, passing over files that are neither executable nor batch files; each
+ * also with .exe behind it. An unquoted name may hold blanks: the shortest start of the
+ * line that is a file is taken.
  *
  * The words CMD and COMMAND.COM, with or without an extension, are the host's shell: with
  * /c it runs the text behind it as it stands, which may be the name of a batch file, and
