@@ -78,8 +78,6 @@ struct Sign {
     const char* rest;  // behind the digits
 };
 
-enum class Batch { None, Written, TooLong };
-
 const char* ShellWord() {
     OsVersionInfo version = {};
     version.size = sizeof version;
@@ -169,33 +167,32 @@ void WriteParts(int32_t handle, const char* text, const char* first, const char*
     }
 }
 
-Batch WriteBatchFile(const char* text, const char* outputFile) {
+// False also when the clause does not fit; then the line with all in it does not, either.
+bool WriteBatchFile(const char* text, const char* outputFile) {
     char first[kClauseSize] = "\n";
     char further[kClauseSize] = "\n";
     if (HasText(outputFile)) {
         std::snprintf(first, sizeof first, " > %s\n", outputFile);
         const int wanted = std::snprintf(further, sizeof further, " >> %s\n", outputFile);
-        if (wanted < 0 || static_cast<size_t>(wanted) >= sizeof further) return Batch::TooLong;
+        if (wanted < 0 || static_cast<size_t>(wanted) >= sizeof further) return false;
     }
     int32_t handle = -1;
-    if (OsOpen(kBatchFile, kBatchFlags, kPermissionWrite, &handle) != 0) return Batch::None;
+    if (OsOpen(kBatchFile, kBatchFlags, kPermissionWrite, &handle) != 0) return false;
     WriteParts(handle, text, first, further);
     OsClose(handle);
-    return Batch::Written;
+    return true;
 }
 
-Batch BatchOf(const char* text, const char* outputFile) {
-    return std::strchr(text, ';') == nullptr ? Batch::None : WriteBatchFile(text, outputFile);
+bool MakesBatch(const char* text, const char* outputFile) {
+    return std::strchr(text, ';') != nullptr && WriteBatchFile(text, outputFile);
 }
 
 // The line that the shell gets.
-CommandLine ShellLine(const char* text, const char* outputFile, Batch batch) {
+CommandLine ShellLine(const char* text, const char* outputFile, bool hasBatch) {
     const char* word = ShellWord();
-    if (batch == Batch::Written) return MakeLine("%s/c %s", word, kBatchFile);
-    CommandLine line = HasText(outputFile) ? MakeLine("%s/c %s > %s", word, text, outputFile)
-                                           : MakeLine("%s/c %s", word, text);
-    if (batch == Batch::TooLong) line.fits = false;
-    return line;
+    if (hasBatch) return MakeLine("%s/c %s", word, kBatchFile);
+    return HasText(outputFile) ? MakeLine("%s/c %s > %s", word, text, outputFile)
+                               : MakeLine("%s/c %s", word, text);
 }
 
 int32_t RunShellAlone(int32_t windowMode) {
@@ -204,15 +201,15 @@ int32_t RunShellAlone(int32_t windowMode) {
 
 int32_t RunInShell(const char* text, const char* outputFile, int32_t windowMode) {
     if (*text == '\0') return RunShellAlone(windowMode);
-    const Batch batch = BatchOf(text, outputFile);
-    const int32_t result = RunAndWait(ShellLine(text, outputFile, batch), windowMode);
-    if (batch == Batch::Written) FileDelete(kBatchFile);
+    const bool hasBatch = MakesBatch(text, outputFile);
+    const int32_t result = RunAndWait(ShellLine(text, outputFile, hasBatch), windowMode);
+    if (hasBatch) FileDelete(kBatchFile);
     return result;
 }
 
 int32_t RunHidden(const char* text, const char* outputFile, int32_t windowMode) {
-    const Batch batch = BatchOf(text, outputFile);
-    const CommandLine line = ShellLine(text, outputFile, batch);
+    const bool hasBatch = MakesBatch(text, outputFile);
+    const CommandLine line = ShellLine(text, outputFile, hasBatch);
     ProcessInformation process = {};
     const bool started = Start(vr::ResolveFirstWord(line.text), line, windowMode, process);
     const int32_t result = started ? WaitForCode(process) : kNotStartedHidden;
