@@ -36,7 +36,7 @@ struct ProcessRecord {
 constexpr uint32_t kListSize = kMostProcesses * sizeof(ProcessRecord);
 static_assert(kListSize == 157200);
 
-VrWord backEnd = 0;  // the module; not 0 once its entry points are there
+VrWord backEnd = 0;  // the module of the one that is ready
 
 EnumProcessesRoutine enumProcesses = nullptr;
 EnumProcessModulesRoutine enumProcessModules = nullptr;
@@ -144,10 +144,11 @@ const BackEnd& BackEndOfPlatform() {
     return version.platformNumber == kPlatformWithPsapi ? kPsapi : kKernel;
 }
 
-// The one that was loaded first stays, whatever the platform says later.
+// The one that was loaded first stays, whatever the platform says later. Its entry points
+// are looked up anew each time: a host can have unloaded it.
 const BackEnd* ReadyBackEnd() {
     static const BackEnd* ready = nullptr;
-    if (backEnd != 0) return ready;
+    if (ready != nullptr && ready->find(backEnd)) return ready;
     const BackEnd& wanted = BackEndOfPlatform();
     const VrWord module = DllLoad(wanted.library, nullptr);
     if (module == 0) {
