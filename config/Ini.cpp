@@ -62,6 +62,7 @@ bool FindFileValue(const char* section, const char* key, char (&value)[vr::kSett
 }
 
 bool FindSetting(const char* section, const char* key, char (&value)[vr::kSettingSize]) {
+    if (section == nullptr || key == nullptr) return false;
     return vr::FindRegistryValue(section, key, value) || FindFileValue(section, key, value);
 }
 
@@ -111,7 +112,7 @@ char* IniGetString(const char* section, const char* key, const char* defaultValu
 }
 
 char* IniGetSection(const char* section) {
-    const char* p = vr::FindSection(section);
+    const char* p = section == nullptr ? nullptr : vr::FindSection(section);
     if (p == nullptr) return nullptr;
     const char* end = EndOfSection(p);
     auto* text = static_cast<char*>(alloc_memory(static_cast<uint32_t>(end - p) + 2));

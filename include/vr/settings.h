@@ -18,7 +18,7 @@
  * Names and keys have no case. The value begins at the first byte behind the next =
  * that is no white space, on whatever line that is, and ends with its line, at most
  * 255 bytes on, less its trailing white space. A ; begins a comment only at the
- * start of a line, but for IniGetSection.
+ * start of a line, but for IniGetSection. A null section or key names no setting.
  *
  * Registry values stand under HKEY_LOCAL_MACHINE, Software\Veldane\PRODUCT\SECTION,
  * the value's name being the key; texts of more than 256 bytes count as absent, and

@@ -67,7 +67,9 @@ TEST_F(SettingsTest, TheFileIsReadLeniently) {
                  "FOO=1 LINE=" +
                  x))
         EXPECT_EQ(Taken(IniGetSection(section.c_str())), text);
-    EXPECT_EQ(Taken(IniGetString("Database", "MISSING", nullptr)), "");
+    EXPECT_EQ(Taken(IniGetString("Database", nullptr, nullptr)), "");
+    EXPECT_EQ(IniGetInt(nullptr, "LOG", 9), 9);
+    EXPECT_EQ(IniGetSection(nullptr), nullptr);
 }
 
 TEST_F(SettingsTest, TheRegistryGoesBeforeTheFile) {
