@@ -4,7 +4,7 @@
  * UtilInit reads the file whole, from the path in its record, else from the current
  * directory, else from the Windows directory, and copies the file's [ENVIRONMENT]
  * section and then the registry's ENVIRONMENT key into the process environment; without
- * a file, or with an empty one, neither is copied.
+ * a file, or with an empty one, neither is copied. A pipe or a device counts as empty.
  * After that nothing is read again but registry values and environment variables,
  * at each call.
  *

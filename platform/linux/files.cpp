@@ -61,20 +61,27 @@ bool Writes(int32_t flags) {
     return (flags & kAccessBits) != kOpenReadOnly;
 }
 
+// A signal that comes meanwhile ends no call for good.
+template <typename Call>
+auto Insist(Call call) {
+    auto result = call();
+    while (result < 0 && errno == EINTR)
+        result = call();
+    return result;
+}
+
 // A file that is there. The permission bits bind everybody here, the superuser too,
-// and are looked at before anything is cut.
+// and are looked at before anything is cut. The open itself does not wait for the other
+// end of a pipe; what is read and written later does.
 int OpenExisting(const char* path, int32_t flags, int hostFlags) {
-    const int descriptor = open(path, hostFlags);
+    const int descriptor = Insist([=] { return open(path, hostFlags | O_NONBLOCK); });
     if (descriptor == -1) return errno == EISDIR ? Refuse(EACCES) : -1;
     struct stat status;
     const bool usable = fstat(descriptor, &status) == 0 && !S_ISDIR(status.st_mode) &&
-                        (!Writes(flags) || (status.st_mode & kAnyWrite) != 0);
-    if (!usable) {
-        close(descriptor);
-        return Refuse(EACCES);
-    }
-    const bool cut = (flags & kOpenTruncate) != 0 && S_ISREG(status.st_mode);
-    if (cut && ftruncate(descriptor, 0) != 0) {
+                        (!Writes(flags) || (status.st_mode & kAnyWrite) != 0) &&
+                        (S_ISREG(status.st_mode) || fcntl(descriptor, F_SETFL, hostFlags) == 0);
+    const bool cut = (flags & kOpenTruncate) != 0 && usable && S_ISREG(status.st_mode);
+    if (!usable || (cut && Insist([=] { return ftruncate(descriptor, 0); }) != 0)) {
         close(descriptor);
         return Refuse(EACCES);
     }
@@ -112,23 +119,17 @@ size_t AtMostInt32(uint32_t count) {
 }
 
 ssize_t ReadRaw(int descriptor, void* buffer, size_t count) {
-    ssize_t got = 0;
-    do {
-        got = read(descriptor, buffer, count);
-    } while (got < 0 && errno == EINTR);
-    return got;
+    return Insist([=] { return read(descriptor, buffer, count); });
 }
 
 // As much as goes; -1 only when nothing did.
 ssize_t WriteRaw(int descriptor, const char* bytes, size_t count) {
     size_t done = 0;
     while (done < count) {
-        const ssize_t written = write(descriptor, bytes + done, count - done);
-        if (written > 0) {
-            done += static_cast<size_t>(written);
-        } else if (written == 0 || errno != EINTR) {
-            return done != 0 ? static_cast<ssize_t>(done) : -1;
-        }
+        const ssize_t written =
+            Insist([=] { return write(descriptor, bytes + done, count - done); });
+        if (written <= 0) return done != 0 ? static_cast<ssize_t>(done) : -1;
+        done += static_cast<size_t>(written);
     }
     return static_cast<ssize_t>(done);
 }
@@ -318,12 +319,12 @@ int32_t FileLength(int32_t handle) {
 
 int32_t FileChangeSize(int32_t handle, int32_t size) {
     const OpenFile* file = FindFile(handle);
-    return file == nullptr ? -1 : ftruncate(file->descriptor, size);
+    return file == nullptr ? -1 : Insist([=] { return ftruncate(file->descriptor, size); });
 }
 
 int32_t FileCommit(int32_t handle) {
     const OpenFile* file = FindFile(handle);
-    return file == nullptr ? -1 : fsync(file->descriptor);
+    return file == nullptr ? -1 : Insist([=] { return fsync(file->descriptor); });
 }
 
 void* FileSystemHandle(int32_t handle) {

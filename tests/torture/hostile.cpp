@@ -95,6 +95,7 @@ TEST_F(Hostile, SettingsFiles) {
         {"head -c 9999 /dev/zero > s.ini", 7},
         {"printf '[S] KEY=5' > s.ini", 5},
         {"mkdir s.ini", 7},
+        {"mkfifo s.ini", 7},
         {"ln -s /dev/zero s.ini", 7},
         {"ln -s s.ini s.ini", 7},
     };

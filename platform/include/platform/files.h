@@ -61,7 +61,9 @@ PLATFORM_BEGIN
 PLATFORM_API int32_t SetHandleCount(int32_t count);
 
 /* Opens a file; the result is its handle, the lowest free number from 3 on, or -1.
- * Children do not inherit it. Directories cannot be opened. */
+ * Children do not inherit it. Directories cannot be opened. Nor does it wait: a named pipe
+ * that nobody has open for writing is at its end, and one that nobody reads cannot be opened
+ * for writing alone. */
 PLATFORM_API int32_t FileOpen(const char* path, int32_t flags, int32_t sharing, int32_t permission);
 
 /* Closes a file: 0, or -1 for a bad handle. All locks of the handle go with it. */
