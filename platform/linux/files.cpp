@@ -104,6 +104,17 @@ int OpenOrCreate(const char* path, int32_t flags, int hostFlags, mode_t mode) {
     return Refuse(EACCES);
 }
 
+// Where a standard stream was closed its number is free, but a file there would get what
+// the process writes to the stream.
+int AboveStandardStreams(int descriptor) {
+    if (descriptor == -1 || descriptor > STDERR_FILENO) return descriptor;
+    const int above = fcntl(descriptor, F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
+    const int error = errno;
+    close(descriptor);
+    errno = error;
+    return above;
+}
+
 int OpenOnHost(const char* path, int32_t flags, int32_t permission) {
     if ((flags & kAccessBits) == kAccessBits) return Refuse(EINVAL);
     char hostPath[kHostPathSize];
@@ -111,7 +122,7 @@ int OpenOnHost(const char* path, int32_t flags, int32_t permission) {
     const int append = (flags & kOpenAppend) != 0 ? O_APPEND : 0;
     const int hostFlags = (flags & kAccessBits) | append | O_CLOEXEC | O_NOCTTY;
     const mode_t mode = kAnyRead | ((permission & kPermissionWrite) != 0 ? kAnyWrite : 0);
-    return OpenOrCreate(hostPath, flags, hostFlags, mode);
+    return AboveStandardStreams(OpenOrCreate(hostPath, flags, hostFlags, mode));
 }
 
 size_t AtMostInt32(uint32_t count) {

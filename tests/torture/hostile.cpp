@@ -181,6 +181,22 @@ TEST_F(Hostile, FullDisks) {
     EXPECT_EQ(OsChsize(Open("size"), 20'000), -1);
 }
 
+TEST_F(Hostile, NoStandardStreams) {
+    EXPECT_TRUE(Succeeds(Fork([this] {
+        setsid();
+        for (int descriptor : {0, 1, 2})
+            close(descriptor);
+        ControlMessageBoxes(nullptr, nullptr);
+        StartHere();
+        const int32_t files[] = {Open("a"), Open("b"), Open("c")};
+        EXPECT_EQ(VrErrorMessage("nobody sees this"), 1);
+        for (int32_t file : files)
+            EXPECT_EQ(OsFileLength(file), 0);
+        EXPECT_EQ(System("echo x;exit 5", "out"), 5);
+        EXPECT_EQ(ReadFile("out"), "x\n");
+    })));
+}
+
 TEST_F(Hostile, TenThousandVariables) {
     for (int i = 0; i < 10'000; ++i)
         setenv(("VARIABLE" + std::to_string(i)).c_str(), "value", 1);
