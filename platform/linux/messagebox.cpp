@@ -40,6 +40,18 @@ const ButtonSet& ButtonsOf(uint32_t style) {
     return (style & kButtonBits) == MB_RETRYCANCEL ? kRetryCancelSet : kOkSet;
 }
 
+// Nobody is left to tell about a terminal that cannot be written.
+bool WriteAll(int descriptor, const char* bytes, size_t count) {
+    while (count != 0) {
+        const ssize_t written = write(descriptor, bytes, count);
+        if (written < 0 && errno == EINTR) continue;
+        if (written <= 0) return false;
+        bytes += written;
+        count -= static_cast<size_t>(written);
+    }
+    return true;
+}
+
 // A record's bytes may be shown here, so what would steer a terminal is masked.
 void WriteText(int descriptor, const char* text) {
     char chunk[512];
@@ -49,8 +61,7 @@ void WriteText(int descriptor, const char* text) {
         const bool shown = (byte >= 32 && byte != 127) || byte == '\n' || byte == '\t';
         chunk[filled++] = shown ? *p : '.';
         if (filled < sizeof chunk && p[1] != '\0') continue;
-        // Nobody is left to tell about a terminal that cannot be written.
-        if (write(descriptor, chunk, filled) < 0) return;
+        if (!WriteAll(descriptor, chunk, filled)) return;
         filled = 0;
     }
 }

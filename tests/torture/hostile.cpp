@@ -234,9 +234,16 @@ TEST_F(Hostile, SignalsWhilePipesAreReadAndWritten) {
     const pid_t writer = Fork([] { Make("sleep 0.1; printf bytes > pipe"); });
     std::string bytes(kMegabyte, ' ');
     EXPECT_EQ(OsRead(file, bytes.data(), 100), 5);
-    const pid_t reader = ReadSlowly(both, kMegabyte);
+    const pid_t reader = ReadSlowly(both, 2 * kMegabyte + 1);
     EXPECT_EQ(OsWrite(file, bytes.data(), kMegabyte), kMegabyte);
-    EXPECT_TRUE(Succeeds(writer) && Succeeds(reader));
+    const pid_t shower = Fork([both, &bytes] {
+        setsid();
+        dup2(both, STDERR_FILENO);
+        ControlMessageBoxes(nullptr, nullptr);
+        SendSignals();
+        MessageBoxA(nullptr, bytes.c_str(), nullptr, MB_OK);
+    });
+    EXPECT_TRUE(Succeeds(writer) && Succeeds(shower) && Succeeds(reader));
 }
 
 TEST_F(Hostile, SignalsWhileProgramsRunAndTimePasses) {
