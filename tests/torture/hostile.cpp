@@ -252,6 +252,8 @@ TEST_F(Hostile, SignalsWhileProgramsRunAndTimePasses) {
     EXPECT_EQ(System("sleep 0.2;exit 7", nullptr), 7);
     EXPECT_EQ(System("-0sleep 0.2;echo x", "out"), 0);
     EXPECT_EQ(ReadFile("out"), "x\n");
+    signal(SIGTERM, SIG_IGN);
+    EXPECT_EQ(System("kill -TERM $$", nullptr), 128 + SIGTERM) << "programs ignore no signal";
     const auto begin = Clock::now();
     GoToSleep(1);
     EXPECT_GE(Clock::now() - begin, Seconds(1));
