@@ -10,6 +10,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <chrono>
 #include <csignal>
 #include <ctime>
 #include <string>
@@ -186,16 +187,12 @@ int32_t WaitForSingleObject(void* process, int32_t milliseconds) {
         return INFINITE;
     }
     if (milliseconds == INFINITE && found->isChild) Poll(*found, 0);
-    timespec begin = {};
-    clock_gettime(CLOCK_MONOTONIC, &begin);
+    using Clock = std::chrono::steady_clock;
+    const Clock::time_point end = Clock::now() + std::chrono::milliseconds(milliseconds);
     for (;;) {
         Poll(*found, WNOHANG);
         if (found->ended) return WAIT_OBJECT_0;
-        timespec now = {};
-        clock_gettime(CLOCK_MONOTONIC, &now);
-        const int64_t passed =
-            int64_t{now.tv_sec - begin.tv_sec} * 1000 + (now.tv_nsec - begin.tv_nsec) / 1'000'000;
-        if (milliseconds != INFINITE && passed >= milliseconds) return WAIT_TIMEOUT;
+        if (milliseconds != INFINITE && Clock::now() >= end) return WAIT_TIMEOUT;
         const timespec pause = {0, kPollNanoseconds};
         nanosleep(&pause, nullptr);
     }
