@@ -1,0 +1,183 @@
+// Dynamic arrays where random cases do not reach: strings that are not what they seem, exact
+// messages, absurd numbers, and what else may stand in a list or in plain text.
+
+#include <climits>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "tests/support/arrays.h"
+#include "tests/support/library_test.h"
+
+namespace {
+
+// An edit of one attribute; what comes out is closed by a zero.
+std::string Replaced(VrString s, int32_t attribute, const Array& element) {
+    UtilPosition position = {attribute, 0, 0, kVrFirstCursor};
+    VrString result = UtilInsertReplace(&position, s, element, 1);
+    const bool isClosed = VrStrText(result)[result->length] == 0;
+    const std::string text = Swapped(BytesOf(result), kMarks, kNotation);
+    if (result != s) free_mem(&result);
+    return isClosed ? text : "a string without a zero";
+}
+
+TEST_F(LibraryTest, EditsOfStringsThatAreNotWhatTheySeem) {
+    VrString zero = VR_SHARED_STRING(FalseVrStr);
+    const Array below("abc");
+    below->length = -1;
+    struct {
+        LongHeader none;
+        int32_t length;
+        unsigned char text[3];
+    } buffer = {{2, 4, 100, 0}, 2, {'a', kVrAttributeMark}};
+    auto inBuffer = reinterpret_cast<VrString>(&buffer.length);
+    const std::tuple<VrString, int32_t, std::string> cases[] = {
+        {zero, 1, "X"},  {zero, -1, "0^X"}, {inBuffer, 2, "a^X"},
+        {below, 1, "X"}, {below, -1, "X"},  {below, 3, "^^X"}};
+    for (const auto& [s, attribute, result] : cases)
+        EXPECT_EQ(Replaced(s, attribute, Array("X")), result);
+    EXPECT_EQ(BytesOf(zero), "0");
+    EXPECT_EQ(Replaced(Array("a^b"), 1, below), "^b");
+
+    // A host cuts the text by hand: the memo of the edit before leads behind it then.
+    const std::string text = "abc^" + std::string(150, 'd') + "^e^f";
+    const Array cut(text);
+    EXPECT_EQ(Replaced(cut, 4, Array("f")), text);
+    cut->length = 5;
+    EXPECT_EQ(Replaced(cut, 5, Array("x")), "abc^d^^^x");
+}
+
+TEST_F(LibraryTest, ALengthBelowZeroCountsAsNone) {
+    const Array s("^ab^");
+    s->length = -1;
+    UtilSwapChar(s, kVrAttributeMark, 'x');
+    EXPECT_EQ(VrStrText(s)[0], kVrAttributeMark);
+    VrString out = nullptr;
+    EXPECT_EQ(UtilGetNextValue(s, 1000, &out, 0), 4);
+    for (VrString none : {out, get_field(1, s), extract_tail(1, 0, 0, s), get_field_at_pos(0, s)})
+        EXPECT_EQ(none, NullString());
+    EXPECT_EQ(item_count(s, 'z'), 0);
+    UtilSwapChar(nullptr, 0, 'x');
+    UtilSwapChar(NullString(), 0, 'x');
+    EXPECT_EQ(VrStrText(NullString())[0], 0);
+    for (char* empty : {get_field_string(4, s), get_tail_string(9, s)})
+        EXPECT_EQ(static_cast<void*>(empty), NullString());
+}
+
+TEST_F(LibraryTest, ScansWithAbsurdNumbers) {
+    const Array s("^^^xxxxxxxx^yy^");
+    const int32_t forward[][4] = {// length, number, cursor reached and count left
+                                  {INT_MAX, 4, 7, 0},
+                                  {3, INT_MAX, 7, INT_MAX - 4},
+                                  {0, -1, 4, -2},
+                                  {-5, 5, 4, 4}};
+    for (const auto& [length, number, reached, left] : forward) {
+        int32_t count = number;
+        EXPECT_EQ(ScanStr(s, -1, length, kVrAttributeMark, &count), reached) << length;
+        EXPECT_EQ(count, left) << length;
+    }
+    const int32_t back[][4] = {{16, INT_MAX, 4, INT_MAX - 4},
+                               {INT_MAX, 9, 4, 4},
+                               {6, -2, 6, -2},
+                               {7, 0, 7, 0},
+                               {-7, 3, -7, 3}};
+    for (const auto& [cursor, number, reached, left] : back) {
+        int32_t count = number;
+        EXPECT_EQ(SkipBackNAttrs(s, cursor, &count), reached) << cursor;
+        EXPECT_EQ(count, left) << cursor;
+    }
+}
+
+int32_t NextComma(VrString s, int32_t cursor, VrString* out, uint32_t size) {
+    return UtilGetNextMarkerVal(s, cursor, out, size, ',');
+}
+
+TEST_F(LibraryTest, ElementsInABuffer) {
+    using Walk = int32_t (*)(VrString, int32_t, VrString*, uint32_t);
+    const std::tuple<Walk, std::string, uint32_t, std::string> cases[] = {
+        {UtilGetNextAttribute, "abcdef^g", 12, "Attribute too big (abcdef^g) size 3"},
+        {UtilGetNextValue, "abc^g", 12, "Value too big (abc^g) size 3"},
+        {UtilGetNextSubvalue, "a", 9, "SubValue too big (a) size 0"},
+        {NextComma, "abcdef,g", 14, "Attribute too big (abcdef,g) size 14"}};
+    for (const auto& [next, text, size, message] : cases) {
+        int32_t buffer[10] = {-1};
+        auto* out = reinterpret_cast<VrString>(buffer);
+        next(Array(text), -1, &out, size);
+        EXPECT_EQ(BytesOf(out), text.substr(0, size - 9));
+        EXPECT_TRUE(static_cast<void*>(out) == buffer + 1 && buffer[0] == 0);
+        EXPECT_EQ(boxes.shown.back(), (Box{Marked(message), false, "", MB_OK}));
+    }
+    // The text is cut on its way into the scratch area, where the buffer is too, here.
+    const Array s(std::string(kVrScratchSize * 2, 'x'));
+    auto* out = reinterpret_cast<VrString>(MemBuf1);
+    EXPECT_EQ(UtilGetNextValue(s, kVrFirstCursor, &out, 14), 10);
+    EXPECT_EQ(boxes.shown.back().text.size(), 1023u);
+    EXPECT_TRUE(out->length == 5 && VrStrText(out)[5] == 0);
+}
+
+// A row is "record|list|what get gives" or "record|values|list|what put gives".
+void CheckFields(const std::string& row) {
+    std::vector<std::string> texts;
+    std::istringstream parts(row);
+    for (std::string text; std::getline(parts, text, '|');)
+        texts.push_back(text);
+    const std::vector<Array> in(texts.begin(), texts.end() - 1);
+    EXPECT_EQ(TakeText(in.size() == 2 ? UtilGetFieldsFromVrString(in[0], in[1])
+                                      : UtilPutFieldsInVrString(in[0], in[1], in[2])),
+              texts.back());
+}
+
+TEST_F(LibraryTest, FieldRecordsByOddLists) {
+    for (const char* row :
+         {"a^b^c|3^|c", "a^b^c|0^x^-1^2|a^a^a^b", "a]b^c| +1x^\t2|a]b^c", "a^b|4294967297^2]1|^b",
+          "a^b^c|X^Y|3^1|Y^b^X", "a^b]c^d|X]Y^Z|2^x|Z", "a^b|X^Y^Z|2^2^2^|a^Z"})
+        CheckFields(row);
+    VrString shared = VR_SHARED_STRING(TrueVrStr);
+    EXPECT_EQ(TakeText(UtilPutFieldsInVrString(shared, Array("X"), shared)), "X");
+    EXPECT_EQ(BytesOf(shared), "1");
+
+    // A message box tells that a long attribute was taken into a buffer.
+    const std::string most(991, 'v'), zeros(500, '0');
+    CheckFields("a^b|" + most + "|2^1|^" + most);
+    EXPECT_EQ(boxes.shown.size(), 1u) << "fits exactly";
+    CheckFields("a^b|" + zeros + "2^" + zeros + "1|b^a");
+    CheckFields("a^b|" + most + "v|2^1|^" + most + "v");
+    CheckFields("a^b|X|" + zeros.substr(411) + "2|a^X");
+    EXPECT_EQ(boxes.shown.size(), 1u);
+    CheckFields("a^b|X|" + zeros.substr(410) + "27|a^X");
+    EXPECT_EQ(boxes.shown.size(), 2u);
+
+    const std::tuple<int32_t, int32_t, std::string, int32_t> splices[] = {{INT_MAX, 1, "aX", 2},
+                                                                          {2, INT_MAX, "abcX", 4},
+                                                                          {INT_MIN, 1, "aXbc", 2},
+                                                                          {0, INT_MIN, "Xabc", 1}};
+    for (const auto& [length, offset, result, next] : splices) {
+        int32_t behind = -1;
+        EXPECT_EQ(TakeText(UtilReplaceString(Array("abc"), Array("X"), length, offset, &behind)),
+                  result);
+        EXPECT_EQ(behind, next) << result;
+    }
+}
+
+std::string TakeBlock(char* block) {
+    std::string text = block;
+    free_mem(&block);
+    return text;
+}
+
+TEST_F(LibraryTest, WordsAndFieldsOfPlainText) {
+    const std::tuple<const char*, int32_t, std::string, int32_t> words[] = {
+        {"  ab  cd e", 0, "ab", 4}, {"  ab  cd e", 4, "cd", 8}, {"  ab  cd e ", 10, "", 11},
+        {"abc", 5, "", 5},          {nullptr, 0, "", 0},        {"abc", -2, "", -2},
+        {"a\tb c", 0, "a\tb", 3}};
+    for (const auto& [text, from, word, to] : words) {
+        int32_t offset = from;
+        EXPECT_EQ(TakeBlock(get_text_word(&offset, text)), word);
+        EXPECT_EQ(offset, to);
+    }
+    for (const auto& [number, field] : {std::pair(0, "a"), {2, "\xFE"}, {3, ""}, {4, "c"}, {5, ""}})
+        EXPECT_EQ(TakeBlock(get_text_field("a,\xFE,,c", ',', number)), field) << number;
+    EXPECT_EQ(TakeBlock(get_text_field("a\xFFz", 0xFF, 2)), "z");
+}
+
+}  // namespace
