@@ -75,8 +75,8 @@ char* _dup_str(const char* text, const char* tag, int32_t line) {
 
 int32_t CompareVrStrings(VrString a, VrString b) {
     if (a == nullptr || b == nullptr) return (a != nullptr) - (b != nullptr);
-    const int32_t lengthA = std::max(a->length, 0);
-    const int32_t lengthB = std::max(b->length, 0);
+    const int32_t lengthA = a->length > 0 ? a->length : 0;
+    const int32_t lengthB = b->length > 0 ? b->length : 0;
     if (lengthA == 0 || lengthB == 0) return (lengthA != 0) - (lengthB != 0);
     const unsigned char* textA = VrStrText(a);
     const unsigned char* textB = VrStrText(b);

@@ -25,9 +25,10 @@ inline uint8_t* At(VrString s, int32_t cursor) {
 // The longest text whose end is still a cursor.
 constexpr int32_t kLongestText = INT32_MAX - kVrFirstCursor;
 
-// A length word below 0 counts as 0.
+// A length word below 0 counts as 0. It may stand at any address.
 inline int32_t LengthOf(VrString s) {
-    return std::clamp(s->length, 0, kLongestText);
+    const int32_t length = s->length;
+    return std::clamp(length, int32_t{0}, kLongestText);
 }
 
 inline int32_t EndCursor(VrString s) {

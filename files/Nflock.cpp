@@ -56,7 +56,8 @@ uint32_t Hash(uint32_t start, const unsigned char* bytes, size_t length) {
 
 uint32_t KeyPosition(VrLockHandle handle, VrString key) {
     key = vr::OrNullString(key);
-    return Hash(handle << 16, VrStrText(key), static_cast<size_t>(std::max(key->length, 0)));
+    return Hash(handle << 16, VrStrText(key),
+                key->length > 0 ? static_cast<size_t>(key->length) : 0);
 }
 
 constexpr int32_t kBadHandle = -1;

@@ -6,7 +6,6 @@
 
 #include "lookup/Tbl.h"
 
-#include <algorithm>
 #include <cstdio>
 #include <cstring>
 
@@ -53,7 +52,7 @@ unsigned char* NewArray(int32_t length, int32_t size) {
 int32_t Take(Tbl& table, int32_t slot) {
     MarkOf(table, slot) = kTaken;
     ++table.used;
-    table.maximum = std::max<int32_t>(table.maximum, table.used);
+    if (table.used > table.maximum) table.maximum = table.used;
     return slot;
 }
 

@@ -1,0 +1,395 @@
+// Dynamic arrays against a plain model, which looks for one mark after the other in a
+// std::string: edits, walks, scans, picks and field records on one string in turn. An edit
+// must come out as the model says to the byte, with the capacity and the memo that follow
+// from it, and so must the same edit of a copy without a memo. Byte 255 ends every search
+// for a place, so the model edits the text in front of the first one and hangs the rest on
+// again; to walks and picks it is data.
+
+#include <array>
+#include <climits>
+#include <vector>
+
+#include "fuzz/fuzz.h"
+#include "tests/support/arrays.h"
+
+namespace {
+
+using Numbers = std::array<int32_t, 3>;  // attribute, value, subvalue
+
+constexpr int32_t kUnwritten = -77;
+
+int32_t CursorOf(size_t offset) {
+    return int32_t(offset) + kVrFirstCursor;
+}
+
+// An element, or the last one and how many are missing behind it.
+struct Place {
+    size_t start;
+    size_t end;
+    int32_t missing;
+};
+
+Place Find(const std::string& text, char mark, int32_t number) {
+    size_t start = 0;
+    size_t end = text.find(mark);
+    int32_t reached = 1;
+    for (; reached != number && end != text.npos; ++reached) {
+        start = end + 1;
+        end = text.find(mark, start);
+    }
+    return {start, std::min(end, text.size()), std::max(number, 1) - reached};
+}
+
+// The element and everything from its first byte on, both empty if it is missing.
+struct Picked {
+    std::string element;
+    std::string tail;
+};
+
+Picked Pick(const std::string& text, const Numbers& numbers) {
+    Picked picked = {text, text};
+    for (size_t level = 0; level < 3 && (level == 0 || numbers[level] != 0); ++level) {
+        const Place place = Find(picked.element, kMarks[level], std::max(numbers[level], 1));
+        if (place.missing > 0) return {};
+        picked.element = picked.element.substr(place.start, place.end - place.start);
+        picked.tail = picked.tail.substr(place.start);
+    }
+    return picked;
+}
+
+struct Request {
+    Numbers given;
+    Numbers numbers;  // with the levels above the lowest one completed
+    std::string element;
+    uint32_t replace;
+};
+
+struct Edited {
+    std::string text;
+    int32_t cursor = kVrFirstCursor;
+    Numbers made = {};  // marks that were missing, by level
+};
+
+// An element is written over its place or in front of it; an empty last place is
+// filled in either case.
+Edited Put(std::string text, size_t level, const Request& request) {
+    const int32_t number = request.numbers[level];
+    Place place = Find(text, kMarks[level], number);
+    const int32_t made = number > 0 ? place.missing : int32_t{!text.empty()};
+    if (made > 0) {
+        text.append(size_t(made), kMarks[level]);
+        place.start = place.end = text.size();
+    }
+    const std::string old = text.substr(place.start, place.end - place.start);
+    Edited result = {request.element};
+    if (level < 2 && request.numbers[level + 1] != 0) {
+        result = Put(old, level + 1, request);
+    } else if (!request.replace && (!old.empty() || place.end < text.size())) {
+        result.text += kMarks[level] + old;
+    }
+    result.made[level] = made;
+    result.cursor += int32_t(place.start);
+    result.text = text.replace(place.start, old.size(), result.text);
+    return result;
+}
+
+// Behind the whole text, a run of negative numbers opens one element of the run's
+// last level, and the numbers behind the run count in that new element.
+Edited Edit(const std::string& text, const Request& request) {
+    const Numbers& numbers = request.numbers;
+    Edited result = {request.element};
+    if (numbers[0] == 0) return {request.element, kUnwritten};
+    if (numbers[0] > 0) {
+        const size_t reach = std::min(text.find('\xFF'), text.size());
+        result = Put(text.substr(0, reach), 0, request);
+        result.text += text.substr(reach);
+        return result;
+    }
+    size_t level = 0;
+    while (level < 2 && numbers[level + 1] < 0)
+        ++level;
+    if (level < 2 && numbers[level + 1] > 0) result = Put("", level + 1, request);
+    if (text.empty()) return result;
+    result.text = text + kMarks[level] + result.text;
+    result.cursor += std::ssize(text) + 1;
+    return result;
+}
+
+// What stands around a text: a new string's follows from its length.
+struct Room {
+    bool inPlace;
+    bool isLong;
+    int32_t capacity;
+    int32_t memo = 0;
+};
+
+Room NewRoom(int32_t length) {
+    return {false, length >= 129, length >= 129 ? length + length / 2 : length};
+}
+
+Room RoomOf(VrString s) {
+    const bool isLong = (ClassByteOf(s) & 0x0F) != 0;
+    if (isLong) return {true, true, HeaderOf(s).capacity, HeaderOf(s).memoAttribute};
+    return {s != VR_SHARED_STRING(TrueVrStr), false, s->length};
+}
+
+Room RoomAfter(VrString s, const Request& request, const Edited& edited) {
+    const auto [attribute, value, subvalue] = request.numbers;
+    const int32_t total = std::ssize(edited.text);
+    Room room = RoomOf(s);
+    if (attribute == 0) return NewRoom(total);
+    if (attribute < 0) return s->length != 0 && total <= room.capacity ? room : NewRoom(total);
+    int32_t length = s->length;
+    for (size_t level = 0; level < 3; ++level) {
+        const int32_t made = edited.made[level];
+        if (made > 0 && (length == 0 || length + made > room.capacity))
+            room = NewRoom(length + made);
+        length += made;
+        if (level == 0 && room.isLong) room.memo = attribute;
+    }
+    const bool replaces = request.replace && length == s->length && value >= 0 && subvalue >= 0;
+    if (total < room.capacity || (replaces && total <= length)) return room;
+    Room moved = NewRoom(total);
+    if (moved.isLong) moved.memo = room.memo;
+    return moved;
+}
+
+const std::string kAlphabets[] = {Marked("abcdefghijklmnopqrstuvwxyz0123456789^]\\"),
+                                  Marked("abc^"), Marked("ab^]\\"), Marked("a]\\"),
+                                  Marked(std::string("\0\x7F\x80\xFB", 4) + "ab^]\\")};
+
+struct Dice : Input {
+    using Input::Input;
+    std::string Text(int32_t length) {
+        std::string text(size_t(length), 0);
+        for (char& c : text)
+            c = alphabet[Byte() % alphabet.size()];
+        if (has255 && length > 0 && Below(3) == 0) text[size_t(Below(length))] = '\xFF';
+        return text;
+    }
+
+    const std::string& alphabet = kAlphabets[Below(std::ssize(kAlphabets))];
+    const bool has255 = Below(4) == 0;
+};
+
+// Attributes around the memo, well before it, at the end and past it, also so far
+// that the missing marks just fill the capacity; elements likewise.
+Request AnyRequest(Dice& dice, VrString s) {
+    const Room room = RoomOf(s);
+    const int32_t m = std::max(room.memo, 0);
+    const int32_t count = field_count(VrStrText(s), s->length);
+    const int32_t full = count + std::min(room.capacity - s->length, 1000);
+    const auto inner = {0, 0, 0, 0, 1, 2, 3, 1 + dice.Below(30), -1, INT_MIN};
+    Request request = {};
+    request.given = {
+        dice.OneOf({0, 0, -1, INT_MIN, 1 + dice.Below(9), 1 + dice.Below(count + 1), m - 1, m,
+                    m + 1, m + dice.Below(4), m / 2 + 1, m / 2 + 2, m - m / 3, count,
+                    count + dice.Below(4), full + dice.Below(3) - 1}),
+        dice.OneOf(inner), dice.OneOf(inner)};
+    request.numbers = request.given;
+    for (const size_t level : {size_t{1}, size_t{0}}) {
+        int32_t& above = request.numbers[level];
+        if (above == 0 && request.numbers[level + 1] != 0) above = 1;
+    }
+    request.replace = uint32_t(dice.OneOf({0, 1, 0x100}));
+    int32_t length = dice.Below(dice.OneOf({1, 2, 5, 20, 20, 200}));
+    if (room.isLong && dice.Below(3) == 0) {
+        const int32_t bare = std::ssize(Edit(BytesOf(s), request).text);
+        length = std::clamp(room.capacity - bare + dice.Below(4) - 2, 0, 800);
+    }
+    request.element = dice.Text(length);
+    return request;
+}
+
+VrString Apply(VrString s, const Request& request) {
+    const Edited expected = Edit(BytesOf(s), request);
+    const Room room = RoomAfter(s, request, expected);
+    const auto [attribute, value, subvalue] = request.given;
+    const Array element(StringOfBytes(request.element));
+    UtilPosition position = {attribute, value, subvalue, kUnwritten};
+    VrString result = UtilInsertReplace(&position, s, element, request.replace);
+    HOLDS(BytesOf(result) == expected.text);
+    HOLDS(VrStrText(result)[result->length] == 0);
+    HOLDS((Numbers{position.attribute, position.value, position.subvalue}) == request.numbers);
+    HOLDS(position.cursor == expected.cursor);
+    HOLDS(BytesOf(element) == request.element);
+    HOLDS((result == s) == (room.inPlace || (s == NullString() && expected.text.empty())));
+    const Room found = RoomOf(result);
+    HOLDS(found.isLong == room.isLong);
+    HOLDS(found.capacity == (room.isLong ? room.capacity : result->length));
+    HOLDS(found.memo == room.memo);
+    if (found.memo > 0) {
+        const size_t start = Find(expected.text, kMarks[0], found.memo).start;
+        HOLDS(HeaderOf(result).memoCursor == CursorOf(start));
+    }
+    if (result != s) free_mem(&s);
+    return result;
+}
+
+// The walks by level, and as the last one the walk to a marker. All but that one
+// take the byte at a cut for a mark, and complain of an element that just fits.
+void CheckWalk(Dice& dice, VrString s, const std::string& text) {
+    using Walk = int32_t (*)(VrString, int32_t, VrString*, uint32_t);
+    constexpr Walk kWalks[] = {UtilGetNextAttribute, UtilGetNextValue, UtilGetNextSubvalue};
+    const auto kind = size_t(dice.Below(4));
+    const bool toMarker = kind == std::size(kWalks);
+    const int32_t marker = dice.OneOf({254, 253, 252, 'a', 0, 255});
+    const std::string stops(toMarker ? std::string(1, char(marker)) : kMarks.substr(0, kind + 1));
+    const auto size = uint32_t(dice.Below(50));
+    const size_t room = size < 9 ? std::string::npos : size - kVrBufferOverhead;
+    const int32_t cursor = dice.Below(s->length + 9);
+    const auto from = size_t(std::clamp(cursor - kVrFirstCursor, 0, s->length));
+    const std::string element = text.substr(from, text.find_first_of(stops, from) - from);
+    const std::string kept = element.substr(0, room);
+    const bool complains = toMarker ? element.size() > room : element.size() >= room;
+    const size_t behind = from + kept.size() + (toMarker && complains ? 0 : 1);
+
+    std::vector<unsigned char> buffer(1 + size, 0xAA);
+    auto* out = reinterpret_cast<VrString>(&buffer[1]);  // a string may stand anywhere
+    boxesShown.shown.clear();
+    const int32_t next = toMarker ? UtilGetNextMarkerVal(s, cursor, &out, size, uint8_t(marker))
+                                  : kWalks[kind](s, cursor, &out, size);
+    HOLDS(next == CursorOf(std::min(behind, text.size())));
+    HOLDS(boxesShown.shown.size() == (complains ? 1 : 0));
+    HOLDS(VrStrText(out)[kept.size()] == 0);
+    HOLDS((size < 9 ? TakeBytes(out) : BytesOf(out)) == kept);
+    if (complains || kind > 1) return;
+    HOLDS((kind == 0 ? UtilSkipAttribute : UtilSkipValue)(s, cursor) == next);
+}
+
+void CheckWalkBack(Dice& dice, VrString s, const std::string& text) {
+    const int32_t from = dice.Below(s->length + 1);
+    VrString out = nullptr;
+    HOLDS(UtilGetRestOfVrStr(s, CursorOf(size_t(from)), &out) == CursorOf(size_t(out->length)));
+    HOLDS(TakeBytes(out) == text.substr(size_t(from)));
+
+    const int32_t stop = from == s->length ? from : from - 1;
+    const int32_t start =
+        stop <= 0 ? stop : int32_t(text.find_last_of(kMarks.substr(0, 2), size_t(stop) - 1) + 1);
+    HOLDS(UtilGetPrevValue(s, CursorOf(size_t(from)), &out) == start + kVrFirstCursor);
+    HOLDS(TakeBytes(out) == text.substr(size_t(std::max(start, 0)), size_t(stop - start)));
+
+    std::vector<size_t> starts = {0};
+    for (size_t i = 0; i < size_t(from); ++i) {
+        if (text[i] == kMarks[0]) starts.push_back(i + 1);
+    }
+    const int32_t asked = 1 + dice.Below(9);
+    const int32_t left = from == 0 ? asked : asked + 1 - int32_t(starts.size());
+    int32_t count = asked;
+    const size_t reached = left > 0 ? 0 : starts[size_t(-left)];
+    HOLDS(SkipBackNAttrs(s, CursorOf(size_t(from)), &count) == CursorOf(reached));
+    HOLDS(count == std::max(left, 0));
+}
+
+// A place that is wanted behind the last element needs a mark unless nothing stands there.
+void CheckScan(Dice& dice, VrString s, const std::string& text) {
+    const auto mark = uint8_t(dice.OneOf({254, 253, 252, 'b'}));
+    const auto higher = [mark](char c) { return uint8_t(c) > mark; };
+    const auto from = size_t(dice.Below(s->length + 1));
+    const std::string element(text.begin() + ptrdiff_t(from),
+                              std::find_if(text.begin() + ptrdiff_t(from), text.end(), higher));
+    const int32_t asked = dice.OneOf({INT_MIN, -1, 0, 1, 2, 3, 1 + dice.Below(99)});
+    const Place place = Find(element, char(mark), asked);
+    const bool found = asked > 0 && place.missing == 0;
+    const size_t reached = from + (found ? place.start : element.size());
+    int32_t count = asked;
+    HOLDS(ScanStr(s, CursorOf(from), s->length, mark, &count) == CursorOf(reached));
+    const bool needsMark = reached > 0 && !higher(text[reached - 1]);
+    HOLDS(asked > 0 ? count == std::max(place.missing, 0) : needsMark ? count == 1 : count < 0);
+}
+
+void CheckPicks(Dice& dice, VrString s, const std::string& text) {
+    const Numbers numbers = {dice.Below(20) - 1, dice.Below(5) - 1, dice.Below(5) - 1};
+    const auto [attribute, value, subvalue] = numbers;
+    const Picked picked = Pick(text, numbers);
+    HOLDS(TakeBytes(extract_field(attribute, value, subvalue, s)) == picked.element);
+    HOLDS(TakeBytes(extract_tail(attribute, value, subvalue, s)) == picked.tail);
+    const Picked whole = Pick(text, {attribute, 0, 0});
+    HOLDS(TakeBytes(get_field(attribute, s)) == whole.element);
+    HOLDS(TakeCText(get_field_string(attribute, s)) == whole.element.c_str());
+    HOLDS(TakeCText(get_tail_string(attribute, s)) == whole.tail.c_str());
+    const int32_t offset = dice.Below(s->length + 3) - 1;
+    const bool inside = offset >= 0 && offset < s->length;
+    const std::string rest = inside ? text.substr(size_t(offset)) : "";
+    HOLDS(TakeBytes(get_field_at_pos(offset, s)) == Pick(rest, {1, 0, 0}).element);
+    const auto items = [&](char c) {
+        return text.empty() ? 0 : 1 + int32_t(std::count(text.begin(), text.end(), c));
+    };
+    HOLDS(field_count(VrStrText(s), s->length) == items(kMarks[0]));
+    HOLDS(value_count(VrStrText(s), s->length) == items(kMarks[1]));
+    HOLDS(item_count(s, 'a') == items('a'));
+}
+
+void CheckFields(Dice& dice, VrString s, const std::string& text) {
+    const std::string values = dice.Text(dice.Below(40));
+    std::string list;
+    std::string gathered;
+    std::string put = text;
+    const int32_t count = dice.Below(5);
+    for (int32_t i = 0; i < count; ++i) {
+        const Numbers numbers = {dice.Below(30) - 1, 0, 0};
+        const std::string mark(i == 0 ? "" : kMarks.substr(0, 1));
+        list += mark + std::to_string(numbers[0]);
+        gathered += mark + Pick(text, numbers).element;
+        put = Edit(put, {numbers, numbers, Pick(values, {i + 1, 0, 0}).element, 1}).text;
+    }
+    const Array fields(StringOfBytes(list));
+    HOLDS(TakeBytes(UtilGetFieldsFromVrString(s, fields)) == gathered);
+    HOLDS(TakeBytes(UtilPutFieldsInVrString(s, Array(StringOfBytes(values)), fields)) == put);
+}
+
+void CheckSpliceAndSwap(Dice& dice, VrString s, std::string text) {
+    const Array with(StringOfBytes(dice.Text(dice.Below(20))));
+    const int32_t length = dice.Below(s->length + 3) - 1;
+    const int32_t offset = dice.Below(s->length + 3) - 1;
+    const auto at = size_t(std::clamp(offset, 0, s->length));
+    const std::string head = text.substr(0, at) + BytesOf(with);
+    int32_t behind = kUnwritten;
+    HOLDS(TakeBytes(UtilReplaceString(s, with, length, offset, &behind)) ==
+          head + text.substr(std::min(at + size_t(std::max(length, 0)), text.size())));
+    HOLDS(behind == std::ssize(head));
+
+    const Array copy(StringOfBytes(text));
+    UtilSwapChar(copy, uint8_t(kMarks[0]), 'a');
+    std::replace(text.begin(), text.end(), kMarks[0], 'a');
+    HOLDS(BytesOf(copy) == text);
+}
+
+constexpr void (*kChecks[])(Dice&, VrString, const std::string&) = {
+    CheckWalk,
+    CheckWalk,
+    CheckWalkBack,
+    CheckScan,
+    CheckPicks,
+    CheckFields,
+    [](Dice& dice, VrString s, const std::string& text) { CheckSpliceAndSwap(dice, s, text); }};
+
+// What is left of a string cut by hand stands behind its text until it is edited.
+VrString AnyString(Dice& dice) {
+    if (dice.Below(10) == 0) return VR_SHARED_STRING(TrueVrStr);
+    VrString s = StringOfBytes(dice.Text(dice.Below(dice.OneOf({9, 300, 2001}))));
+    if (s->length > 8 && dice.Below(3) == 0) s->length = dice.Below(9);
+    return s;
+}
+
+}  // namespace
+
+int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+    StartLibrary();
+    Dice dice(data, size);
+    VrString s = AnyString(dice);
+    while (!dice.IsEmpty() && s->length < 2500) {
+        const auto check = size_t(dice.Below(2 * std::ssize(kChecks)));
+        if (check < std::size(kChecks)) {
+            kChecks[check](dice, s, BytesOf(s));
+        } else {
+            const Request request = AnyRequest(dice, s);
+            const Array copy(Apply(StringOfBytes(BytesOf(s)), request));
+            s = Apply(s, request);
+        }
+    }
+    free_mem(&s);
+    HOLDS(BytesOf(VR_SHARED_STRING(TrueVrStr)) == "1");
+    HOLDS_NOTHING_LEFT();
+    return 0;
+}

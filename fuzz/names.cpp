@@ -1,0 +1,141 @@
+// Names on disk and command lines. No program is ever started: the platform tells the
+// command line instead, and its words are taken apart as for a start.
+
+#include <vector>
+
+#include "fuzz/fuzz.h"
+#include "linux/commandline.h"
+#include "platform/files.h"
+#include "tests/support/arrays.h"
+
+namespace {
+
+void CheckMappedName(const Array& name, std::string extension, bool bare) {
+    std::erase_if(extension, [](char c) { return c == '\\' || c == '/'; });  // else it is a path
+    const Array result(OsFileName(name, bare ? nullptr : extension.data()));
+    const std::string mapped = BytesOf(result);
+    const size_t dot = std::min(mapped.find('.'), mapped.size());
+    HOLDS(mapped.size() <= 12 && (bare || dot <= 8));
+    HOLDS(mapped.empty() || FileStatus(mapped.c_str()) == -1);
+    HOLDS(mapped.substr(0, dot).find_first_of("\"\x01\\|+/:;,-[]{}*?$><= ") == mapped.npos);
+}
+
+void CheckLongName(const Array& name, const std::string& extension) {
+    std::string expected = BytesOf(name).substr(0, 260).c_str();
+    std::replace(expected.begin(), expected.end(), '*', '^');
+    expected = (expected + "." + extension).substr(0, 390);
+    HOLDS(TakeBytes(OsFileLongName(name, extension.c_str())) == expected);
+}
+
+void CheckPaths(const Array& name) {
+    const std::string expanded = TakeBytes(EnvironFileName(name));
+    HOLDS(expanded.find('/') == expanded.npos);
+    std::string plain = BytesOf(name);
+    std::replace(plain.begin(), plain.end(), '/', '\\');
+    HOLDS(plain.starts_with('$') || expanded == plain);
+    const std::string full = TakeBytes(GetFullPath(name));
+    HOLDS(full.size() < 255 && (full.empty() || full.substr(1, 2) == ":\\"));
+    HOLDS(TakeBytes(GetFullPath(Array(StringOfBytes(full)))) == full);
+}
+
+void CheckBaseName(const Array& line, std::string prefix) {
+    const std::string text = BytesOf(line);
+    std::string folded = text.substr(0, prefix.size());
+    for (std::string* each : {&folded, &prefix})
+        ToUpper(each->data());
+    const size_t rest = std::min(text.find_first_not_of(" \t\n\v\f\r", prefix.size()), text.size());
+    VrString base = ExtractBaseName(line, prefix.data());
+    HOLDS((base != nullptr) == (!prefix.empty() && folded == prefix && rest < text.size()));
+    HOLDS(base == nullptr || TakeBytes(base) == text.substr(rest));
+}
+
+// Words in quotes come out of a line as they were.
+void CheckQuotedWords(Input& in) {
+    std::vector<std::string> words = {"/bin/sh"};
+    std::string line = "\"/bin/sh\"";
+    for (int32_t left = in.Below(5); left != 0; --left) {
+        const std::string word = in.Line();
+        words.push_back(word);
+        line += " \"";
+        size_t backslashes = 0;
+        for (const char c : word) {
+            line.append(c == '"' ? backslashes + 1 : 0, '\\') += c;
+            backslashes = c == '\\' ? backslashes + 1 : 0;
+        }
+        line.append(backslashes, '\\') += '"';
+    }
+    HostCommand command;
+    HOLDS(ParseCommandLine(line, command) == 0);
+    HOLDS(command.words == words);
+}
+
+struct Started {
+    int32_t count = 0;
+    std::string line;
+    std::string batch;
+    HostCommand command;
+};
+
+int32_t Record(void* context, const char* line, int32_t, uint32_t* code) {
+    auto& started = *static_cast<Started*>(context);
+    started = {started.count + 1, line, ReadFile("__aavrtm.bat"), {}};
+    ParseCommandLine(line, started.command);
+    *code = 7;
+    return kProgramRan;
+}
+
+std::string BatchOf(const std::string& command, const std::string& output) {
+    std::string batch;
+    std::string sign = " > ";
+    for (const char c : command + ";") {
+        batch += c == ';' ? (output.empty() ? "" : sign + output) + "\r\n" : std::string(1, c);
+        if (c == ';') sign = " >> ";
+    }
+    return batch;
+}
+
+void CheckSystem(const std::string& command, const std::string& output) {
+    Started started;
+    ControlPrograms(Record, &started);
+    const int32_t result = System(command.c_str(), output.c_str());
+    HOLDS(started.count == 1 ? result == 7 || result == 1 : result == 0 || result == -1);
+    HOLDS(boxesShown.shown.size() + size_t(started.count) == 1);
+    HOLDS(started.line.size() < 260);
+    HOLDS(FileStatus("__aavrtm.bat") == -1);
+    const bool isPlain = !command.empty() && command[0] >= 'A';
+    if (started.batch.empty() || !isPlain) return;
+    HOLDS(started.batch == BatchOf(command, output));
+    std::erase(started.batch, '\r');
+    HOLDS(started.command.words.back() == started.batch);
+}
+
+}  // namespace
+
+int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+    StartLibrary();
+    static const bool prepared = [] {
+        for (const char* name : {"A", "AB1", "ABC.DAT", "COMMAND.BAT", "run.bat"})
+            WriteFile(name, "first\r\nsecond\r\n");
+        setenv("PATH", ".", 1);
+        setenv("A", "C:\\a\\", 1);
+        setenv("B", "$A/b", 1);
+        return setenv("C", "$C$B", 1) == 0 && files_init() == 1;
+    }();
+    HOLDS(prepared);
+    Input in(data, size);
+    const bool bare = in.Below(2) == 0;
+    ControlPlatformNumber(uint32_t(1 + in.Below(2)));
+    const std::string text = in.Line();
+    const std::string other = in.Line();
+    const Array name(StringOfBytes(text));
+    CheckMappedName(name, other, bare);
+    CheckLongName(name, other);
+    CheckPaths(name);
+    CheckBaseName(name, other);
+    CheckSystem(text, other);
+    HostCommand command;
+    ParseCommandLine(text, command);
+    CheckQuotedWords(in);
+    HOLDS_NOTHING_LEFT();
+    return 0;
+}
