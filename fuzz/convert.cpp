@@ -4,7 +4,6 @@
 #include <map>
 
 #include "fuzz/fuzz.h"
-#include "tests/support/arrays.h"
 
 namespace {
 
@@ -28,7 +27,7 @@ std::string Section(Input& in, const std::string& name, std::string& table) {
     constexpr const char* kNotations[] = {"%d", "0x%02X", "0%03o", " %d "};
     std::map<int32_t, int32_t> changes;
     for (int32_t left = in.Below(9); left != 0; --left)
-        changes[in.Byte()] = in.Byte();
+        changes[in.Below(256)] = in.Below(256);
     std::string section = "[" + name + "]\r\n";
     for (const auto& [from, to] : changes) {
         char line[2][20];
@@ -55,7 +54,7 @@ int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
         file = Section(in, "Display", tables[1]) + "; comment\n";
         file += Section(in, "INPUT", tables[0]);
     }
-    std::string text = in.Rest();
+    std::string text = in.Bytes(in.rest.size());
     WriteFile("convert.txt", isWritten ? file : text);
     CvtInit(".\\convert.txt");
     if (!text.empty()) {
@@ -71,6 +70,6 @@ int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
             c = table[uint8_t(c)];
         HOLDS(Converted(text, direction) == expected);
     }
-    HOLDS_NOTHING_LEFT();
+    HOLDS_NOTHING_LOST();
     return 0;
 }

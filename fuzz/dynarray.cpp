@@ -10,7 +10,6 @@
 #include <vector>
 
 #include "fuzz/fuzz.h"
-#include "tests/support/arrays.h"
 
 namespace {
 
@@ -163,7 +162,7 @@ struct Dice : Input {
     std::string Text(int32_t length) {
         std::string text(size_t(length), 0);
         for (char& c : text)
-            c = alphabet[Byte() % alphabet.size()];
+            c = alphabet[size_t(Below(int32_t(alphabet.size())))];
         if (has255 && length > 0 && Below(3) == 0) text[size_t(Below(length))] = '\xFF';
         return text;
     }
@@ -259,42 +258,40 @@ void CheckWalk(Dice& dice, VrString s, const std::string& text) {
 
 void CheckWalkBack(Dice& dice, VrString s, const std::string& text) {
     const int32_t from = dice.Below(s->length + 1);
-    VrString out = nullptr;
-    HOLDS(UtilGetRestOfVrStr(s, CursorOf(size_t(from)), &out) == CursorOf(size_t(out->length)));
-    HOLDS(TakeBytes(out) == text.substr(size_t(from)));
-
+    const int32_t cursor = from + kVrFirstCursor;
     const int32_t stop = from == s->length ? from : from - 1;
     const int32_t start =
         stop <= 0 ? stop : int32_t(text.find_last_of(kMarks.substr(0, 2), size_t(stop) - 1) + 1);
-    HOLDS(UtilGetPrevValue(s, CursorOf(size_t(from)), &out) == start + kVrFirstCursor);
+    VrString out = nullptr;
+    HOLDS(UtilGetPrevValue(s, cursor, &out) == start + kVrFirstCursor);
     HOLDS(TakeBytes(out) == text.substr(size_t(std::max(start, 0)), size_t(stop - start)));
+    HOLDS(UtilGetRestOfVrStr(s, cursor, &out) == CursorOf(size_t(out->length)));
+    HOLDS(TakeBytes(out) == text.substr(size_t(from)));
 
     std::vector<size_t> starts = {0};
     for (size_t i = 0; i < size_t(from); ++i) {
         if (text[i] == kMarks[0]) starts.push_back(i + 1);
     }
-    const int32_t asked = 1 + dice.Below(9);
-    const int32_t left = from == 0 ? asked : asked + 1 - int32_t(starts.size());
-    int32_t count = asked;
+    int32_t count = 1 + dice.Below(9);
+    const int32_t left = from == 0 ? count : count + 1 - int32_t(starts.size());
     const size_t reached = left > 0 ? 0 : starts[size_t(-left)];
-    HOLDS(SkipBackNAttrs(s, CursorOf(size_t(from)), &count) == CursorOf(reached));
-    HOLDS(count == std::max(left, 0));
+    HOLDS(SkipBackNAttrs(s, cursor, &count) == CursorOf(reached) && count == std::max(left, 0));
 }
 
 // A place that is wanted behind the last element needs a mark unless nothing stands there.
 void CheckScan(Dice& dice, VrString s, const std::string& text) {
     const auto mark = uint8_t(dice.OneOf({254, 253, 252, 'b'}));
     const auto higher = [mark](char c) { return uint8_t(c) > mark; };
-    const auto from = size_t(dice.Below(s->length + 1));
-    const std::string element(text.begin() + ptrdiff_t(from),
-                              std::find_if(text.begin() + ptrdiff_t(from), text.end(), higher));
+    const int32_t from = dice.Below(s->length + 1);
+    const auto end = std::find_if(text.begin() + from, text.end(), higher);
+    const std::string element(text.begin() + from, end);
     const int32_t asked = dice.OneOf({INT_MIN, -1, 0, 1, 2, 3, 1 + dice.Below(99)});
     const Place place = Find(element, char(mark), asked);
     const bool found = asked > 0 && place.missing == 0;
-    const size_t reached = from + (found ? place.start : element.size());
-    int32_t count = asked;
-    HOLDS(ScanStr(s, CursorOf(from), s->length, mark, &count) == CursorOf(reached));
+    const size_t reached = size_t(from) + (found ? place.start : element.size());
     const bool needsMark = reached > 0 && !higher(text[reached - 1]);
+    int32_t count = asked;
+    HOLDS(ScanStr(s, from + kVrFirstCursor, s->length, mark, &count) == CursorOf(reached));
     HOLDS(asked > 0 ? count == std::max(place.missing, 0) : needsMark ? count == 1 : count < 0);
 }
 
@@ -338,31 +335,23 @@ void CheckFields(Dice& dice, VrString s, const std::string& text) {
     HOLDS(TakeBytes(UtilPutFieldsInVrString(s, Array(StringOfBytes(values)), fields)) == put);
 }
 
-void CheckSpliceAndSwap(Dice& dice, VrString s, std::string text) {
+void CheckSpliceAndSwap(Dice& dice, VrString s, const std::string& text) {
     const Array with(StringOfBytes(dice.Text(dice.Below(20))));
-    const int32_t length = dice.Below(s->length + 3) - 1;
-    const int32_t offset = dice.Below(s->length + 3) - 1;
+    const int32_t length = dice.OneOf({INT_MIN, INT_MAX, dice.Below(s->length + 1)});
+    const int32_t offset = dice.OneOf({INT_MIN, INT_MAX, dice.Below(s->length + 1)});
     const auto at = size_t(std::clamp(offset, 0, s->length));
     const std::string head = text.substr(0, at) + BytesOf(with);
+    const std::string tail = text.substr(std::min(at + size_t(std::max(length, 0)), text.size()));
     int32_t behind = kUnwritten;
-    HOLDS(TakeBytes(UtilReplaceString(s, with, length, offset, &behind)) ==
-          head + text.substr(std::min(at + size_t(std::max(length, 0)), text.size())));
+    HOLDS(TakeBytes(UtilReplaceString(s, with, length, offset, &behind)) == head + tail);
     HOLDS(behind == std::ssize(head));
-
     const Array copy(StringOfBytes(text));
     UtilSwapChar(copy, uint8_t(kMarks[0]), 'a');
-    std::replace(text.begin(), text.end(), kMarks[0], 'a');
-    HOLDS(BytesOf(copy) == text);
+    HOLDS(BytesOf(copy) == Swapped(text, kMarks.substr(0, 1), "a"));
 }
 
 constexpr void (*kChecks[])(Dice&, VrString, const std::string&) = {
-    CheckWalk,
-    CheckWalk,
-    CheckWalkBack,
-    CheckScan,
-    CheckPicks,
-    CheckFields,
-    [](Dice& dice, VrString s, const std::string& text) { CheckSpliceAndSwap(dice, s, text); }};
+    CheckWalk, CheckWalkBack, CheckScan, CheckPicks, CheckFields, CheckSpliceAndSwap};
 
 // What is left of a string cut by hand stands behind its text until it is edited.
 VrString AnyString(Dice& dice) {
@@ -378,7 +367,7 @@ int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     StartLibrary();
     Dice dice(data, size);
     VrString s = AnyString(dice);
-    while (!dice.IsEmpty() && s->length < 2500) {
+    while (!dice.rest.empty() && s->length < 2500) {
         const auto check = size_t(dice.Below(2 * std::ssize(kChecks)));
         if (check < std::size(kChecks)) {
             kChecks[check](dice, s, BytesOf(s));
@@ -390,6 +379,6 @@ int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     }
     free_mem(&s);
     HOLDS(BytesOf(VR_SHARED_STRING(TrueVrStr)) == "1");
-    HOLDS_NOTHING_LEFT();
+    HOLDS_NOTHING_LOST();
     return 0;
 }

@@ -6,7 +6,6 @@
 #include "fuzz/fuzz.h"
 #include "linux/commandline.h"
 #include "platform/files.h"
-#include "tests/support/arrays.h"
 
 namespace {
 
@@ -136,6 +135,6 @@ int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     HostCommand command;
     ParseCommandLine(text, command);
     CheckQuotedWords(in);
-    HOLDS_NOTHING_LEFT();
+    HOLDS_NOTHING_LOST();
     return 0;
 }

@@ -27,7 +27,7 @@ void CheckStore(const std::string& section, const std::string& key, const std::s
     HOLDS(IniGetInt(section.c_str(), key.c_str(), 7) == strtol(value.c_str(), nullptr, 10));
     const std::string whole = TakeCText(IniGetSection(section.c_str()));
     HOLDS(whole == "(null)" || whole.find_first_of("[\n") == whole.npos);
-    for (const auto& [name, setting] : SetVariables())
+    for (const auto& [name, setting] : settings)
         HOLDS(text.find(name) != text.npos && setting.size() <= 256);
 }
 
@@ -64,7 +64,7 @@ int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     const auto blockSize = uint32_t(1 + in.Below(255));
     const std::string section = in.Line();
     const std::string key = in.Line();
-    const std::string bytes = in.Rest();
+    const std::string bytes = in.Bytes(in.rest.size());
     WriteFile("settings.ini", bytes);
     const UtilInitRecord record = {0, 0, "settings.ini"};
     vr::StartSettings(record);
@@ -75,6 +75,6 @@ int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     LocalFree(ini_buf);
     ini_buf = nullptr;
     TakeVariablesBack();
-    HOLDS_NOTHING_LEFT();
+    HOLDS_NOTHING_LOST();
     return 0;
 }
