@@ -64,11 +64,12 @@ void CheckEncodings(const std::string& path, const std::string& latin1) {
     HOLDS(ReadKey(path, utf8.substr(3)) == values);
 }
 
-// The text lies inside of the block, also of one that is too small for all texts.
-void CheckVersion(const std::string& name, const std::string& file, uint32_t size) {
+// The text lies inside of the block, also of one with room missing for all texts.
+void CheckVersion(const std::string& name, const std::string& file, uint32_t missing) {
     WriteFile("module.version", file);
     const std::string query = "\\StringFileInfo\\040904b0\\" + name;
-    std::vector<char> block(std::min(size, GetFileVersionInfoSizeA("module", nullptr)));
+    const uint32_t size = GetFileVersionInfoSizeA("module", nullptr);
+    std::vector<char> block(size - std::min(size, missing));
     if (GetFileVersionInfoA("module", 0, uint32_t(block.size()), block.data()) == 0) return;
     void* text = nullptr;
     uint32_t length = 0;
@@ -84,11 +85,11 @@ int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     StartLibrary();
     Input in(data, size);
     const int32_t kind = in.Below(3);
-    const auto blockSize = uint32_t(in.Below(255));
+    const auto missing = uint32_t(in.Below(255));
     const std::string name = in.Line();
     const std::string file = in.Bytes(in.rest.size());
     if (kind == 0) {
-        CheckVersion(name, file, blockSize);
+        CheckVersion(name, file, missing);
     } else if (kind == 1) {
         CheckEncodings(name, file);
     } else {
