@@ -45,7 +45,7 @@ int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     StartLibrary();
     Input in(data, size);
     const bool isWritten = in.Below(2) == 0;
-    const auto length = size_t(in.Below(12000));
+    const auto longest = size_t(in.OneOf({0, kVrScratchSize - 10 + in.Below(20), 20000}));
     CvtInit(nullptr);
     std::string tables[] = {TableOf(0), TableOf(1)};
     HOLDS(tables[0] == tables[1]);
@@ -57,10 +57,8 @@ int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     std::string text = in.Bytes(in.rest.size());
     WriteFile("convert.txt", isWritten ? file : text);
     CvtInit(".\\convert.txt");
-    if (!text.empty()) {
-        while (text.size() < length)
-            text += text;
-    }
+    while (!text.empty() && text.size() < longest)
+        text += text.substr(0, longest - text.size());
     for (const int32_t direction : {0, 1}) {
         const std::string table = TableOf(direction);
         HOLDS(!isWritten || table == tables[direction]);
