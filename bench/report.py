@@ -214,13 +214,13 @@ def cpu_model():
 def machine_of(context):
     caches = [f"L{c['level']} {c['type'].lower()} {c['size'] // 1024} KiB"
               for c in context["caches"]]
-    major, minor = divmod(int(context.get("mimalloc", 0)), 100)
+    mimalloc = ".".join(context.get("mimalloc", ""))
     return {
         "processor": f"{cpu_model()}, {context['num_cpus']} processors at "
                      f"{context['mhz_per_cpu']} MHz",
         "caches": ", ".join(caches),
-        "kernel": platform.release(),
-        "peers": f"glibc {context.get('glibc')}, mimalloc {major}.{minor}, "
+        "kernel": "Linux " + re.match(r"[\d.]*\d", platform.release()).group(),
+        "peers": f"glibc {context.get('glibc')}, mimalloc {mimalloc}, "
                  f"GLib {context.get('glib')}",
     }
 
