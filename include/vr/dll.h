@@ -16,7 +16,8 @@ VR_BEGIN
  * there is no such library. */
 VR_API VrWord DllLoad(const char* name, const char* basePath);
 
-/* Unloads the library loaded under that name, if it is `module` or that is 0. */
+/* Unloads the library loaded under that name, if it is `module` or that is 0. Loads are not
+ * counted: a host leaves "psapi" and "kernel32" to the process queries (vr/process.h). */
 VR_API void DllUnload(const char* name, VrWord module);
 
 VR_END
