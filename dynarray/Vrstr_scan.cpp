@@ -11,17 +11,8 @@
 
 namespace {
 
-// The compiler makes two variants of what is marked so, of which the processor's is bound
-// when the library is loaded; a vector is two registers in the one and one in the other.
-#ifndef VR_WIDE_VARIANTS  // a test defines it as nothing, to have the default one
-#define VR_WIDE_VARIANTS [[gnu::target_clones("avx2", "default")]]
-#endif
-
-using Bytes [[gnu::vector_size(32)]] = uint8_t;
-
-constexpr int32_t kBlockVectors = 8;
-constexpr int32_t kBlockBytes = kBlockVectors * static_cast<int32_t>(sizeof(Bytes));
-
+constexpr int32_t kBlockSteps = 16;
+constexpr int32_t kBlockBytes = kBlockSteps * vr::kStepBytes;
 constexpr int32_t kNearBytes = 4 * vr::kStepBytes;
 
 struct Block {
@@ -31,24 +22,18 @@ struct Block {
 
 // Each byte of a match is -1, so subtracting matches counts them, place by place; the
 // places are then added up.
-[[gnu::always_inline]] inline Block LookAtBlock(const uint8_t* p, uint8_t mark) {
-    const Bytes wanted = mark - Bytes{};
-    Bytes counts = {};
-    Bytes highest = wanted;
-    for (int32_t i = 0; i < kBlockVectors; ++i) {
-        Bytes bytes;
-        std::memcpy(&bytes, p + i * static_cast<int32_t>(sizeof bytes), sizeof bytes);
-        counts -= reinterpret_cast<Bytes>(bytes == wanted);
-        highest = bytes > highest ? bytes : highest;
+Block LookAtBlock(const uint8_t* p, __m128i mark) {
+    __m128i counts = _mm_setzero_si128();
+    __m128i highest = mark;
+    for (int32_t step = 0; step < kBlockSteps; ++step) {
+        const __m128i bytes = vr::LoadStep(p + step * vr::kStepBytes);
+        counts = _mm_sub_epi8(counts, _mm_cmpeq_epi8(bytes, mark));
+        highest = _mm_max_epu8(highest, bytes);
     }
-    __m128i halves[2];
-    std::memcpy(halves, &counts, sizeof halves);
-    const __m128i sums = _mm_sad_epu8(_mm_add_epi8(halves[0], halves[1]), _mm_setzero_si128());
+    const __m128i sums = _mm_sad_epu8(counts, _mm_setzero_si128());
     const int32_t marks =
         _mm_cvtsi128_si32(sums) + _mm_cvtsi128_si32(_mm_unpackhi_epi64(sums, sums));
-    std::memcpy(halves, &highest, sizeof halves);
-    const __m128i top = _mm_max_epu8(halves[0], halves[1]);
-    return {marks, vr::BitsOf(_mm_cmpeq_epi8(top, vr::AllBytes(mark))) != 0xFFFF};
+    return {marks, vr::BitsOf(_mm_cmpeq_epi8(highest, mark)) != 0xFFFF};
 }
 
 // What a scan forward still looks for.
@@ -60,9 +45,10 @@ struct Wanted {
 };
 
 // Passes whole blocks that hold neither the last mark wanted nor a byte that stops.
-VR_WIDE_VARIANTS const uint8_t* PassBlocks(const uint8_t* p, const uint8_t* end, Wanted& wanted) {
+const uint8_t* PassBlocks(const uint8_t* p, const uint8_t* end, Wanted& wanted) {
+    const __m128i mark = vr::AllBytes(wanted.mark);
     for (; end - p >= kBlockBytes; p += kBlockBytes) {
-        const Block block = LookAtBlock(p, wanted.mark);
+        const Block block = LookAtBlock(p, mark);
         if (wanted.higherStops && block.hasHigher) break;
         if (wanted.toTheEnd) continue;
         if (block.marks >= wanted.marks) break;
@@ -102,11 +88,10 @@ bool PassSteps(const uint8_t*& p, const uint8_t* end, Wanted& wanted) {
     return false;
 }
 
-VR_WIDE_VARIANTS const uint8_t* PassBlocksBack(const uint8_t* p, const uint8_t* begin,
-                                               uint32_t& marks) {
+const uint8_t* PassBlocksBack(const uint8_t* p, const uint8_t* begin, uint32_t& marks) {
+    const __m128i mark = vr::AllBytes(kVrAttributeMark);
     for (; p - begin >= kBlockBytes; p -= kBlockBytes) {
-        const auto passed =
-            static_cast<uint32_t>(LookAtBlock(p - kBlockBytes, kVrAttributeMark).marks);
+        const auto passed = static_cast<uint32_t>(LookAtBlock(p - kBlockBytes, mark).marks);
         if (passed >= marks) break;
         marks -= passed;
     }

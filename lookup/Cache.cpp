@@ -54,9 +54,7 @@ CacheItem* Find(const Cache* cache, const char* name) {
 }
 
 int32_t Now() {
-    ClockReading reading;
-    ReadClock(&reading);
-    return static_cast<int32_t>(reading.seconds);
+    return static_cast<int32_t>(ClockSeconds());
 }
 
 int32_t LimitOfEnvironment() {

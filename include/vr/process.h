@@ -17,9 +17,10 @@ VR_BEGIN
  *
  * N is the window mode, 0 to 9, directly behind the sign; 3 unless given. A text with a
  * ; goes to the shell as a batch file of its parts, "__aavrtm.bat" in the current
- * directory, which is deleted again; on a full disk what was written of it runs. A command that is null, blank or a bare & or +
- * starts the shell alone. `outputFile`, which may be null or empty, receives the output
- * of what runs in the shell: it is named there, so the shell makes it.
+ * directory, which is deleted again; when the disk is full, what was written of it runs.
+ * A command that is null, blank or a bare & or + starts the shell alone. `outputFile`,
+ * which may be null or empty, receives the output of what runs in the shell: it is named
+ * there, so the shell makes it.
  *
  * Returns the exit code, or 1 when nobody waits. A command that cannot be started shows a
  * message and gives 0, or -1 when hidden; so does one whose line has more than 259

@@ -39,6 +39,10 @@ void ReadClock(ClockReading* reading) {
                 static_cast<int32_t>(-local.tm_gmtoff / 60) + saving * 60, saving};
 }
 
+int64_t ClockSeconds() {
+    return frozen ? frozenReading.seconds : time(nullptr);
+}
+
 void SplitLocalTime(int64_t seconds, ClockTime* time) {
     tm local = {};
     if (frozen) {

@@ -1,5 +1,4 @@
-// The wide scans give what a loop over bytes gives, at every alignment and length and for
-// every variant that the processor has.
+// The wide scans give what a loop over bytes gives, at every alignment and length.
 
 #include <random>
 

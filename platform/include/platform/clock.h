@@ -25,6 +25,9 @@ PLATFORM_BEGIN
  * difference. */
 PLATFORM_API void ReadClock(ClockReading* reading);
 
+/* The seconds alone of what ReadClock shows, for which no zone is looked up. */
+PLATFORM_API int64_t ClockSeconds(void);
+
 /* The local time of day of such a number of seconds. */
 PLATFORM_API void SplitLocalTime(int64_t seconds, ClockTime* time);
 
