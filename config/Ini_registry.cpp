@@ -7,6 +7,7 @@
 #include "config/Ini.h"
 #include "platform/environment.h"
 #include "platform/registry.h"
+#include "text/Util_text.h"
 #include "vr/environ.h"
 
 namespace {
@@ -21,7 +22,7 @@ HKEY OpenSection(const char* section) {
     const int wanted = std::snprintf(path, sizeof path, "Software\\Veldane\\%s\\%s",
                                      product == nullptr ? "" : product, section);
     HKEY key = nullptr;
-    if (wanted < 0 || static_cast<size_t>(wanted) >= sizeof path) return nullptr;
+    if (!vr::Fits(wanted, sizeof path)) return nullptr;
     return RegOpenKeyExA(HKEY_LOCAL_MACHINE, path, 0, KEY_READ, &key) == ERROR_SUCCESS ? key
                                                                                        : nullptr;
 }

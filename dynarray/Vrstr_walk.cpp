@@ -50,8 +50,7 @@ int32_t Skip(VrString s, int32_t cursor, vr::StopBytes stops) {
     return Behind(s, vr::FindStop(vr::At(s, vr::ClampCursor(cursor, end)), vr::At(s, end), stops));
 }
 
-[[gnu::always_inline]] inline int32_t NextAllocated(VrString s, int32_t cursor, VrString* out,
-                                                    const Walk& walk) {
+int32_t NextAllocated(VrString s, int32_t cursor, VrString* out, const Walk& walk) {
     const uint8_t* from = vr::At(s, cursor);
     const uint8_t* stop = vr::FindStop(from, vr::At(s, vr::EndCursor(s)), walk.stops);
     *out = vr::StringOf(from, static_cast<size_t>(stop - from), VR_MODULE, __LINE__);
@@ -71,8 +70,7 @@ void CloseBuffer(VrString element, uint32_t length) {
 }
 
 // Copies the element, as far as there is room, on the way to its end.
-[[gnu::always_inline]] inline int32_t NextInBuffer(VrString s, int32_t cursor, VrString* out,
-                                                   uint32_t size, const Walk& walk) {
+int32_t NextInBuffer(VrString s, int32_t cursor, VrString* out, uint32_t size, const Walk& walk) {
     const uint8_t* from = vr::At(s, cursor);
     const uint8_t* end = vr::At(s, vr::EndCursor(s));
     const uint32_t room = size - kVrBufferOverhead;
@@ -91,30 +89,31 @@ void CloseBuffer(VrString element, uint32_t length) {
     return walk.looksBehindCut && tooBig ? cursor + static_cast<int32_t>(kept) : Behind(s, stop);
 }
 
-// In line in each walk, so that each has its own stop bytes at hand.
-[[gnu::always_inline]] inline int32_t Next(VrString s, int32_t cursor, VrString* out, uint32_t size,
-                                           const Walk& walk) {
+int32_t Next(VrString s, int32_t cursor, VrString* out, uint32_t size, const Walk& walk) {
     cursor = vr::ClampCursor(cursor, vr::EndCursor(s));
     return size < kVrBufferOverhead ? NextAllocated(s, cursor, out, walk)
                                     : NextInBuffer(s, cursor, out, size, walk);
 }
 
+// All that a walk calls is put in line in it, so that each has its own stop bytes at hand.
+#define VR_WALK [[gnu::flatten]]
+
 }  // namespace
 
-int32_t UtilGetNextAttribute(VrString s, int32_t cursor, VrString* out, uint32_t size) {
+VR_WALK int32_t UtilGetNextAttribute(VrString s, int32_t cursor, VrString* out, uint32_t size) {
     return Next(s, cursor, out, size, kAttributeWalk);
 }
 
-int32_t UtilGetNextValue(VrString s, int32_t cursor, VrString* out, uint32_t size) {
+VR_WALK int32_t UtilGetNextValue(VrString s, int32_t cursor, VrString* out, uint32_t size) {
     return Next(s, cursor, out, size, kValueWalk);
 }
 
-int32_t UtilGetNextSubvalue(VrString s, int32_t cursor, VrString* out, uint32_t size) {
+VR_WALK int32_t UtilGetNextSubvalue(VrString s, int32_t cursor, VrString* out, uint32_t size) {
     return Next(s, cursor, out, size, kSubvalueWalk);
 }
 
-int32_t UtilGetNextMarkerVal(VrString s, int32_t cursor, VrString* out, uint32_t size,
-                             unsigned char marker) {
+VR_WALK int32_t UtilGetNextMarkerVal(VrString s, int32_t cursor, VrString* out, uint32_t size,
+                                     unsigned char marker) {
     return Next(s, cursor, out, size, {{marker, marker}, kAttributeTooBig, true});
 }
 

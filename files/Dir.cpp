@@ -7,6 +7,7 @@
 #include <cstring>
 
 #include "platform/files.h"
+#include "text/Util_text.h"
 #include "vr/files.h"
 #include "vr/memory.h"
 
@@ -28,7 +29,7 @@ bool MakePattern(const char* directory) {
     if (length == 0) return false;
     const char* format = directory[length - 1] == '\\' ? "%s*.*" : "%s\\*.*";
     const int wanted = std::snprintf(pattern, sizeof pattern, format, directory);
-    return wanted > 0 && static_cast<size_t>(wanted) < sizeof pattern;
+    return vr::Fits(wanted, sizeof pattern);
 }
 
 }  // namespace

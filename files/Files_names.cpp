@@ -103,7 +103,7 @@ bool FindFreeName(Candidate& candidate, const char* name) {
 }
 
 VrString UniqueNameFrom(char* nameTemplate, int wanted) {
-    if (wanted < 0 || static_cast<size_t>(wanted) >= kTemplateSize) return vr::NullString();
+    if (!vr::Fits(wanted, kTemplateSize)) return vr::NullString();
     return StrToVrStr(UniqueName(nameTemplate));
 }
 

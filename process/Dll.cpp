@@ -10,6 +10,7 @@
 #include <cstring>
 
 #include "platform/process.h"
+#include "text/Util_text.h"
 #include "vr/dll.h"
 #include "vr/environ.h"
 #include "vr/hash.h"
@@ -66,7 +67,7 @@ bool IsRelative(const char* name) {
 
 // False also for a path that is too long to be one.
 bool LoadFrom(Loaded& loaded, int wanted) {
-    if (wanted < 0 || static_cast<size_t>(wanted) >= sizeof loaded.path) return false;
+    if (!vr::Fits(wanted, sizeof loaded.path)) return false;
     loaded.module = reinterpret_cast<VrWord>(LoadLibraryA(loaded.path));
     return loaded.module != 0;
 }

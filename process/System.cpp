@@ -95,7 +95,7 @@ __attribute__((format(printf, 1, 2))) CommandLine MakeLine(const char* format, .
     va_start(values, format);
     const int wanted = std::vsnprintf(line.text, sizeof line.text, format, values);
     va_end(values);
-    line.fits = wanted >= 0 && static_cast<size_t>(wanted) < sizeof line.text;
+    line.fits = vr::Fits(wanted, sizeof line.text);
     return line;
 }
 
@@ -174,7 +174,7 @@ bool WriteBatchFile(const char* text, const char* outputFile) {
     if (HasText(outputFile)) {
         std::snprintf(first, sizeof first, " > %s\n", outputFile);
         const int wanted = std::snprintf(further, sizeof further, " >> %s\n", outputFile);
-        if (wanted < 0 || static_cast<size_t>(wanted) >= sizeof further) return false;
+        if (!vr::Fits(wanted, sizeof further)) return false;
     }
     int32_t handle = -1;
     if (OsOpen(kBatchFile, kBatchFlags, kPermissionWrite, &handle) != 0) return false;

@@ -26,7 +26,7 @@ constexpr size_t kDirectorySize = 256;
 // MemBuf3 holds the candidate. One that does not fit is none.
 bool Exists(const char* format, const char* directory, const char* name) {
     const int wanted = std::snprintf(MemBuf3, kVrScratchSize, format, directory, name);
-    return wanted > 0 && wanted < kVrScratchSize && FileStatus(MemBuf3) == 0;
+    return vr::Fits(wanted, kVrScratchSize) && FileStatus(MemBuf3) == 0;
 }
 
 bool IsAbsolute(const char* name) {

@@ -11,6 +11,7 @@
 
 #include "core/vrmem.h"
 #include "platform/files.h"
+#include "text/Util_text.h"
 #include "vr/files.h"
 #include "vr/log.h"
 #include "vr/settings.h"
@@ -69,7 +70,7 @@ bool MakePath(char (&path)[kPathSize]) {
     const int wanted = directory == nullptr
                            ? std::snprintf(path, sizeof path, "%s", kLogName)
                            : std::snprintf(path, sizeof path, "%s/%s", directory, kLogName);
-    return wanted > 0 && static_cast<size_t>(wanted) < sizeof path;
+    return vr::Fits(wanted, sizeof path);
 }
 
 // With the details on, the open writes its own two lines into the file that it opens.

@@ -19,6 +19,12 @@ inline bool IsSpace(char c) {
     return c == ' ' || (c >= '\t' && c <= '\r');
 }
 
+// Whether a formatted text of that length, as the standard library tells it, fitted with
+// its zero. A failure, which is told by -1, did not.
+inline bool Fits(int length, size_t size) {
+    return static_cast<size_t>(length) < size;
+}
+
 // Whether the text begins with the prefix, case aside. Stops at the text's zero.
 inline bool BeginsWith(const char* text, const char* prefix, size_t prefixLength) {
     for (size_t i = 0; i < prefixLength; ++i) {
