@@ -1,12 +1,7 @@
 // Start, stop and the words of the frame.
 
-#include <dlfcn.h>
-#include <pthread.h>
-
-#include <cmath>
 #include <string>
 
-#include "platform/process.h"
 #include "tests/support/library_test.h"
 
 namespace {
@@ -44,24 +39,6 @@ TEST(Frame, TheFirstStartWipesTheChainButNotItsCountOf100) {
     EXPECT_LT(trace.size(), 50u) << "the start took some of the slots that were left";
     EXPECT_GT(trace.size(), 35u);
     EXPECT_EQ(ControlBlocksOut(), 0u);
-}
-
-// The host's module is a library here: a shared object that happens to be there.
-TEST(Frame, ALibraryLeavesWithItsThread) {
-    const TempDirectory directory;
-    if (directory.path.find('.') != std::string::npos) GTEST_SKIP() << "the first dot decides";
-    Dl_info object;
-    dladdr(reinterpret_cast<void*>(cbrtf), &object);
-    std::filesystem::copy_file(object.dli_fname, "host.dll");
-    const UtilInitRecord record = {0, VrWord(LoadLibraryA("./host.dll")), nullptr};
-    UtilInit(&record);
-    EnvironProduct();
-    pthread_t thread;
-    void* code = nullptr;
-    const auto leave = [](void*) { return VrExit(7), static_cast<void*>(nullptr); };
-    pthread_create(&thread, nullptr, leave, nullptr);
-    pthread_join(thread, &code);
-    EXPECT_EQ(VrWord(code), 7u);
 }
 
 TEST_F(LibraryTest, ErrorMessagesAreCutAt255Characters) {
