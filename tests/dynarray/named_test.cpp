@@ -1,7 +1,6 @@
 // Dynamic arrays where random cases do not reach: strings that are not what they seem, exact
 // messages, absurd numbers, and what else may stand in a list or in plain text.
 
-#include <climits>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -64,30 +63,6 @@ TEST_F(LibraryTest, ALengthBelowZeroCountsAsNone) {
         EXPECT_EQ(static_cast<void*>(empty), NullString());
 }
 
-TEST_F(LibraryTest, ScansWithAbsurdNumbers) {
-    const Array s("^^^xxxxxxxx^yy^");
-    const int32_t forward[][4] = {// length, number, cursor reached and count left
-                                  {INT_MAX, 4, 7, 0},
-                                  {3, INT_MAX, 7, INT_MAX - 4},
-                                  {0, -1, 4, -2},
-                                  {-5, 5, 4, 4}};
-    for (const auto& [length, number, reached, left] : forward) {
-        int32_t count = number;
-        EXPECT_EQ(ScanStr(s, -1, length, kVrAttributeMark, &count), reached) << length;
-        EXPECT_EQ(count, left) << length;
-    }
-    const int32_t back[][4] = {{16, INT_MAX, 4, INT_MAX - 4},
-                               {INT_MAX, 9, 4, 4},
-                               {6, -2, 6, -2},
-                               {7, 0, 7, 0},
-                               {-7, 3, -7, 3}};
-    for (const auto& [cursor, number, reached, left] : back) {
-        int32_t count = number;
-        EXPECT_EQ(SkipBackNAttrs(s, cursor, &count), reached) << cursor;
-        EXPECT_EQ(count, left) << cursor;
-    }
-}
-
 int32_t NextComma(VrString s, int32_t cursor, VrString* out, uint32_t size) {
     return UtilGetNextMarkerVal(s, cursor, out, size, ',');
 }
@@ -146,38 +121,6 @@ TEST_F(LibraryTest, FieldRecordsByOddLists) {
     EXPECT_EQ(boxes.shown.size(), 1u);
     CheckFields("a^b|X|" + zeros.substr(410) + "27|a^X");
     EXPECT_EQ(boxes.shown.size(), 2u);
-
-    const std::tuple<int32_t, int32_t, std::string, int32_t> splices[] = {{INT_MAX, 1, "aX", 2},
-                                                                          {2, INT_MAX, "abcX", 4},
-                                                                          {INT_MIN, 1, "aXbc", 2},
-                                                                          {0, INT_MIN, "Xabc", 1}};
-    for (const auto& [length, offset, result, next] : splices) {
-        int32_t behind = -1;
-        EXPECT_EQ(TakeText(UtilReplaceString(Array("abc"), Array("X"), length, offset, &behind)),
-                  result);
-        EXPECT_EQ(behind, next) << result;
-    }
-}
-
-std::string TakeBlock(char* block) {
-    std::string text = block;
-    free_mem(&block);
-    return text;
-}
-
-TEST_F(LibraryTest, WordsAndFieldsOfPlainText) {
-    const std::tuple<const char*, int32_t, std::string, int32_t> words[] = {
-        {"  ab  cd e", 0, "ab", 4}, {"  ab  cd e", 4, "cd", 8}, {"  ab  cd e ", 10, "", 11},
-        {"abc", 5, "", 5},          {nullptr, 0, "", 0},        {"abc", -2, "", -2},
-        {"a\tb c", 0, "a\tb", 3}};
-    for (const auto& [text, from, word, to] : words) {
-        int32_t offset = from;
-        EXPECT_EQ(TakeBlock(get_text_word(&offset, text)), word);
-        EXPECT_EQ(offset, to);
-    }
-    for (const auto& [number, field] : {std::pair(0, "a"), {2, "\xFE"}, {3, ""}, {4, "c"}, {5, ""}})
-        EXPECT_EQ(TakeBlock(get_text_field("a,\xFE,,c", ',', number)), field) << number;
-    EXPECT_EQ(TakeBlock(get_text_field("a\xFFz", 0xFF, 2)), "z");
 }
 
 }  // namespace
