@@ -17,6 +17,7 @@ says() {
     rm -r "$work/build"
 }
 source=$1 cmake=$2
+export CMAKE_GENERATOR=Ninja
 says "cannot build 32-bit programs; install the package g++-multilib" -DCMAKE_CXX_COMPILER="$work/wide"
 says "install the package googletest, or configure with -DVR_BUILD_TESTS=OFF" -DVR_GOOGLETEST=
 says "32-bit x86 only; this machine is aarch64" -DCMAKE_SYSTEM_NAME=Linux -DCMAKE_SYSTEM_PROCESSOR=aarch64

@@ -5,6 +5,7 @@
 set -eu
 here=$(cd "$(dirname "$0")" && pwd)
 version=$2 cmake=$3 cc=$4 cxx=$5
+export CMAKE_GENERATOR=Ninja
 scratch=$(mktemp -d)
 trap 'rm -r "$scratch"' EXIT
 
