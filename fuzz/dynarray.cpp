@@ -1,9 +1,9 @@
 // Dynamic arrays against a plain model, which looks for one mark after the other in a
 // std::string: edits, walks, scans, picks and field records on one string in turn. An edit
-// must come out as the model says to the byte, with the capacity and the memo that follow
-// from it, and so must the same edit of a copy without a memo. Byte 255 ends every search
-// for a place, so the model edits the text in front of the first one and hangs the rest on
-// again; to walks and picks it is data.
+// must come out as the model says to the byte, in place where it fits, with the memo that
+// follows from it, and so must the same edit of a copy without a memo. Byte 255 ends every
+// search for a place, so the model edits the text in front of the first one and hangs the
+// rest on again; to walks and picks it is data.
 
 #include <array>
 #include <climits>
@@ -39,10 +39,10 @@ Place Find(const std::string& text, char mark, int32_t number) {
     return {start, std::min(end, text.size()), std::max(number, 1) - reached};
 }
 
-// The element and everything from its first byte on, both empty if it is missing.
+// Both are empty if the element is missing.
 struct Picked {
     std::string element;
-    std::string tail;
+    std::string tail;  // from the element's first byte on
 };
 
 Picked Pick(const std::string& text, const Numbers& numbers) {
@@ -66,7 +66,6 @@ struct Request {
 struct Edited {
     std::string text;
     int32_t cursor = kVrFirstCursor;
-    Numbers made = {};  // marks that were missing, by level
 };
 
 // An element is written over its place or in front of it; an empty last place is
@@ -86,7 +85,6 @@ Edited Put(std::string text, size_t level, const Request& request) {
     } else if (!request.replace && (!old.empty() || place.end < text.size())) {
         result.text += kMarks[level] + old;
     }
-    result.made[level] = made;
     result.cursor += int32_t(place.start);
     result.text = text.replace(place.start, old.size(), result.text);
     return result;
@@ -114,48 +112,13 @@ Edited Edit(const std::string& text, const Request& request) {
     return result;
 }
 
-// What stands around a text: a new string's follows from its length.
-struct Room {
-    bool inPlace;
-    bool isLong;
-    int32_t capacity;
-    int32_t memo = 0;
-};
-
-Room NewRoom(int32_t length) {
-    return {false, length >= 129, length >= 129 ? length + length / 2 : length};
-}
-
-Room RoomOf(VrString s) {
-    const bool isLong = (ClassByteOf(s) & 0x0F) != 0;
-    if (isLong) return {true, true, HeaderOf(s).capacity, HeaderOf(s).memoAttribute};
-    return {s != VR_SHARED_STRING(TrueVrStr), false, s->length};
-}
-
-Room RoomAfter(VrString s, const Request& request, const Edited& edited) {
-    const auto [attribute, value, subvalue] = request.numbers;
-    const int32_t total = std::ssize(edited.text);
-    Room room = RoomOf(s);
-    if (attribute == 0) return NewRoom(total);
-    if (attribute < 0) return s->length != 0 && total <= room.capacity ? room : NewRoom(total);
-    int32_t length = s->length;
-    for (size_t level = 0; level < 3; ++level) {
-        const int32_t made = edited.made[level];
-        if (made > 0 && (length == 0 || length + made > room.capacity))
-            room = NewRoom(length + made);
-        length += made;
-        if (level == 0 && room.isLong) room.memo = attribute;
-    }
-    const bool replaces = request.replace && length == s->length && value >= 0 && subvalue >= 0;
-    if (total < room.capacity || (replaces && total <= length)) return room;
-    Room moved = NewRoom(total);
-    if (moved.isLong) moved.memo = room.memo;
-    return moved;
+bool IsLong(VrString s) {
+    return (ClassByteOf(s) & 0x0F) != 0;
 }
 
 const std::string kAlphabets[] = {Marked("abcdefghijklmnopqrstuvwxyz0123456789^]\\"),
-                                  Marked("abc^"), Marked("ab^]\\"), Marked("a]\\"),
-                                  Marked(std::string("\0\x7F\x80\xFB", 4) + "ab^]\\")};
+                                  Marked("abc^"),
+                                  Marked(std::string("\0\x7F\x80\xFB", 4) + "a]\\^")};
 
 struct Dice : Input {
     using Input::Input;
@@ -174,53 +137,52 @@ struct Dice : Input {
 // Attributes around the memo, well before it, at the end and past it, also so far
 // that the missing marks just fill the capacity; elements likewise.
 Request AnyRequest(Dice& dice, VrString s) {
-    const Room room = RoomOf(s);
-    const int32_t m = std::max(room.memo, 0);
+    const int32_t capacity = IsLong(s) ? HeaderOf(s).capacity : s->length;
+    const int32_t m = IsLong(s) ? std::max(HeaderOf(s).memoAttribute, 0) : 0;
     const int32_t count = field_count(VrStrText(s), s->length);
-    const int32_t full = count + std::min(room.capacity - s->length, 1000);
+    const int32_t full = count + std::min(capacity - s->length, 1000);
     const auto inner = {0, 0, 0, 0, 1, 2, 3, 1 + dice.Below(30), -1, INT_MIN};
     Request request = {};
-    request.given = {
-        dice.OneOf({0, 0, -1, INT_MIN, 1 + dice.Below(9), 1 + dice.Below(count + 1), m - 1, m,
-                    m + 1, m + dice.Below(4), m / 2 + 1, m / 2 + 2, m - m / 3, count,
-                    count + dice.Below(4), full + dice.Below(3) - 1}),
-        dice.OneOf(inner), dice.OneOf(inner)};
-    request.numbers = request.given;
-    for (const size_t level : {size_t{1}, size_t{0}}) {
-        int32_t& above = request.numbers[level];
-        if (above == 0 && request.numbers[level + 1] != 0) above = 1;
-    }
+    request.given = {dice.OneOf({0, -1, INT_MIN, 1 + dice.Below(9), 1 + dice.Below(count + 1),
+                                 m - 1, m, m + 1, m / 2 + 1, m / 2 + 2, m - m / 3,
+                                 count + dice.Below(4), full + dice.Below(3) - 1}),
+                     dice.OneOf(inner), dice.OneOf(inner)};
+    auto& [attribute, value, subvalue] = request.numbers = request.given;
+    if (value == 0 && subvalue != 0) value = 1;
+    if (attribute == 0 && value != 0) attribute = 1;
     request.replace = uint32_t(dice.OneOf({0, 1, 0x100}));
     int32_t length = dice.Below(dice.OneOf({1, 2, 5, 20, 20, 200}));
-    if (room.isLong && dice.Below(3) == 0) {
+    if (IsLong(s) && dice.Below(3) == 0) {
         const int32_t bare = std::ssize(Edit(BytesOf(s), request).text);
-        length = std::clamp(room.capacity - bare + dice.Below(4) - 2, 0, 800);
+        length = std::clamp(capacity - bare + dice.Below(4) - 2, 0, 800);
     }
     request.element = dice.Text(length);
     return request;
 }
 
+// A long string is edited in place while there is room; a new one has at most half as much
+// again as its text. The memo is at the attribute of its number.
+void CheckRoom(VrString s, int32_t capacity, int32_t attribute) {
+    const LongHeader& header = HeaderOf(s);
+    HOLDS(header.capacity >= s->length);
+    HOLDS(header.capacity == capacity || header.capacity <= s->length * 3 / 2);
+    HOLDS(capacity == 0 || attribute <= 0 || header.memoAttribute == attribute);
+    const size_t start = Find(BytesOf(s), kMarks[0], header.memoAttribute).start;
+    HOLDS(header.memoAttribute <= 0 || header.memoCursor == CursorOf(start));
+}
+
 VrString Apply(VrString s, const Request& request) {
     const Edited expected = Edit(BytesOf(s), request);
-    const Room room = RoomAfter(s, request, expected);
     const auto [attribute, value, subvalue] = request.given;
+    const int32_t capacity = IsLong(s) ? HeaderOf(s).capacity : 0;
     const Array element(StringOfBytes(request.element));
     UtilPosition position = {attribute, value, subvalue, kUnwritten};
     VrString result = UtilInsertReplace(&position, s, element, request.replace);
-    HOLDS(BytesOf(result) == expected.text);
-    HOLDS(VrStrText(result)[result->length] == 0);
+    HOLDS(BytesOf(result) == expected.text && VrStrText(result)[result->length] == 0);
     HOLDS((Numbers{position.attribute, position.value, position.subvalue}) == request.numbers);
     HOLDS(position.cursor == expected.cursor);
-    HOLDS(BytesOf(element) == request.element);
-    HOLDS((result == s) == (room.inPlace || (s == NullString() && expected.text.empty())));
-    const Room found = RoomOf(result);
-    HOLDS(found.isLong == room.isLong);
-    HOLDS(found.capacity == (room.isLong ? room.capacity : result->length));
-    HOLDS(found.memo == room.memo);
-    if (found.memo > 0) {
-        const size_t start = Find(expected.text, kMarks[0], found.memo).start;
-        HOLDS(HeaderOf(result).memoCursor == CursorOf(start));
-    }
+    HOLDS(result == s || request.numbers[0] == 0 || result->length >= capacity);
+    if (IsLong(result)) CheckRoom(result, result == s ? capacity : 0, request.numbers[0]);
     if (result != s) free_mem(&s);
     return result;
 }
@@ -242,7 +204,6 @@ void CheckWalk(Dice& dice, VrString s, const std::string& text) {
     const std::string kept = element.substr(0, room);
     const bool complains = toMarker ? element.size() > room : element.size() >= room;
     const size_t behind = from + kept.size() + (toMarker && complains ? 0 : 1);
-
     std::vector<unsigned char> buffer(1 + size, 0xAA);
     auto* out = reinterpret_cast<VrString>(&buffer[1]);  // a string may stand anywhere
     boxesShown.shown.clear();
@@ -268,13 +229,10 @@ void CheckWalkBack(Dice& dice, VrString s, const std::string& text) {
     HOLDS(UtilGetRestOfVrStr(s, cursor, &out) == CursorOf(size_t(out->length)));
     HOLDS(TakeBytes(out) == text.substr(size_t(from)));
 
-    std::vector<size_t> starts = {0};
-    for (size_t i = 0; i < size_t(from); ++i) {
-        if (text[i] == kMarks[0]) starts.push_back(i + 1);
-    }
-    int32_t count = 1 + dice.Below(9);
-    const int32_t left = from == 0 ? count : count + 1 - int32_t(starts.size());
-    const size_t reached = left > 0 ? 0 : starts[size_t(-left)];
+    const int32_t asked = 1 + dice.Below(9);
+    const int32_t left = asked - int32_t(std::count(text.begin(), text.begin() + from, kMarks[0]));
+    const size_t reached = left > 0 ? 0 : Find(text, kMarks[0], 1 - left).start;
+    int32_t count = asked;
     HOLDS(SkipBackNAttrs(s, cursor, &count) == CursorOf(reached) && count == std::max(left, 0));
 }
 
@@ -306,8 +264,7 @@ void CheckPicks(Dice& dice, VrString s, const std::string& text) {
     HOLDS(TakeCText(get_field_string(attribute, s)) == whole.element.c_str());
     HOLDS(TakeCText(get_tail_string(attribute, s)) == whole.tail.c_str());
     const int32_t offset = dice.Below(s->length + 3) - 1;
-    const bool inside = offset >= 0 && offset < s->length;
-    const std::string rest = inside ? text.substr(size_t(offset)) : "";
+    const std::string rest = offset < 0 || offset > s->length ? "" : text.substr(size_t(offset));
     HOLDS(TakeBytes(get_field_at_pos(offset, s)) == Pick(rest, {1, 0, 0}).element);
     const auto items = [&](char c) {
         return text.empty() ? 0 : 1 + int32_t(std::count(text.begin(), text.end(), c));
@@ -315,6 +272,9 @@ void CheckPicks(Dice& dice, VrString s, const std::string& text) {
     HOLDS(field_count(VrStrText(s), s->length) == items(kMarks[0]));
     HOLDS(value_count(VrStrText(s), s->length) == items(kMarks[1]));
     HOLDS(item_count(s, 'a') == items('a'));
+    const Array copy(StringOfBytes(text));
+    UtilSwapChar(copy, uint8_t(kMarks[0]), 'a');
+    HOLDS(BytesOf(copy) == Swapped(text, kMarks.substr(0, 1), "a"));
 }
 
 void CheckFields(Dice& dice, VrString s, const std::string& text) {
@@ -337,7 +297,7 @@ void CheckFields(Dice& dice, VrString s, const std::string& text) {
     HOLDS(BytesOf(result) == put);
 }
 
-void CheckSpliceAndSwap(Dice& dice, VrString s, const std::string& text) {
+void CheckSplice(Dice& dice, VrString s, const std::string& text) {
     const Array with(StringOfBytes(dice.Text(dice.Below(20))));
     const int32_t length = dice.OneOf({INT_MIN, INT_MAX, dice.Below(s->length + 1)});
     const int32_t offset = dice.OneOf({INT_MIN, INT_MAX, dice.Below(s->length + 1)});
@@ -347,20 +307,14 @@ void CheckSpliceAndSwap(Dice& dice, VrString s, const std::string& text) {
     int32_t behind = kUnwritten;
     HOLDS(TakeBytes(UtilReplaceString(s, with, length, offset, &behind)) == head + tail);
     HOLDS(behind == std::ssize(head));
-    const Array copy(StringOfBytes(text));
-    UtilSwapChar(copy, uint8_t(kMarks[0]), 'a');
-    HOLDS(BytesOf(copy) == Swapped(text, kMarks.substr(0, 1), "a"));
 }
 
 constexpr void (*kChecks[])(Dice&, VrString, const std::string&) = {
-    CheckWalk, CheckWalkBack, CheckScan, CheckPicks, CheckFields, CheckSpliceAndSwap};
+    CheckWalk, CheckWalkBack, CheckScan, CheckPicks, CheckFields, CheckSplice};
 
-// What is left of a string cut by hand stands behind its text until it is edited.
 VrString AnyString(Dice& dice) {
     if (dice.Below(10) == 0) return VR_SHARED_STRING(TrueVrStr);
-    VrString s = StringOfBytes(dice.Text(dice.Below(dice.OneOf({9, 300, 2001}))));
-    if (s->length > 8 && dice.Below(3) == 0) s->length = dice.Below(9);
-    return s;
+    return StringOfBytes(dice.Text(dice.Below(dice.OneOf({9, 300, 2001}))));
 }
 
 }  // namespace

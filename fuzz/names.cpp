@@ -1,6 +1,7 @@
 // Names on disk and command lines. No program is ever started: the platform tells the
 // command line instead, and its words are taken apart as for a start.
 
+#include <cstring>
 #include <vector>
 
 #include "fuzz/fuzz.h"
@@ -19,14 +20,7 @@ void CheckMappedName(const Array& name, std::string extension, bool bare) {
     HOLDS(mapped.substr(0, dot).find_first_of("\"\x01\\|+/:;,-[]{}*?$><= ") == mapped.npos);
 }
 
-void CheckLongName(const Array& name, const std::string& extension) {
-    std::string expected = BytesOf(name).substr(0, 260).c_str();
-    std::replace(expected.begin(), expected.end(), '*', '^');
-    expected = (expected + "." + extension).substr(0, 390);
-    HOLDS(TakeBytes(OsFileLongName(name, extension.c_str())) == expected);
-}
-
-void CheckPaths(const Array& name) {
+void CheckPaths(const Array& name, std::string prefix) {
     const std::string expanded = TakeBytes(EnvironFileName(name));
     HOLDS(expanded.find('/') == expanded.npos);
     std::string plain = BytesOf(name);
@@ -35,29 +29,19 @@ void CheckPaths(const Array& name) {
     const std::string full = TakeBytes(GetFullPath(name));
     HOLDS(full.size() < 255 && (full.empty() || full.substr(1, 2) == ":\\"));
     HOLDS(TakeBytes(GetFullPath(Array(StringOfBytes(full)))) == full);
-}
-
-void CheckBaseName(const Array& line, std::string prefix) {
-    const std::string text = BytesOf(line);
-    std::string folded = text.substr(0, prefix.size());
-    for (std::string* each : {&folded, &prefix})
-        ToUpper(each->data());
-    const size_t rest = std::min(text.find_first_not_of(" \t\n\v\f\r", prefix.size()), text.size());
-    VrString base = ExtractBaseName(line, prefix.data());
-    HOLDS((base != nullptr) == (!prefix.empty() && folded == prefix && rest < text.size()));
-    HOLDS(base == nullptr || TakeBytes(base) == text.substr(rest));
+    VrString base = ExtractBaseName(name, prefix.data());
+    HOLDS(base == nullptr || BytesOf(name).ends_with(TakeBytes(base)));
+    HOLDS(TakeBytes(OsFileLongName(name, prefix.c_str())).size() <= 390);
 }
 
 // Words in quotes come out of a line as they were.
 void CheckQuotedWords(Input& in) {
     std::vector<std::string> words = {"/bin/sh"};
-    std::string line = "\"/bin/sh\"";
+    std::string line = "/bin/sh";
     for (int32_t left = in.Below(5); left != 0; --left) {
-        const std::string word = in.Line();
-        words.push_back(word);
         line += " \"";
         size_t backslashes = 0;
-        for (const char c : word) {
+        for (const char c : words.emplace_back(in.Line())) {
             line.append(c == '"' ? backslashes + 1 : 0, '\\') += c;
             backslashes = c == '\\' ? backslashes + 1 : 0;
         }
@@ -69,35 +53,33 @@ void CheckQuotedWords(Input& in) {
 }
 
 // In place of a start.
-int32_t Record(void* context, const char* line, int32_t, uint32_t* code) {
-    static_cast<std::vector<std::string>*>(context)->emplace_back(line);
+int32_t Record(void* started, const char* line, int32_t, uint32_t* code) {
     HostCommand command;
+    ++*static_cast<size_t*>(started);
+    HOLDS(std::strlen(line) < 260);
     *code = uint32_t(ParseCommandLine(line, command));
     return kProgramRan;
 }
 
 void CheckSystem(const std::string& text, const std::string& output) {
-    std::vector<std::string> started;
+    size_t started = 0;
     ControlPrograms(Record, &started);
     System(text.c_str(), output.c_str());
-    HOLDS(boxesShown.shown.size() + started.size() == 1);
-    HOLDS(started.empty() || started[0].size() < 260);
-    HOLDS(FileStatus("__aavrtm.bat") == -1);
+    HOLDS(boxesShown.shown.size() + started == 1 && FileStatus("__aavrtm.bat") == -1);
 }
 
 }  // namespace
 
 int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     StartLibrary();
-    static const bool prepared = [] {
+    static const bool isPrepared = [] {
         for (const char* name : {"A", "AB1", "ABC.DAT", "COMMAND.BAT", "run.bat"})
             WriteFile(name, "first\r\nsecond\r\n");
         setenv("PATH", ".", 1);
         setenv("A", "C:\\a\\", 1);
-        setenv("B", "$A/b", 1);
-        return setenv("C", "$C$B", 1) == 0 && files_init() == 1;
+        return setenv("B", "$A/b", 1) == 0 && files_init() == 1;
     }();
-    HOLDS(prepared);
+    HOLDS(isPrepared);
     Input in(data, size);
     const bool bare = in.Below(2) == 0;
     ControlPlatformNumber(uint32_t(1 + in.Below(2)));
@@ -105,12 +87,8 @@ int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     const std::string other = in.Line();
     const Array name(StringOfBytes(text));
     CheckMappedName(name, other, bare);
-    CheckLongName(name, other);
-    CheckPaths(name);
-    CheckBaseName(name, other);
+    CheckPaths(name, other);
     CheckSystem(text, other);
-    HostCommand command;
-    ParseCommandLine(text, command);
     CheckQuotedWords(in);
     HOLDS_NOTHING_LOST();
     return 0;
