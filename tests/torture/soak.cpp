@@ -148,6 +148,8 @@ TEST(Torture, OfMemory) {
     EXPECT_LE(late - early, 512);
 #endif
     EXPECT_LE(lateBlocks - earlyBlocks, 20);
+    HashTableDestroy(numbers);
+    CacheDestroy(objects);
     VrExit(0);
 }
 
