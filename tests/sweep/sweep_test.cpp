@@ -14,6 +14,7 @@
 
 #include "examples/record_file.h"
 #include "platform/files.h"
+#include "platform/process.h"
 #include "tests/support/arrays.h"
 #include "tests/support/library_test.h"
 
@@ -24,13 +25,40 @@ const std::string kEditedRecord = kRecord + Marked("^" + std::string(400, 'n'));
 
 void PrepareFolder() {
     WriteFile("RECORD", kRecord);
-    WriteFile("test.ini", "[ENVIRONMENT]\nCVTFILE=.\\cvt.ini\n[DB]\nLOG=1\n");
-    WriteFile("cvt.ini", "[display]\n65=66\n");
+    WriteFile("test.ini",
+              "[ENVIRONMENT]\nSWEPT=C:\\data\nCVTFILE=.\\cvt.ini\n[DB]\nLOG=1\n[S]\nTEXT=a\nb\n");
+    WriteFile("cvt.ini", "[input]\n0x84=0xE4\n[display]\n65=66\n");
+    WriteFile("registry",
+              "REGEDIT4\n[HKEY_LOCAL_MACHINE\\Software\\Veldane\\Ledger\\ENVIRONMENT]\n"
+              "\"LISTED\"=\"yes\"\n");
+    WriteFile("host.so.version", "ProductName=Ledger\nProductVersion=4.2\n");
+    std::filesystem::copy_file(VR_COUNTED_LIBRARY_PATH, "host.so");
 }
 
 // Texts of more than 62 bytes are blocks of their own, for each of which the platform is asked.
 std::string Text(int number, size_t size = 90) {
     return std::to_string(number) + std::string(size, '.');
+}
+
+std::string TextOf(const char* text) {
+    return text == nullptr ? "null" : text;
+}
+
+std::string Startup() {
+    for (const char* name : {"VRLTEMP", "VRLPATH", "VRLPRINTPATH", "VRPLATFORM_WINDOWS_DIR"})
+        unsetenv(name);
+    setenv("VRPLATFORM_REGISTRY", "registry", 1);
+    const auto module = reinterpret_cast<VrWord>(LoadLibraryA(".\\host.so"));
+    const UtilInitRecord record = {0, module, "test.ini"};
+    UtilInit(&record);
+    files_init();
+    LockInit();
+    std::string told;
+    for (const char* text :
+         {EnvironProduct(), EnvironRelease(), EnvironVrPath(),
+          static_cast<const char*>(getenv("SWEPT")), static_cast<const char*>(getenv("LISTED"))})
+        told += TextOf(text) + ' ';
+    return told + std::to_string(CvtFlag);
 }
 
 void Put(Array& record, UtilPosition position, const std::string& text, uint32_t replace) {
@@ -53,6 +81,67 @@ std::string Editing() {
     UtilGetNextAttribute(converted, UtilSkipAttribute(converted, 200), &first, 0);
     return TakeText(extract_tail(9, 0, 0, converted)) + TakeBytes(first) + BytesOf(record) +
            BytesOf(chosen) + BytesOf(put) + TakeBytes(spliced.release());
+}
+
+// Twice through objects of which few fit. Which bodies are dropped is the cache's affair, but
+// the one in use stays.
+std::string Caching() {
+    const auto drop = [](VrWord object, VrWord) { free_mem(reinterpret_cast<char**>(object)); };
+    DLLPutEnv("VRLCACHESIZE", "2000");
+    Cache* cache = CacheCreate(5, drop, drop, 0);
+    char* bodies[12] = {};
+    std::string told;
+    for (int i = 0; i < 24; ++i) {
+        char*& body = bodies[i % 12];
+        const std::string name = Text(i % 12);
+        const bool isBack = body == nullptr && i >= 12;
+        if (body == nullptr) body = dup_str(name.c_str());
+        CacheInstall(cache, name.c_str(), reinterpret_cast<VrWord>(&body), 300, 1);
+        if (isBack) CacheIncrObjStr(cache, name.c_str());
+        if (body == nullptr) return "the body that was just made is gone";
+        CacheStackCountInc(cache, name.c_str());
+        Array(alloc_string(500));
+        told += *reinterpret_cast<char**>(CacheLookup(cache, name.c_str()));
+        CacheStackCountDec(cache, name.c_str());
+    }
+    EXPECT_EQ(cache->used, 300 * (12 - std::ranges::count(bodies, nullptr)));
+    CacheDestroy(cache);
+    return told;
+}
+
+// The life cycle of what the other scenarios use little of.
+std::string Families() {
+    VrHeap* heap = vrHeapCreate();
+    MemBuf* pieces = MemBufCreate(200);
+    BufDscr* buffer = BufDscrCreate(100);
+    HashTable* keys = HashTableCreate(30, nullptr, 0, 0);
+    const int32_t records = tblCreate("sweep", 100, 99, nullptr);
+    for (int i = 1; i <= 25; ++i) {
+        vrHeapWriteStr(heap, Text(i, 300).c_str());
+        *static_cast<int*>(MemBufAlloc(pieces, 60)) = i;
+        AddStrToBuffer(buffer, Text(i).data(), i, '|');
+        HashTableInstall(keys, Text(i).c_str(), VrWord(Quark(Text(i).c_str())));
+        *static_cast<int*>(TblHndToPtr(records, TblAllocHnd(records))) = i;
+    }
+    std::string told =
+        TakeBytes(vrHeapUnloadToVrString(heap)) + TakeBytes(BufDscrMakeVrStr(buffer));
+    for (int i = 1; i <= 25; ++i) {
+        told += TextOf(QuarkToString(int32_t(HashTableLookup(keys, Text(i).c_str()))));
+        told += std::to_string(*static_cast<int*>(TblHndToPtr(records, i - 1)));
+    }
+    vrHeapDestroy(heap);
+    MemBufDestroy(pieces);
+    BufDscrDestroy(buffer);
+    HashTableDestroy(keys);
+    TblDestroy(records);
+    for (VrString s : {OsFileLongName(Array(Text(1)), "txt"), EnvironFileName(Array("$SWEPT/x"))})
+        told += TakeBytes(s);
+    DirSearch* search = nullptr;
+    for (const char* each = DirFirst(".", &search); each != nullptr; each = DirNext(search))
+        told += '.';
+    DirClose(&search);
+    DllUnload(".\\host.so", DllLoad(".\\host.so", nullptr));
+    return told + Text(System("-0exit 7", nullptr)) + Text(EnvironScreenDefinition()->columns);
 }
 
 std::string Files() {
@@ -114,8 +203,8 @@ void PrintTo(const Scenario& scenario, std::ostream* out) {
 }
 
 constexpr Scenario kScenarios[] = {
-    {"Editing", Editing}, {"Files", Files}, {"Edit", LockedEdit},
-    {"Command", Command}, {"Log", Log},
+    {"Startup", Startup}, {"Editing", Editing}, {"Caching", Caching}, {"Families", Families},
+    {"Files", Files},     {"Edit", LockedEdit}, {"Command", Command}, {"Log", Log},
 };
 
 struct Failure {
@@ -141,8 +230,19 @@ constexpr Failure kFailures[] = {
 };
 
 // What the runs told in which no box was shown, the first, second... call failing; "ok" is
-// what is told when nothing fails.
+// what is told when nothing fails. Of allocations these are the few that are done without: the
+// settings, the version resource, name, release, installation path; two reserves, 16 pools.
+const std::string kUnnoticed =
+    "Ledger 4.2 \\VRLINK null null 0,  \\VRLINK C:\\data null 2,null 4.2 \\VRLINK C:\\data null 2,"
+    "Ledger null \\VRLINK C:\\data yes 2,Ledger 4.2 null C:\\data yes 2,"
+    "ok,ok,ok,ok,ok,ok,ok,ok,ok,ok,ok,ok,ok,ok,ok,ok,ok,ok,";
+const std::string kNoSettings = "Ledger 4.2 \\VRLINK null null 0,";
 const std::map<std::string, std::string> kTold = {
+    {"Startup retry", kUnnoticed},
+    {"Startup cancel", kUnnoticed},
+    {"Startup denied", kNoSettings},
+    {"Startup no handle", kNoSettings},
+    {"Startup no handles", kNoSettings},
     {"Files denied", "open -1,"},
     {"Files no handle", "ok,"},
     {"Files no handles", "open -2,"},
@@ -213,11 +313,10 @@ void Finish(int status, void*) {
     ControlMessageBoxes(Present, &answer);
     MemAddCallback(
         kVrMemoryExhausted, [](VrWord, VrWord) { ++report->exhausted; }, 0);
-    const UtilInitRecord record = {0, 0, "test.ini"};
-    UtilInit(&record);
-    files_init();
-    LockInit();
-    VrExitAdd([] { ++report->endings; });
+    if (scenario.run != Startup) {
+        Startup();
+        VrExitAdd([] { ++report->endings; });
+    }
     failure.plan(nth);
     scenario.run().copy(report->told, sizeof report->told - 1);
     VrExit(0);

@@ -2,6 +2,8 @@
 // it was once everything had been used. Only the fixed store, which gives nothing back, is
 // left alone.
 
+#include <sys/resource.h>
+
 #include <algorithm>
 
 #include "platform/files.h"
@@ -140,6 +142,10 @@ TEST(Torture, OfMemory) {
         for (int i = 0; i < 200; ++i)
             step();
     }
+#ifndef __SANITIZE_ADDRESS__  // which takes most of the address space itself
+    const rlimit limit = {1 << 28, 1 << 28};
+    ASSERT_EQ(setrlimit(RLIMIT_AS, &limit), 0);
+#endif
     const auto [early, earlyBlocks] = Work(length / 2);
     const auto [late, lateBlocks] = Work(length / 2);
     std::printf("soak: %.0f s, resident %ld then %ld KB, blocks %ld then %ld\n", length.count(),
