@@ -1,4 +1,4 @@
-// Hash tables, whose keys have known hashes, quarks and handle tables.
+// Hash tables, whose keys have known hashes, and handle tables.
 
 #include "tests/support/library_test.h"
 
@@ -48,16 +48,6 @@ TEST_F(LibraryTest, TheNewestEntryOfAKeyIsFoundAndGoesFirst) {
         HashTableDestroy(table);
         EXPECT_EQ(std::exchange(ended, ""), "eigca");
     }
-}
-
-TEST_F(LibraryTest, QuarksCountUpAndKeepTheirTexts) {
-    for (int32_t step = 0; step < 1000; ++step) {
-        const int32_t quark = 1 + step % 500;
-        const std::string text(size_t(quark - 1), 'q');  // the empty one is the first
-        EXPECT_EQ(Quark(std::string(text).c_str()), quark);
-        EXPECT_EQ(QuarkToString(quark), text);
-    }
-    EXPECT_TRUE(!QuarkToString(Quark(nullptr)) && !QuarkToString(-1));
 }
 
 TEST_F(LibraryTest, TheLowestFreeSlotIsTakenFirst) {
