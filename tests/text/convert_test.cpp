@@ -1,5 +1,5 @@
-// Character conversion: the edges of a conversion file, the two ways of copying, and the
-// reader of private profiles that the tables come through.
+// Character conversion: the edges of a conversion file, and the reader of private
+// profiles that the tables come through.
 
 #include <algorithm>
 #include <string>
@@ -39,6 +39,8 @@ TEST_F(ConvertTest, EdgesOfTheFile) {
     const std::tuple<std::string, int32_t, std::string, std::string> cases[] = {
         {"011=0x41", 1, "\t", "A"},
         {"65=321", 1, "bAb", "bAb"},
+        {"65=66", 1, std::string(200, 'A'), std::string(200, 'B')},
+        {"65=66", 1, "x", kSame},
         {"x41=66", 1, "A\0A"s, "ABA"},
         {"65=0\n66=67", 2, "AB", "AC"},
         {"65=66\n65=67", 2, "A", "B"},
@@ -49,21 +51,6 @@ TEST_F(ConvertTest, EdgesOfTheFile) {
         Load("[INPUT]\n" + lines + "\n");
         EXPECT_EQ(CvtFlag, flag) << lines;
         EXPECT_EQ(Converted(given, 0), converted) << lines;
-    }
-}
-
-// A length word and a zero stand beside the text in the scratch area.
-TEST_F(ConvertTest, TextsThatFitTheScratchAreaAreCopiedThere) {
-    Start();
-    Load("[input]\n65=66\n");
-    for (size_t length : {10235u, 10236u}) {
-        const std::string text(length, 'x');
-        const uint32_t blocks = ControlBlocksOut();
-        std::fill_n(MemBuf1, kVrScratchSize, '?');
-        EXPECT_EQ(Converted(text, 0), kSame) << length;
-        EXPECT_EQ(*MemBuf1, length > 10235 ? '?' : 'x') << length;
-        EXPECT_EQ(Converted(text + 'A', 0), text + 'B') << length;
-        EXPECT_EQ(ControlBlocksOut(), blocks) << "no working copy is left";
     }
 }
 
