@@ -3,7 +3,6 @@
 #include <string>
 
 #include "platform/environment.h"
-#include "tests/process/counted_library.h"
 #include "tests/support/library_test.h"
 #include "tests/support/rows.h"
 
@@ -102,30 +101,15 @@ TEST_F(SystemTest, WhatDoesNotFitIsRefused) {
     EXPECT_TRUE(Outcome("-0a;b", (name + "o").c_str(), kRuns).starts_with("=-1["));
 }
 
-// A file of the shell's name wins on the hidden route; it turns up in the last place first.
-TEST_F(SystemTest, TheHiddenRouteLooksForAFileOfTheShellsName) {
-    PutHost("HOST/");
-    std::filesystem::create_directories("PRODUCT/bin");
-    for (const auto& [folder, path] :
-         Rows<2>("PRODUCT/bin/ -> \\PRODUCT\\bin\\ |  -> \\ | HOST/ -> \\HOST\\")) {
-        WriteFile(folder + "CMD", "");
-        EXPECT_EQ(Outcome("-0dir /w", "OUT", kRuns),
-                  "0 " + directory.drivePath + path + "CMD /c dir /w > OUT=2");
-    }
-}
-
 TEST_F(SystemTest, RealProgramsGiveTheirExitCodesAndOutput) {
     DLLPutEnv("VRLPORT", "17");
-    WriteFile("my tool.exe", "#!/bin/sh\nprintf '<%s>' \"$@\" >OUT\nexit 6\n");
-    std::filesystem::permissions("my tool.exe", std::filesystem::perms::owner_all);
     WriteFile("steps.bat", "echo 1 >OUT\r\nexit 8\r\n");
     WriteFile("input", "echo typed >OUT; exit 11\n");
     ASSERT_NE(std::freopen("input", "r", stdin), nullptr);
     for (const auto& [command, result, out] :
          Rows<3>("sleep 0.3 && exit 7 -> 7 | -0echo $VRLPORT >OUT; exit 300 -> 44 -> 17\n"
                  " | no-such-command 2>ERR -> 127 | kill -KILL $$ -> 137 | +steps.bat -> 8 -> 1\n"
-                 R"( | +my tool "a  b" c\"d "e\\" f\\g \\\"h i)"
-                 R"( -> 6 -> <a  b><c"d><e\><f\\g><\"h><i> | +"C:\bin\sh" -c "kill $$" -> 143)"
+                 R"( | +"C:\bin\sh" -c "kill $$" -> 143)"
                  " |  -> 11 -> typed\n"
                  " | +no-such x -> 0[CreateProcess 'no-such x' failed\n error (2) - File not found]"
                  " | &folder\\tool -> 0[CreateProcess 'folder\\tool' failed\n"
