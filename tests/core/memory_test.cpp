@@ -1,8 +1,7 @@
-// Blocks: where they lie, what they hold, and when pages go back. Counted strings: their
+// Blocks: where they lie and what they hold. Counted strings: their
 // layout to the byte, copies, and order.
 
 #include <algorithm>
-#include <vector>
 
 #include "tests/support/arrays.h"
 #include "tests/support/library_test.h"
@@ -23,22 +22,6 @@ TEST_F(LibraryTest, ThePoolIsASizesQuarter) {
     for (const auto& [size, stride] : {std::pair(1u, 8), {3, 8}, {4, 12}, {62, 68}}) {
         const Bytes first = Alloc(size);
         EXPECT_EQ(Alloc(size) - first, stride) << size;
-    }
-}
-
-// As long as no more are free, a page without a block out stays.
-TEST_F(LibraryTest, PagesGoWhenMoreThan50SlotsAreFree) {
-    const uint32_t before = ControlBlocksOut();
-    for (const auto& [freed, pagesLeft] : {std::pair(13u, 2u), {12, 3}}) {
-        std::vector<Bytes> blocks(75);  // 25 after 25 on a page
-        std::ranges::generate(blocks, [] { return Alloc(52); });
-        for (const auto& [first, length] : {std::pair(25u, 13u), {50, freed}, {0, 25}}) {
-            for (size_t i = first; i < first + length; ++i)
-                free_mem(&blocks[i]);
-        }
-        EXPECT_EQ(ControlBlocksOut(), before + pagesLeft);
-        for (Bytes& block : blocks)
-            free_mem(&block);
     }
 }
 
