@@ -46,23 +46,6 @@ TEST_F(LibraryTest, EditsOfStringsThatAreNotWhatTheySeem) {
     EXPECT_EQ(Replaced(cut, 5, Array("x")), "abc^d^^^x");
 }
 
-TEST_F(LibraryTest, ALengthBelowZeroCountsAsNone) {
-    const Array s("^ab^");
-    s->length = -1;
-    UtilSwapChar(s, kVrAttributeMark, 'x');
-    EXPECT_EQ(VrStrText(s)[0], kVrAttributeMark);
-    VrString out = nullptr;
-    EXPECT_EQ(UtilGetNextValue(s, 1000, &out, 0), 4);
-    for (VrString none : {out, get_field(1, s), extract_tail(1, 0, 0, s), get_field_at_pos(0, s)})
-        EXPECT_EQ(none, NullString());
-    EXPECT_EQ(item_count(s, 'z'), 0);
-    UtilSwapChar(nullptr, 0, 'x');
-    UtilSwapChar(NullString(), 0, 'x');
-    EXPECT_EQ(VrStrText(NullString())[0], 0);
-    for (char* empty : {get_field_string(4, s), get_tail_string(9, s)})
-        EXPECT_EQ(static_cast<void*>(empty), NullString());
-}
-
 int32_t NextComma(VrString s, int32_t cursor, VrString* out, uint32_t size) {
     return UtilGetNextMarkerVal(s, cursor, out, size, ',');
 }

@@ -19,13 +19,6 @@ Bytes PassByBytes(Bytes p, Bytes end, uint8_t mark, int32_t& marks, bool higherS
     return p;
 }
 
-Bytes PassBackByBytes(Bytes p, Bytes begin, uint32_t& marks) {
-    for (; p != begin; --p) {
-        if (p[-1] == kVrAttributeMark && --marks == 0) break;
-    }
-    return p;
-}
-
 Bytes FindByBytes(Bytes p, Bytes end, vr::StopBytes stops) {
     return std::find_if(p, end,
                         [stops](uint8_t b) { return b >= stops.lowest && b <= stops.highest; });
@@ -55,12 +48,6 @@ TEST(Scan, WideStepsGiveWhatBytesGive) {
         const auto higher = stop ? vr::HigherBytes::Stop : vr::HigherBytes::Pass;
         ASSERT_EQ(vr::PassMarks(begin, end, mark, marks, higher) - begin, slow - begin);
         ASSERT_EQ(marks, expected);
-
-        uint32_t back = static_cast<uint32_t>(below(200)) + 1;
-        uint32_t expectedBack = back;
-        slow = PassBackByBytes(end, begin, expectedBack);
-        ASSERT_EQ(vr::PassMarksBack(end, begin, back) - begin, slow - begin);
-        ASSERT_EQ(back, expectedBack);
 
         const vr::StopBytes stops = {mark, static_cast<uint8_t>(std::min(mark + below(4), 255))};
         slow = FindByBytes(begin, end, stops);
