@@ -70,16 +70,6 @@ TEST_F(Files, TextModeReads) {
     }
 }
 
-TEST_F(Files, TextModeWritesCrLfAndCountsTheBytesGiven) {
-    std::string text;
-    std::string disk;
-    for (; text.size() < 6000; text += "x\n")
-        disk += "x\r\n";
-    const int32_t handle = Open("t", kNew);
-    EXPECT_EQ(FileWrite(handle, text.data(), text.size()), 6000);
-    EXPECT_EQ(ReadFile("t"), disk);
-}
-
 // The names, each behind its attributes.
 std::string Found(const std::string& pattern) {
     std::set<std::string> names;
