@@ -16,6 +16,7 @@ if(VR_INSTRUMENT STREQUAL "sanitize")
   add_link_options(-fsanitize=address,undefined)
 elseif(VR_INSTRUMENT STREQUAL "coverage")
   add_compile_options(--coverage)
+  add_compile_definitions(VR_COVERAGE)
   add_link_options(--coverage)
 endif()
 

@@ -29,10 +29,6 @@ bool Exists(const char* format, const char* directory, const char* name) {
     return vr::Fits(wanted, kVrScratchSize) && FileStatus(MemBuf3) == 0;
 }
 
-bool IsAbsolute(const char* name) {
-    return name[0] == '\\' || (vr::IsLetter(name[0]) && name[1] == ':' && name[2] == '\\');
-}
-
 bool IsInHostDirectory(const char* name) {
     char path[kDirectorySize] = "";
     GetModuleFileNameA(reinterpret_cast<void*>(GetHInstance()), path, sizeof path);
@@ -53,7 +49,6 @@ bool IsInProductBin(const char* name) {
 }
 
 bool Find(const char* name) {
-    if (IsAbsolute(name) && Exists("%s%s", "", name)) return true;
     return IsInHostDirectory(name) || IsInCurrentDirectory(name) || IsInProductBin(name);
 }
 

@@ -1,4 +1,5 @@
-// A null object is passed over, with the empty result of its kind.
+// A null object is passed over, with the empty result of its kind, and so are numbers out of
+// range.
 
 #include "tests/support/library_test.h"
 
@@ -40,6 +41,74 @@ TEST_F(LibraryTest, NullObjectsArePassedOver) {
     EXPECT_EQ(DllLoad(nullptr, nullptr), 0u);
     DllUnload(nullptr, 0);
     EXPECT_EQ(DirNext(nullptr), nullptr);
+    EXPECT_EQ(value, 7u);
+}
+
+TEST_F(LibraryTest, BadNumbersAndNamesArePassedOver) {
+    int32_t out = 7;
+    VrWord value = 7;
+    EXPECT_EQ(MemBufCreate(0), nullptr);
+    EXPECT_EQ(BufDscrCreate(0), nullptr);
+    EXPECT_EQ(malloc_memory(0), nullptr);
+    EXPECT_EQ(MemAddCallback(0, nullptr, 0) + MemRemoveCallback(
+                                                  0, [](VrWord, VrWord) {}, 0),
+              2);
+    EXPECT_EQ(MemRemoveCallback(3, nullptr, 0) + MemCallCallbacks(-1, 0), -2);
+    VrHeap* heap = vrHeapCreate();
+    EXPECT_EQ(vrHeapSize(heap, &out) + out, 0);
+    vrHeapDestroy(heap);
+    EXPECT_EQ(realloc_mem(heap, 0), nullptr);
+    EXPECT_EQ(MemFixedWrite("x", 0), MemFixedAlloc(0));
+    HashTable* keys = HashTableCreate(1, nullptr, 0, 0);
+    EXPECT_EQ(HashTableCreate(0, nullptr, 0, 0), nullptr);
+    EXPECT_EQ(HashTableEntry(keys, -1, &value), nullptr);
+    HashTableDestroy(keys);
+    Cache* cache = CacheCreate(1, nullptr, nullptr, 0);
+    for (auto count : {CacheStackCountInc, CacheStackCountDec, CacheClassUseInc, CacheClassUseDecr,
+                       CacheClassDrop})
+        count(cache, "missing");
+    CacheInstall(cache, "n", 1, 0, 0);
+    CacheStackCountDec(cache, "n");
+    CacheClassUseDecr(cache, "n");
+    CacheClassUseInc(cache, "n");
+    CacheClassDrop(cache, "n");
+    EXPECT_EQ(CacheLookup(cache, "n"), 1u);
+    CacheDestroy(cache);
+    for (int32_t quark : {-1, 0, 1000})
+        EXPECT_EQ(QuarkToString(quark), nullptr);
+    for (auto [size, mark] : {std::pair(0, 0), {4, -1}, {4, 4}})
+        EXPECT_EQ(tblCreate("t", size, mark, nullptr), -1);
+    EXPECT_EQ(TblHndToPtr(-1, 0), nullptr);
+    EXPECT_EQ(TblHndToPtr(0, -1), nullptr);
+    for (auto [month, day, year] :
+         {std::tuple(-1, 1, 2000), {12, 1, 2000}, {0, 0, 2000}, {0, 1, -1}})
+        EXPECT_EQ(MoDaYrToDaysSince67(month, day, year, &out), 0);
+    EXPECT_EQ(findchar(nullptr, 'a', 1) + findchar("a", 0, 1) + findchar("a", 'a', 0), -3);
+    EXPECT_EQ(LockUnlockKey(0, nullptr) + LockLockKey(0xFFFF0000, nullptr, 0, 0), -2);
+    VrString one = VR_SHARED_STRING(TrueVrStr);
+    EXPECT_LT(CompareVrStrings(nullptr, one) * CompareVrStrings(one, VR_SHARED_STRING(NullVrStr)),
+              0);
+    EXPECT_EQ(SkipBackNAttrs(one, 5, &(out = 0, out)), 5);
+    char empty[] = "", prefix[] = "1";
+    EXPECT_EQ(ExtractBaseName(one, nullptr), nullptr);
+    EXPECT_EQ(ExtractBaseName(one, empty), nullptr);
+    EXPECT_EQ(ExtractBaseName(one, prefix), nullptr);
+    DirSearch* search = nullptr;
+    EXPECT_EQ(DirFirst("", &search), nullptr);
+    EXPECT_EQ(DirNext(search), nullptr);
+    DirClose(&search);
+    DirClose(&search);
+    OsClose(-1);
+    char* word = get_text_word(&(out = 0, out), nullptr);
+    EXPECT_STREQ(word, "");
+    free_mem(&word);
+    EXPECT_STREQ(GetPortNumber(), "Unknown");
+    DLLPutEnv("VRLPORT", "COM2");
+    EXPECT_STREQ(GetPortNumber(), "COM2");
+    EXPECT_GT(CompareVrStrings(one, nullptr), 0);
+    EXPECT_LT(CompareVrStrings(VR_SHARED_STRING(NullVrStr), one), 0);
+    EXPECT_EQ(IniGetInt(nullptr, "k", 3) + IniGetInt("s", nullptr, 4), 7);
+    EXPECT_EQ(IniGetSection(nullptr), nullptr);
     EXPECT_EQ(value, 7u);
 }
 
