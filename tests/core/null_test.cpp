@@ -34,6 +34,7 @@ TEST_F(LibraryTest, NullObjectsArePassedOver) {
     EXPECT_EQ(CacheIncrObjStr(nullptr, "k"), 32);
     EXPECT_EQ(CacheRemoveItems(nullptr, "", "", 0), 0);
     EXPECT_EQ(CacheRemoveProgramItems(nullptr, 1), 0);
+    CacheInstall(nullptr, "k", 1, 1, 1);
     CacheDestroy(nullptr);
     EXPECT_EQ(TblLength(-1), 0);
     EXPECT_EQ(TblBase(-1), nullptr);
@@ -74,8 +75,15 @@ TEST_F(LibraryTest, BadNumbersAndNamesArePassedOver) {
     CacheClassDrop(cache, "n");
     EXPECT_EQ(CacheLookup(cache, "n"), 1u);
     CacheDestroy(cache);
-    for (int32_t quark : {-1, 0, 1000})
+    EXPECT_EQ(CacheCreate(0, nullptr, nullptr, 0), nullptr);
+    for (int32_t i = 2; i < 500; ++i)
+        EXPECT_EQ(Quark(std::to_string(i).c_str()), i);
+    EXPECT_STREQ(QuarkToString(499), "499");
+    for (int32_t quark : {-1, 0, 500})
         EXPECT_EQ(QuarkToString(quark), nullptr);
+    EXPECT_EQ(Quark(nullptr), 0);
+    UtilSwapChar(nullptr, 'a', 'b');
+    EXPECT_EQ(extract_field(9, 0, 0, VR_SHARED_STRING(TrueVrStr)), VR_SHARED_STRING(NullVrStr));
     for (auto [size, mark] : {std::pair(0, 0), {4, -1}, {4, 4}})
         EXPECT_EQ(tblCreate("t", size, mark, nullptr), -1);
     EXPECT_EQ(TblHndToPtr(-1, 0), nullptr);

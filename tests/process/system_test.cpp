@@ -3,6 +3,7 @@
 #include <string>
 
 #include "platform/environment.h"
+#include "tests/process/counted_library.h"
 #include "tests/support/library_test.h"
 #include "tests/support/rows.h"
 
@@ -99,6 +100,18 @@ TEST_F(SystemTest, WhatDoesNotFitIsRefused) {
     EXPECT_EQ(Outcome(part + ";b", name.c_str(), kRuns),
               "3 CMD /c __aavrtm.bat{" + part + " > " + name + "\r\nb >> " + name + "\r\n}=2");
     EXPECT_TRUE(Outcome("-0a;b", (name + "o").c_str(), kRuns).starts_with("=-1["));
+}
+
+// A file of the shell's name wins on the hidden route; it turns up in the last place first.
+TEST_F(SystemTest, TheHiddenRouteLooksForAFileOfTheShellsName) {
+    PutHost("HOST/");
+    std::filesystem::create_directories("PRODUCT/bin");
+    for (const auto& [folder, path] :
+         Rows<2>("PRODUCT/bin/ -> \\PRODUCT\\bin\\ |  -> \\ | HOST/ -> \\HOST\\")) {
+        WriteFile(folder + "CMD", "");
+        EXPECT_EQ(Outcome("-0dir /w", "OUT", kRuns),
+                  "0 " + directory.drivePath + path + "CMD /c dir /w > OUT=2");
+    }
 }
 
 TEST_F(SystemTest, RealProgramsGiveTheirExitCodesAndOutput) {

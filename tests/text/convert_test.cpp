@@ -40,6 +40,8 @@ TEST_F(ConvertTest, EdgesOfTheFile) {
         {"011=0x41", 1, "\t", "A"},
         {"65=321", 1, "bAb", "bAb"},
         {"65=66", 1, std::string(200, 'A'), std::string(200, 'B')},
+        {"65=66", 1, std::string(20000, 'A'), std::string(20000, 'B')},
+        {"65=66", 1, std::string(20000, 'x'), kSame},
         {"65=66", 1, "x", kSame},
         {"x41=66", 1, "A\0A"s, "ABA"},
         {"65=0\n66=67", 2, "AB", "AC"},
