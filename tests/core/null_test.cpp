@@ -63,6 +63,9 @@ TEST_F(LibraryTest, BadNumbersAndNamesArePassedOver) {
     HashTable* keys = HashTableCreate(1, nullptr, 0, 0);
     EXPECT_EQ(HashTableCreate(0, nullptr, 0, 0), nullptr);
     EXPECT_EQ(HashTableEntry(keys, -1, &value), nullptr);
+    HashTableInstall(keys, "k", 1);
+    HashTableRemove(keys, "k", 2);
+    EXPECT_EQ(HashTableLookup(keys, "k"), 1u);
     HashTableDestroy(keys);
     Cache* cache = CacheCreate(1, nullptr, nullptr, 0);
     for (auto count : {CacheStackCountInc, CacheStackCountDec, CacheClassUseInc, CacheClassUseDecr,
@@ -107,9 +110,14 @@ TEST_F(LibraryTest, BadNumbersAndNamesArePassedOver) {
     DirClose(&search);
     DirClose(&search);
     OsClose(-1);
-    char* word = get_text_word(&(out = 0, out), nullptr);
-    EXPECT_STREQ(word, "");
-    free_mem(&word);
+    for (int32_t offset : {-1, 0, 9}) {
+        char* word = get_text_word(&offset, offset == 0 ? nullptr : "word");
+        EXPECT_STREQ(word, "");
+        free_mem(&word);
+    }
+    char* field = get_text_field("a,b", ',', 3);
+    EXPECT_STREQ(field, "");
+    free_mem(&field);
     EXPECT_STREQ(GetPortNumber(), "Unknown");
     DLLPutEnv("VRLPORT", "COM2");
     EXPECT_STREQ(GetPortNumber(), "COM2");
@@ -118,6 +126,14 @@ TEST_F(LibraryTest, BadNumbersAndNamesArePassedOver) {
     EXPECT_EQ(IniGetInt(nullptr, "k", 3) + IniGetInt("s", nullptr, 4), 7);
     EXPECT_EQ(IniGetSection(nullptr), nullptr);
     EXPECT_EQ(value, 7u);
+}
+
+TEST(StartTest, AnOverlongSettingsPathIsNone) {
+    const std::string path(300, 'x');
+    const UtilInitRecord start = {0, 0, path.c_str()};
+    UtilInit(&start);
+    EXPECT_EQ(ini_buf, nullptr);
+    VrExit(0);
 }
 
 TEST_F(LibraryTest, BreaksNest) {
