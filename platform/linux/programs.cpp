@@ -105,7 +105,7 @@ uint32_t ErrorOfSpawn(int error) {
     }
 }
 
-// What a host of ours blocks is no matter of the program's; what it ignores stays ignored.
+// What a host of ours blocks or ignores is no matter of the program's.
 int Spawn(const HostCommand& command, pid_t& number) {
     std::vector<char*> words;
     for (const std::string& word : command.words)
