@@ -42,8 +42,9 @@ void* LargePayload(void* platformBlock) {
     return static_cast<char*>(platformBlock) + kLargeHeaderSize;
 }
 
-void* NewLargeBlock(uint32_t size, const char* tag, int32_t line) {
-    const uint32_t total = vr::SaturatingAdd(size, kLargeHeaderSize + kSpareByte);
+// Kept out of the way of the blocks that come from a pool, like FreeOther.
+[[gnu::noinline]] void* NewLargeBlock(uint32_t size, const char* tag, int32_t line) {
+    const uint32_t total = vr::Saturated(uint64_t{size} + kLargeHeaderSize + kSpareByte);
     return LargePayload(_CallocMore(total, nullptr, tag, line));
 }
 
@@ -58,7 +59,7 @@ void* PlatformBlockOf(void* payload) {
 // Resizes a block that has a platform block of its own, whichever its header.
 void* ResizePlatformBlock(void* payload, uint32_t size, const char* tag, int32_t line) {
     const uint32_t header = HeaderSize(payload);
-    const uint32_t total = vr::SaturatingAdd(size, header + kSpareByte);
+    const uint32_t total = vr::Saturated(uint64_t{size} + header + kSpareByte);
     void* block = _CallocMore(total, PlatformBlockOf(payload), tag, line);
     return static_cast<char*>(block) + header;
 }
@@ -143,7 +144,8 @@ void* _alloc_memory(uint32_t size, const char* tag, int32_t line) {
 
 void* _malloc_memory(uint32_t size, const char* tag, int32_t line) {
     if (size == 0) return nullptr;
-    return LargePayload(_MallocMore(vr::SaturatingAdd(size, kLargeHeaderSize), nullptr, tag, line));
+    return LargePayload(
+        _MallocMore(vr::Saturated(uint64_t{size} + kLargeHeaderSize), nullptr, tag, line));
 }
 
 void* _realloc_mem(void* block, uint32_t size, const char* tag, int32_t line) {

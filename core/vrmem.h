@@ -70,8 +70,8 @@ inline int32_t CapacityOf(VrString s) {
 
 // A size that would pass 32 bits stays at their end, where it is refused as too
 // large instead of wrapping round to a small block.
-constexpr uint32_t SaturatingAdd(uint32_t a, uint32_t b) {
-    return a > UINT32_MAX - b ? UINT32_MAX : a + b;
+constexpr uint32_t Saturated(uint64_t size) {
+    return size > UINT32_MAX ? UINT32_MAX : static_cast<uint32_t>(size);
 }
 
 // The start routine, and whether it has run.

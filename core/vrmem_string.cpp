@@ -19,19 +19,21 @@ constexpr uint32_t kShortestLongString = 129;
 constexpr uint32_t kLongHeaderExtra = sizeof(vr::LongHeader) - 4;  // beyond a large block's
 constexpr uint32_t kLongOverhead = vr::kStringOverhead + kLongHeaderExtra;
 
-VrString NewLongString(uint32_t capacity, const char* tag, int32_t line) {
-    auto* payload =
-        static_cast<char*>(_alloc_memory(vr::SaturatingAdd(capacity, kLongOverhead), tag, line));
-    char* s = payload + kLongHeaderExtra;
+// `spare` text bytes more than it is long.
+VrString NewLongString(uint32_t length, uint32_t spare, const char* tag, int32_t line) {
+    const uint32_t capacity = vr::Saturated(uint64_t{length} + spare);
+    const uint32_t size = vr::Saturated(uint64_t{capacity} + kLongOverhead);
+    char* s = static_cast<char*>(_alloc_memory(size, tag, line)) + kLongHeaderExtra;
     vr::LongHeaderOf(s) = {{}, capacity, {}, vr::kLongStringClass};
     return reinterpret_cast<VrString>(s);
 }
 
-VrString NewStringOf(uint32_t length, uint32_t longCapacity, const char* tag, int32_t line) {
+// Only a long string is given the spare bytes.
+VrString NewStringOf(uint32_t length, uint32_t spare, const char* tag, int32_t line) {
     if (length == 0) return vr::NullString();
     VrString s =
         length >= kShortestLongString
-            ? NewLongString(longCapacity, tag, line)
+            ? NewLongString(length, spare, tag, line)
             : static_cast<VrString>(_alloc_memory(length + vr::kStringOverhead, tag, line));
     s->length = static_cast<int32_t>(length);
     return s;
@@ -40,11 +42,11 @@ VrString NewStringOf(uint32_t length, uint32_t longCapacity, const char* tag, in
 }  // namespace
 
 VrString _alloc_string(uint32_t length, const char* tag, int32_t line) {
-    return NewStringOf(length, vr::SaturatingAdd(length, length / 2), tag, line);
+    return NewStringOf(length, length / 2, tag, line);
 }
 
 VrString _alloc_simple_string(uint32_t length, const char* tag, int32_t line) {
-    return NewStringOf(length, length, tag, line);
+    return NewStringOf(length, 0, tag, line);
 }
 
 VrString _NewString(VrString s, const char* tag, int32_t line) {

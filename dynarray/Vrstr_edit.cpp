@@ -31,10 +31,6 @@ struct Gap {
     MemoRule memo;
 };
 
-VrString NewArray(int64_t length) {
-    return alloc_string(length > UINT32_MAX ? UINT32_MAX : static_cast<uint32_t>(length));
-}
-
 void SetMemo(VrString s, vr::Memo memo) {
     if (vr::IsLong(s)) vr::LongHeaderOf(s).memo = memo;
 }
@@ -72,7 +68,8 @@ void OpenGap(Edit& edit, const Gap& gap) {
         MoveTail(s, tail, static_cast<int32_t>(gap.added) - gap.removed);
         return;
     }
-    VrString grown = NewArray(vr::LengthOf(s) - gap.removed + gap.added);
+    const int64_t length = vr::LengthOf(s) - gap.removed + gap.added;
+    VrString grown = alloc_string(vr::Saturated(static_cast<uint64_t>(length)));
     const auto head = static_cast<size_t>(edit.cursor - kVrFirstCursor);
     const auto rest = static_cast<size_t>(vr::EndCursor(s) - tail);
     const int32_t newTail = edit.cursor + static_cast<int32_t>(gap.added);

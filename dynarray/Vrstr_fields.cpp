@@ -107,7 +107,7 @@ VrString UtilReplaceString(VrString s, VrString replacement, int32_t oldLength, 
     const auto head = static_cast<size_t>(start);
     const auto middle = static_cast<size_t>(vr::LengthOf(replacement));
     const auto tail = static_cast<size_t>(vr::LengthOf(s) - end);
-    VrString result = alloc_string(vr::SaturatingAdd(static_cast<uint32_t>(head + tail), middle));
+    VrString result = alloc_string(vr::Saturated(uint64_t{head} + middle + tail));
     if (head != 0) std::memcpy(VrStrText(result), VrStrText(s), head);
     if (middle != 0) std::memcpy(VrStrText(result) + head, VrStrText(replacement), middle);
     if (tail != 0) std::memcpy(VrStrText(result) + head + middle, VrStrText(s) + end, tail);

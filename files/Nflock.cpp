@@ -13,6 +13,7 @@
 #include "files/Os_file.h"
 #include "platform/files.h"
 #include "platform/locks.h"
+#include "text/Util_text.h"
 #include "vr/frame.h"
 #include "vr/lock.h"
 #include "vr/memory.h"
@@ -233,8 +234,7 @@ int32_t LockInit() {
 }
 
 int32_t LockRegister(const char* path, VrLockHandle* handle) {
-    const char* backslash = std::strrchr(path, '\\');
-    const char* baseName = backslash == nullptr ? path : backslash + 1;
+    const char* baseName = vr::NameInPath(path);
     const auto directoryLength = static_cast<size_t>(baseName - path);
     auto* lockPath = static_cast<char*>(
         alloc_memory(static_cast<uint32_t>(directoryLength + sizeof kLockFileName)));

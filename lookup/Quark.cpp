@@ -32,6 +32,7 @@ void FreeQuarks() {
     HashTableDestroy(numbers);
     numbers = nullptr;
     free_mem(&texts);
+    nextQuark = 1;
 }
 
 }  // namespace
@@ -55,5 +56,5 @@ int32_t Quark(const char* text) {
 }
 
 const char* QuarkToString(int32_t quark) {
-    return quark < 1 || quark >= nextQuark || texts == nullptr ? nullptr : texts[quark];
+    return quark < 1 || quark >= nextQuark ? nullptr : texts[quark];
 }

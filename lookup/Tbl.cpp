@@ -45,8 +45,7 @@ unsigned char& MarkOf(const Tbl& table, int32_t slot) {
 // A size that no block can have is refused by the allocator.
 unsigned char* NewArray(int32_t length, int32_t size) {
     const uint64_t bytes = static_cast<uint64_t>(length) * static_cast<uint64_t>(size);
-    const uint32_t asked = bytes > UINT32_MAX ? UINT32_MAX : static_cast<uint32_t>(bytes);
-    return static_cast<unsigned char*>(alloc_memory(asked));
+    return static_cast<unsigned char*>(alloc_memory(vr::Saturated(bytes)));
 }
 
 int32_t Take(Tbl& table, int32_t slot) {

@@ -8,8 +8,8 @@
 
 #include <cstring>
 
+#include "core/vrmem.h"
 #include "vr/fixed.h"
-#include "vr/memory.h"
 
 namespace {
 
@@ -140,12 +140,9 @@ HashEntry* NewEntry(size_t keySize) {
 HashTable* HashTableCreate(int32_t bucketCount, HashTableDestructor destructor,
                            VrWord destructorData, int32_t fixed) {
     if (bucketCount < 1) return nullptr;
-    const auto count = static_cast<uint32_t>(bucketCount);
-    const uint32_t size = count > UINT32_MAX / sizeof(HashEntry*)
-                              ? UINT32_MAX
-                              : count * static_cast<uint32_t>(sizeof(HashEntry*));
+    const uint64_t size = static_cast<uint64_t>(bucketCount) * sizeof(HashEntry*);
     auto* table = static_cast<HashTable*>(alloc_memory(sizeof(HashTable)));
-    auto** buckets = static_cast<HashEntry**>(alloc_memory(size));
+    auto** buckets = static_cast<HashEntry**>(alloc_memory(vr::Saturated(size)));
     *table = {fixed, bucketCount, buckets, destructor, destructorData};
     return table;
 }

@@ -10,6 +10,7 @@
 #include <cstring>
 
 #include "platform/process.h"
+#include "process/Host_directory.h"
 #include "text/Util_text.h"
 #include "vr/dll.h"
 #include "vr/environ.h"
@@ -21,7 +22,6 @@ namespace {
 constexpr int32_t kBuckets = 100;
 constexpr size_t kNameSize = 256;
 constexpr size_t kPathSize = 1024;
-constexpr uint32_t kHostPathSize = 256;
 
 struct DllRecord {
     int32_t inUse;         // the mark
@@ -73,10 +73,8 @@ bool LoadFrom(Loaded& loaded, int wanted) {
 }
 
 bool LoadFromHostDirectory(Loaded& loaded, const char* name) {
-    char host[kHostPathSize] = "";
-    GetModuleFileNameA(reinterpret_cast<void*>(GetHInstance()), host, sizeof host);
-    char* backslash = std::strrchr(host, '\\');
-    (backslash == nullptr ? host : backslash + 1)[0] = '\0';
+    char host[vr::kHostDirectorySize];
+    vr::HostDirectory(host);
     return LoadFrom(loaded, std::snprintf(loaded.path, sizeof loaded.path, "%s%s", host, name));
 }
 

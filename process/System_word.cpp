@@ -11,11 +11,10 @@
 #include <cstring>
 
 #include "platform/files.h"
-#include "platform/process.h"
+#include "process/Host_directory.h"
 #include "text/Util_text.h"
 #include "vr/environ.h"
 #include "vr/files.h"
-#include "vr/frame.h"
 #include "vr/memory.h"
 #include "vr/string.h"
 
@@ -30,10 +29,8 @@ bool Exists(const char* format, const char* directory, const char* name) {
 }
 
 bool IsInHostDirectory(const char* name) {
-    char path[kDirectorySize] = "";
-    GetModuleFileNameA(reinterpret_cast<void*>(GetHInstance()), path, sizeof path);
-    char* backslash = std::strrchr(path, '\\');
-    (backslash == nullptr ? path : backslash + 1)[0] = '\0';
+    char path[vr::kHostDirectorySize];
+    vr::HostDirectory(path);
     return Exists("%s%s", path, name);
 }
 

@@ -12,6 +12,7 @@
 #include "platform/processlist.h"
 #include "platform/programs.h"
 #include "platform/text.h"
+#include "text/Util_text.h"
 #include "vr/dll.h"
 #include "vr/environ.h"
 #include "vr/memory.h"
@@ -105,11 +106,6 @@ uint32_t ListByPsapi(ProcessRecord* list) {
     return count;
 }
 
-const char* NameInPath(const char* path) {
-    const char* backslash = std::strrchr(path, '\\');
-    return backslash == nullptr ? path : backslash + 1;
-}
-
 // Only the low byte of the walk's results counts.
 bool Walked(int32_t result) {
     return (result & 0xFF) != 0;
@@ -122,7 +118,7 @@ uint32_t ListByKernel(ProcessRecord* list) {
     uint32_t count = 0;
     for (bool more = Walked(processFirst(snapshot, &entry)); more && count < kMostProcesses;
          more = Walked(processNext(snapshot, &entry))) {
-        Fill(list[count++], entry.processNumber, NameInPath(entry.path), entry.path);
+        Fill(list[count++], entry.processNumber, vr::NameInPath(entry.path), entry.path);
     }
     CloseHandle(snapshot);
     return count;

@@ -1,8 +1,9 @@
-// Comparing and classing text without regard to case or locale.
+// Comparing, classing and measuring text without regard to case or locale.
 #ifndef TEXT_UTIL_TEXT_H
 #define TEXT_UTIL_TEXT_H
 
 #include <cstddef>
+#include <cstring>
 
 namespace vr {
 
@@ -31,6 +32,12 @@ inline bool BeginsWith(const char* text, const char* prefix, size_t prefixLength
         if (Upper(text[i]) != Upper(prefix[i])) return false;
     }
     return true;
+}
+
+// The file's name in a path: what stands behind the last backslash.
+inline const char* NameInPath(const char* path) {
+    const char* backslash = std::strrchr(path, '\\');
+    return backslash == nullptr ? path : backslash + 1;
 }
 
 }  // namespace vr

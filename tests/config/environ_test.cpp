@@ -33,6 +33,8 @@ TEST_F(FilesTest, PathsOfAHostWithoutSettings) {
     EXPECT_EQ(TakeText(EnvironPrintQueuePath()), std::string(300, 'p'));
     EXPECT_EQ(BytesOf(EnvironPrintJobNumPath()), std::string(251, 'p'));
     EXPECT_STREQ(EnvironVrPath(), "\\VRLINK");
+    DLLPutEnv("VRLPRINTPATH", std::string(9000, 'p').c_str());
+    EXPECT_EQ(TakeText(EnvironPrintPath()), "PRINT") << "too long to be read";
 }
 
 TEST_F(FilesTest, DatesGoByTheVariableThenByTheCountry) {
