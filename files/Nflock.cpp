@@ -112,8 +112,12 @@ int32_t ObtainByte(const LockFileEntry& entry, uint32_t position, bool wait) {
 // Makes room for one more key and has the handle ready. What this calls may run
 // callbacks of a host, which may register files: the table may move.
 int32_t PrepareForKey(int32_t index) {
-    LockFileEntry& entry = entries[index];
-    if (entry.heldCount == entry.keyCapacity) Grow(entry.keys, entry.keyCapacity, kKeysPerStep);
+    LockFileEntry entry = entries[index];
+    if (entry.heldCount == entry.keyCapacity) {
+        Grow(entry.keys, entry.keyCapacity, kKeysPerStep);
+        entries[index].keys = entry.keys;
+        entries[index].keyCapacity = entry.keyCapacity;
+    }
     if (entry.heldCount != 0) return 0;
     int32_t handle = kNoHandle;
     const int32_t pinned = vr::OsPoolAcquire(entry.pooled, &handle);

@@ -18,6 +18,7 @@
 #include <string>
 
 #include "linux/failures.h"
+#include "linux/insist.h"
 #include "linux/paths.h"
 #include "platform/control.h"
 #include "platform/files.h"
@@ -59,15 +60,6 @@ int Refuse(int error) {
 
 bool Writes(int32_t flags) {
     return (flags & kAccessBits) != kOpenReadOnly;
-}
-
-// A signal that comes meanwhile ends no call for good.
-template <typename Call>
-auto Insist(Call call) {
-    auto result = call();
-    while (result < 0 && errno == EINTR)
-        result = call();
-    return result;
 }
 
 // A file that is there. The permission bits bind everybody here, the superuser too,
@@ -131,18 +123,6 @@ size_t AtMostInt32(uint32_t count) {
 
 ssize_t ReadRaw(int descriptor, void* buffer, size_t count) {
     return Insist([=] { return read(descriptor, buffer, count); });
-}
-
-// As much as goes; -1 only when nothing did.
-ssize_t WriteRaw(int descriptor, const char* bytes, size_t count) {
-    size_t done = 0;
-    while (done < count) {
-        const ssize_t written =
-            Insist([=] { return write(descriptor, bytes + done, count - done); });
-        if (written <= 0) return done != 0 ? static_cast<ssize_t>(done) : -1;
-        done += static_cast<size_t>(written);
-    }
-    return static_cast<ssize_t>(done);
 }
 
 // Whether the byte behind what was read is an LF, which is then taken.
@@ -221,7 +201,7 @@ ssize_t WriteText(int descriptor, const char* text, size_t count) {
     while (done < count) {
         size_t filled = 0;
         const size_t taken = FillChunk(text + done, count - done, chunk, filled);
-        const ssize_t written = WriteRaw(descriptor, chunk, filled);
+        const ssize_t written = WriteAll(descriptor, chunk, filled);
         if (written < 0) return done != 0 ? static_cast<ssize_t>(done) : -1;
         if (static_cast<size_t>(written) < filled) {
             return static_cast<ssize_t>(done +
@@ -307,7 +287,7 @@ int32_t FileWrite(int32_t handle, const void* buffer, uint32_t count) {
     const auto* bytes = static_cast<const char*>(buffer);
     const size_t wanted = AtMostInt32(count);
     return static_cast<int32_t>(file->text ? WriteText(file->descriptor, bytes, wanted)
-                                           : WriteRaw(file->descriptor, bytes, wanted));
+                                           : WriteAll(file->descriptor, bytes, wanted));
 }
 
 int32_t FileSeek(int32_t handle, int32_t offset, int32_t origin) {

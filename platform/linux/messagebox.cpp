@@ -8,10 +8,10 @@
 #include <fcntl.h>
 #include <unistd.h>
 
-#include <cerrno>
 #include <cstdio>
 #include <cstring>
 
+#include "linux/insist.h"
 #include "platform/control.h"
 
 namespace {
@@ -40,19 +40,8 @@ const ButtonSet& ButtonsOf(uint32_t style) {
     return (style & kButtonBits) == MB_RETRYCANCEL ? kRetryCancelSet : kOkSet;
 }
 
-// Nobody is left to tell about a terminal that cannot be written.
-bool WriteAll(int descriptor, const char* bytes, size_t count) {
-    while (count != 0) {
-        const ssize_t written = write(descriptor, bytes, count);
-        if (written < 0 && errno == EINTR) continue;
-        if (written <= 0) return false;
-        bytes += written;
-        count -= static_cast<size_t>(written);
-    }
-    return true;
-}
-
-// A record's bytes may be shown here, so what would steer a terminal is masked.
+// A record's bytes may be shown here, so what would steer a terminal is masked. Nobody is
+// left to tell about a terminal that cannot be written.
 void WriteText(int descriptor, const char* text) {
     char chunk[512];
     size_t filled = 0;
@@ -61,7 +50,7 @@ void WriteText(int descriptor, const char* text) {
         const bool shown = (byte >= 32 && byte != 127) || byte == '\n' || byte == '\t';
         chunk[filled++] = shown ? *p : '.';
         if (filled < sizeof chunk && p[1] != '\0') continue;
-        if (!WriteAll(descriptor, chunk, filled)) return;
+        if (WriteAll(descriptor, chunk, filled) < 0) return;
         filled = 0;
     }
 }
@@ -78,10 +67,7 @@ void Show(int descriptor, const char* text, const char* caption) {
 // The first letter of the next line typed, 0 for an empty line, -1 at the end.
 int ReadAnswer(int terminal) {
     char line[80];
-    ssize_t got = 0;
-    do {
-        got = read(terminal, line, sizeof line);
-    } while (got < 0 && errno == EINTR);
+    const ssize_t got = Insist([&] { return read(terminal, line, sizeof line); });
     if (got <= 0) return -1;
     return line[0] == '\n' ? 0 : line[0] | 0x20;
 }

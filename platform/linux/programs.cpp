@@ -18,6 +18,7 @@
 
 #include "linux/commandline.h"
 #include "linux/handles.h"
+#include "linux/insist.h"
 #include "linux/reaper.h"
 #include "platform/control.h"
 
@@ -81,10 +82,7 @@ void Poll(Process& process, int options) {
         return;
     }
     int status = 0;
-    pid_t result = 0;
-    do {
-        result = waitpid(process.number, &status, options);
-    } while (result < 0 && errno == EINTR);
+    const pid_t result = Insist([&] { return waitpid(process.number, &status, options); });
     if (result == process.number) NoteEnd(process, status);
     // Somebody else has waited for it: how it ended cannot be known any more.
     if (result < 0) process.ended = true;

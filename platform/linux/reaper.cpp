@@ -7,9 +7,10 @@
 #include <sys/wait.h>
 
 #include <atomic>
-#include <cerrno>
 #include <csignal>
 #include <cstdint>
+
+#include "linux/insist.h"
 
 namespace {
 
@@ -19,8 +20,7 @@ std::atomic<int> threads = 0;
 
 void* Wait(void* child) {
     const auto number = static_cast<pid_t>(reinterpret_cast<intptr_t>(child));
-    while (waitpid(number, nullptr, 0) < 0 && errno == EINTR) {
-    }
+    Insist([number] { return waitpid(number, nullptr, 0); });
     --threads;
     return nullptr;
 }

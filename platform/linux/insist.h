@@ -1,0 +1,29 @@
+// Calls of the system that no signal ends for good.
+#ifndef LINUX_INSIST_H
+#define LINUX_INSIST_H
+
+#include <unistd.h>
+
+#include <cerrno>
+
+template <typename Call>
+auto Insist(Call call) {
+    auto result = call();
+    while (result < 0 && errno == EINTR)
+        result = call();
+    return result;
+}
+
+// As much as goes; -1 only when nothing did.
+inline ssize_t WriteAll(int descriptor, const char* bytes, size_t count) {
+    size_t done = 0;
+    while (done < count) {
+        const ssize_t written =
+            Insist([=] { return write(descriptor, bytes + done, count - done); });
+        if (written <= 0) return done != 0 ? static_cast<ssize_t>(done) : -1;
+        done += static_cast<size_t>(written);
+    }
+    return static_cast<ssize_t>(done);
+}
+
+#endif
