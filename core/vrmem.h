@@ -87,6 +87,10 @@ void* TakeSlot(uint32_t size);
 void GiveSlotBack(void* payload);
 uint32_t SlotSize(void* payload);
 
+// Runs the callbacks of a kind. One that needs of itself what is short does not run
+// them again, which might never come to an end.
+void RaiseCallbacks(int32_t kind);
+
 // The reserves (vrmem_recovery.cpp).
 void StartReserves();
 void FreeReserves();

@@ -28,6 +28,14 @@ Slot* FindSlot(Slots& slots, MemCallback routine, VrWord data) {
 
 }  // namespace
 
+void vr::RaiseCallbacks(int32_t kind) {
+    static bool raising[kVrCallbackKinds];
+    if (raising[kind]) return;
+    raising[kind] = true;
+    MemCallCallbacks(kind, 0);
+    raising[kind] = false;
+}
+
 int32_t MemAddCallback(int32_t kind, MemCallback routine, VrWord data) {
     if (!IsKind(kind)) return -1;
     if (routine == nullptr) return 1;

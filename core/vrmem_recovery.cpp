@@ -37,16 +37,6 @@ void* Attempt(const Request& request) {
                : LocalAlloc(request.newBlockFlags, request.size);
 }
 
-// A callback may ask for memory itself. That does not run the callbacks of its kind
-// again, which might never come to an end.
-void Raise(int32_t kind) {
-    static bool raising[kVrCallbackKinds];
-    if (raising[kind]) return;
-    raising[kind] = true;
-    MemCallCallbacks(kind, 0);
-    raising[kind] = false;
-}
-
 void GiveUp(void*& reserve) {
     reserve = LocalFree(reserve);
 }
@@ -59,7 +49,7 @@ int32_t Box(const char* text, uint32_t style) {
 // here.
 [[noreturn]] void EndRun() {
     GiveUp(lastReserve);
-    Raise(kVrMemoryExhausted);
+    vr::RaiseCallbacks(kVrMemoryExhausted);
     VrExit(kExitCodeNoMemory);
     ExitProcess(kExitCodeNoMemory);
 }
@@ -73,7 +63,7 @@ int32_t Box(const char* text, uint32_t style) {
 void RaiseMemoryShort(uint32_t size) {
     GiveUp(firstReserve);
     Box(kGettingLow, MB_OK | MB_ICONEXCLAMATION);
-    Raise(kVrMemoryShort);
+    vr::RaiseCallbacks(kVrMemoryShort);
     GlobalCompact(size);
 }
 

@@ -27,12 +27,8 @@ int32_t openCount = 0;
 char currentDirectory[kDirectorySize + 1];
 bool currentDirectoryIsKnown = false;
 
-void AskForHandles() {
-    MemCallCallbacks(kVrTooManyOpenFiles, 0);
-}
-
 void KeepBudget() {
-    if (openCount >= openLimit) AskForHandles();
+    if (openCount >= openLimit) vr::RaiseCallbacks(kVrTooManyOpenFiles);
 }
 
 bool RefreshCurrentDirectory() {
@@ -54,7 +50,7 @@ int32_t Failed(int32_t result, int32_t error) {
 // Behind an open that failed for want of handles. The reason stays the number of the
 // first failure when the second try succeeds.
 bool OpenAgain(const char* path, int32_t flags, int32_t permission, int32_t* handle) {
-    AskForHandles();
+    vr::RaiseCallbacks(kVrTooManyOpenFiles);
     errno = kErrorTooManyOpenFiles;
     const bool opened = Open(path, flags, permission, handle);
     const int32_t error = opened ? kErrorTooManyOpenFiles : errno;

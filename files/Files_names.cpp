@@ -147,6 +147,7 @@ VrString GetUniqueTempFileName(const char* prefix) {
     static char nameTemplate[kTemplateSize];
     const char* directory = DLLGetEnv("VRLTEMP");
     if (directory == nullptr) return GetUniqueFileName(prefix);
+    if (*directory == '\0') return vr::NullString();  // too long to be read
     const int wanted =
         std::snprintf(nameTemplate, sizeof nameTemplate, "%s%c%sXXXXXX", directory, '\\', prefix);
     return UniqueNameFrom(nameTemplate, wanted);

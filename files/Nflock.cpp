@@ -109,30 +109,27 @@ int32_t ObtainByte(const LockFileEntry& entry, uint32_t position, bool wait) {
     return 0;
 }
 
-// Makes room for one more key and has the handle ready. What this calls may run
-// callbacks of a host, which may register files: the table may move.
-int32_t PrepareForKey(int32_t index) {
-    LockFileEntry entry = entries[index];
-    if (entry.heldCount == entry.keyCapacity) {
-        Grow(entry.keys, entry.keyCapacity, kKeysPerStep);
-        entries[index].keys = entry.keys;
-        entries[index].keyCapacity = entry.keyCapacity;
-    }
-    if (entry.heldCount != 0) return 0;
+// The file is pinned while a key is held. To open it again may run callbacks of a host,
+// which may register files, so that the table moves, or take keys of this one.
+int32_t Pin(int32_t index) {
+    if (entries[index].heldCount != 0) return 0;
     int32_t handle = kNoHandle;
-    const int32_t pinned = vr::OsPoolAcquire(entry.pooled, &handle);
-    if (pinned == 0) entries[index].handle = handle;
-    return pinned;
+    const int32_t pinned = vr::OsPoolAcquire(entries[index].pooled, &handle);
+    if (pinned != 0) return pinned;
+    if (entries[index].heldCount != 0) return vr::OsPoolRelease(entries[index].pooled);
+    entries[index].handle = handle;
+    return 0;
 }
 
 int32_t TakePosition(int32_t index, uint32_t position, bool wait) {
-    if (HeldKey* held = FindKey(entries[index], position)) {
+    const int32_t pinned = Pin(index);
+    if (pinned != 0) return pinned;
+    LockFileEntry& entry = entries[index];
+    if (HeldKey* held = FindKey(entry, position)) {
         ++held->count;
         return 0;
     }
-    const int32_t prepared = PrepareForKey(index);
-    if (prepared != 0) return prepared;
-    LockFileEntry& entry = entries[index];
+    if (entry.heldCount == entry.keyCapacity) Grow(entry.keys, entry.keyCapacity, kKeysPerStep);
     const int32_t result = ObtainByte(entry, position, wait);
     if (result == 0) {
         entry.keys[entry.heldCount++] = {position, 1};
@@ -178,12 +175,11 @@ bool HasName(const LockFileEntry& entry, const char* lockPath) {
     return vr::OsPoolName(entry.pooled, &name) == 0 && std::strcmp(name, lockPath) == 0;
 }
 
-// The entry of that lock file, or the first free one: the search goes no further. For
-// null the first free one.
+// The entry of that lock file, or the first free one: the search goes no further.
 int32_t FindOrGrow(const char* lockPath) {
     int32_t index = 0;
     while (index < entryCount && entries[index].registerCount != 0 &&
-           (lockPath == nullptr || !HasName(entries[index], lockPath))) {
+           !HasName(entries[index], lockPath)) {
         ++index;
     }
     if (index == kMostEntries) return kTableFull;
@@ -205,16 +201,26 @@ void Discard(LockFileEntry& entry, const char* lockPath) {
     FileDelete(lockPath);
 }
 
-// The open may run callbacks that register the same directory, so the place for the
-// new entry is looked for behind it.
+bool IsFree(int32_t index) {
+    return index != kTableFull && entries[index].registerCount == 0;
+}
+
+int32_t Join(int32_t index) {
+    if (index == kTableFull) return kTableFull;
+    ++entries[index].registerCount;
+    return 0;
+}
+
+// The open may run callbacks that register files, this one's directory too, so the entry
+// is looked for again behind it.
 int32_t OpenEntry(const char* lockPath, int32_t* index) {
     vr::OsPoolHandle pooled = 0;
     const int32_t opened = vr::OsPoolOpen(lockPath, kLockFileFlags, kLockFilePermission, &pooled);
     if (opened != 0) return opened;
-    *index = FindOrGrow(nullptr);
-    if (*index == kTableFull) {
+    *index = FindOrGrow(lockPath);
+    if (!IsFree(*index)) {
         vr::OsPoolClose(pooled);
-        return kTableFull;
+        return Join(*index);
     }
     entries[*index] = {1, 0, 0, nullptr, pooled, kNoHandle};
     const int32_t tested = TestLocking(*index);
@@ -224,10 +230,7 @@ int32_t OpenEntry(const char* lockPath, int32_t* index) {
 
 int32_t RegisterLockFile(const char* lockPath, int32_t* index) {
     *index = FindOrGrow(lockPath);
-    if (*index == kTableFull) return kTableFull;
-    if (entries[*index].registerCount == 0) return OpenEntry(lockPath, index);
-    ++entries[*index].registerCount;
-    return 0;
+    return IsFree(*index) ? OpenEntry(lockPath, index) : Join(*index);
 }
 
 }  // namespace
@@ -258,7 +261,10 @@ int32_t LockRegister(const char* path, VrLockHandle* handle) {
 int32_t LockLockKey(VrLockHandle handle, VrString key, VrWord, int32_t wait) {
     const int32_t index = IndexOf(handle);
     if (index == kBadHandle) return -1;
-    return TakePosition(index, KeyPosition(handle, key), wait != 0);
+    ++entries[index].registerCount;  // a callback may deregister the file meanwhile
+    const int32_t result = TakePosition(index, KeyPosition(handle, key), wait != 0);
+    CloseEntry(entries[index]);
+    return IsFree(index) ? -1 : result;
 }
 
 int32_t LockUnlockKey(VrLockHandle handle, VrString key) {

@@ -111,6 +111,7 @@ int32_t vr::OsPoolOpen(const char* path, int32_t flags, int32_t permission, OsPo
     return 0;
 }
 
+// Such a callback may have had the file opened again meanwhile.
 int32_t vr::OsPoolAcquire(OsPoolHandle pooled, int32_t* handle) {
     OsPoolEntry* entry = Find(pooled);
     if (entry == nullptr) return -1;
@@ -119,7 +120,11 @@ int32_t vr::OsPoolAcquire(OsPoolHandle pooled, int32_t* handle) {
         const int32_t result = OsOpen(entry->name, entry->reopenFlags, 0, &reopened);
         if (result != 0) return result;
         entry = &entries[pooled - 1];
-        entry->handle = reopened;
+        if (entry->handle == kNoHandle) {
+            entry->handle = reopened;
+        } else {
+            OsClose(reopened);
+        }
     }
     ++entry->users;
     *handle = entry->handle;

@@ -29,8 +29,9 @@ VR_API int32_t LockInit(void);
 /* Registers the file at `path`, of which only \ parts directory and name, and tests
  * that its directory's locks work. 0 with the handle filled in; otherwise no handle is
  * written, and the result is -1 when the lock file cannot be opened or locked, -2 for
- * too many open files, 1 when the directory's file system has no locks. Names count
- * with their case. Each call is owed one LockDeregister. */
+ * too many open files, 1 when the directory's file system has no locks. A lock file that
+ * cannot be locked is deleted. Of directories 65535 can be registered at once; one more
+ * gives -1. Names count with their case. Each call is owed one LockDeregister. */
 VR_API int32_t LockRegister(const char* path, VrLockHandle* handle);
 
 /* Takes the key. 0 when it is held; 1 when another process, or another registration,

@@ -11,8 +11,7 @@
  * each of up to 10 further attempts. If none succeeds, or the user cancels, it
  * runs the callbacks of kind 1 and ends the run through VrExit(9); should that
  * return, the process ends with code 9. The run ends so too, after a message, when the
- * reserve cannot be had again. A request made in a callback does
- * not run the callbacks of that kind again. Requests of kVrRefusedSize bytes or
+ * reserve cannot be had again. Requests of kVrRefusedSize bytes or
  * more, header included, go that last way at once, after a message. */
 #ifndef VR_MEMORY_H
 #define VR_MEMORY_H
@@ -71,8 +70,8 @@ VR_API void* _MallocMore(uint32_t size, void* block, const char* tag, int32_t li
 
 /* Five scratch areas of kVrScratchSize bytes, from UtilInit to VrExit. Nobody
  * tracks who uses one: fill it and finish with it before any call that may use
- * the same area. The library uses MemBuf1 for the messages of the walks and for
- * character conversion, MemBuf3 and MemBuf4 while it resolves a command word;
+ * the same area. The library uses MemBuf1 for the messages of the walks and while it
+ * loads a conversion file, MemBuf3 and MemBuf4 while it resolves a command word;
  * MemBuf2 and MemBuf5 are free for hosts. */
 extern VR_API char* MemBuf1;
 extern VR_API char* MemBuf2;
@@ -91,7 +90,9 @@ enum {
 
 /* A callback gets the data word it was registered with and the value given to
  * MemCallCallbacks, which is 0 inside the library. It runs inside the call that
- * was short of something, and may give blocks back. */
+ * was short of something, and gives back what it can spare. What it asks for itself
+ * does not run the callbacks of its kind again. One of kind 0 takes nothing that may
+ * stand half done in the interrupted call: no quark, handle, item, file or lock. */
 typedef void (*MemCallback)(VrWord data, VrWord value);
 
 /* Adds the pair to the kind's list; a pair may stand there twice. With all slots

@@ -10,6 +10,7 @@
 #include "platform/locks.h"
 #include "tests/support/arrays.h"
 #include "tests/support/library_test.h"
+#include "tests/support/rows.h"
 
 namespace {
 
@@ -25,17 +26,18 @@ struct LockTest : FilesTest {
         std::filesystem::create_directory(folder);
         return Register(letter, folder + "\\ABC");
     }
-    // Steps with their results: +a1=0 takes key 1 by the handle a, -a1=0 gives it back, and
-    // ~a=0 deregisters the handle. The key @ is the one given.
+    // Steps with their results: +a1=0 takes key 1 by the handle a, -a1=0 gives it back, *a=0
+    // registers a file ABC here, ~a=0 takes that back. The key @ is the one given.
     void Run(const std::string& steps, const std::string& given = "") {
         std::istringstream words(steps);
         for (std::string step; words >> step;) {
             const size_t equal = step.find('=');
             const std::string name = step.substr(2, equal - 2);
             const Array key(name == "@" ? given : name);
-            const VrLockHandle handle = handles[step[1]];
+            VrLockHandle& handle = handles[step[1]];
             const int32_t result = step[0] == '+'   ? LockLockKey(handle, key, 0, 0)
                                    : step[0] == '-' ? LockUnlockKey(handle, key)
+                                   : step[0] == '*' ? LockRegister("ABC", &handle)
                                                     : LockDeregister(handle);
             EXPECT_EQ(step.substr(0, equal + 1) + std::to_string(result), step) << steps;
         }
@@ -48,6 +50,7 @@ struct LockTest : FilesTest {
         return free;
     }
     std::map<char, VrLockHandle> handles;
+    std::string pending;  // steps for a callback
 };
 
 TEST_F(LockTest, KeysAndRegistrationsAreGivenBackAsOftenAsTaken) {
@@ -108,6 +111,26 @@ TEST_F(LockTest, TheIdleFilesOfThePoolMakeRoomAndComeBack) {
     OsFilesInc();
     Run("-01=0 -21=0");
     EXPECT_FALSE(IsFree(kPositionOf1, "1/__locks")) << "all are in use";
+}
+
+TEST_F(LockTest, CallbacksOfAnOpenMayUseTheSameLockFile) {
+    StartWithFiles("[Environment]\nMaxOpenFiles=0\n");
+    const auto runPending = [](VrWord test, VrWord) {
+        auto& self = *reinterpret_cast<LockTest*>(test);
+        self.Run(std::exchange(self.pending, ""));
+    };
+    MemAddCallback(kVrTooManyOpenFiles, runPending, VrWord(this));
+    pending = "*b=0";
+    Run("*a=0 ~b=0");
+    EXPECT_EQ(handles['a'], handles['b']) << "one lock file is one entry";
+    for (const auto& [within, steps] :
+         Rows<2>("+a1=0 -> +a1=0 -a1=0 -a1=0 -a1=1 | +a2=0 -a2=0 -> +a1=0 -a1=0"
+                 " | +a2=0 +a3=0 +a4=0 +a5=0 +a6=0 -> +a1=0 ~a=0 *a=0 | ~a=0 -> +a1=-1 -a1=-1")) {
+        OsFilesInc();  // parks the file
+        pending = within;
+        Run(steps);
+        EXPECT_TRUE(pending.empty() && IsFree(kPositionOf1)) << steps;
+    }
 }
 
 }  // namespace
