@@ -163,6 +163,7 @@ int32_t _free_mem(void* variable, const char*, int32_t) {
     void* block = nullptr;
     if (variable == nullptr) return 0;
     std::memcpy(&block, variable, sizeof block);  // a pointer of whatever type
+    // What stands in front of a shared string reads as a large block's header.
     if (IsAddress(block) && vr::ClassByte(block) == vr::kPoolSlotClass) [[likely]] {
         vr::GiveSlotBack(block);
     } else if (!FreeOther(block)) {

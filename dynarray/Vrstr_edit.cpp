@@ -198,10 +198,18 @@ void CompleteNumbers(UtilPosition& position) {
     if (position.attribute == 0 && position.value != 0) position.attribute = 1;
 }
 
+VrString CopyOfText(VrString s) {
+    return vr::StringOf(VrStrText(s), static_cast<size_t>(vr::LengthOf(s)), VR_MODULE, __LINE__);
+}
+
 // A shared string with a text must not be written to; the empty one never is.
 VrString OwnString(VrString s) {
-    if (!vr::IsSharedString(s) || s->length == 0) return s;
-    return vr::StringOf(VrStrText(s), static_cast<size_t>(s->length), VR_MODULE, __LINE__);
+    return vr::IsSharedString(s) && s->length != 0 ? CopyOfText(s) : s;
+}
+
+// A host's own string has no header, so no memo is looked for.
+VrString CopyOfElement(VrString element) {
+    return vr::IsSharedString(element) ? element : CopyOfText(element);
 }
 
 bool Appends(const UtilPosition& position) {
@@ -212,7 +220,7 @@ bool Appends(const UtilPosition& position) {
 
 VrString UtilInsertReplace(UtilPosition* position, VrString s, VrString element, uint32_t replace) {
     CompleteNumbers(*position);
-    if (position->attribute == 0) return NewString(element);
+    if (position->attribute == 0) return CopyOfElement(element);
 
     VrString own = OwnString(s);
     Edit edit = {s, own, kVrFirstCursor, 0, replace != 0 && !Appends(*position)};

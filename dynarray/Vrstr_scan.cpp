@@ -3,8 +3,6 @@
 // target they count marks a block at a time, which costs the same however many
 // there are; in the block of the target they look at each mark.
 
-#include <cstring>
-
 #include "dynarray/Marks.h"
 #include "dynarray/Vrstr.h"
 #include "vr/edit.h"

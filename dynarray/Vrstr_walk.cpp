@@ -147,6 +147,6 @@ int32_t UtilGetRestOfVrStr(VrString s, int32_t cursor, VrString* out) {
 }
 
 void UtilSwapChar(VrString s, unsigned char from, unsigned char to) {
-    if (s == nullptr || s->length <= 0) return;
+    if (s == nullptr || s->length <= 0 || vr::IsSharedString(s)) return;
     std::replace(VrStrText(s), VrStrText(s) + s->length, from, to);
 }

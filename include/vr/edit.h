@@ -37,7 +37,7 @@ VR_STATIC_ASSERT(sizeof(UtilPosition) == 16, "four words");
  *
  * The position's numbers are completed first: a subvalue without a value belongs
  * to value 1, a value without an attribute to attribute 1. With all three 0 the
- * result is what NewString gives for `element`; `s` and the cursor field are untouched.
+ * result is a copy of `element`, a shared string itself; `s` and the cursor field are untouched.
  *
  * The result is `s`, rewritten in place, or another string. In the second case
  * the caller owns both and frees `s`, whose text is then no longer to be relied

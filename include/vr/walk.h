@@ -76,8 +76,8 @@ VR_API int32_t UtilGetPrevValue(VrString s, int32_t cursor, VrString* out);
  * string, and the result is that string's end cursor. */
 VR_API int32_t UtilGetRestOfVrStr(VrString s, int32_t cursor, VrString* out);
 
-/* Turns every byte `from` of the text into `to`, in place. Null and empty
- * strings are passed over. A long string keeps its memo, so marks must not be
+/* Turns every byte `from` of the text into `to`, in place. Null, empty and
+ * shared strings are passed over. A long string keeps its memo, so marks must not be
  * made or unmade in a string that is edited by attribute number afterwards. */
 VR_API void UtilSwapChar(VrString s, unsigned char from, unsigned char to);
 

@@ -36,7 +36,18 @@ TEST_F(LibraryTest, EditsOfStringsThatAreNotWhatTheySeem) {
     for (const auto& [s, attribute, result] : cases)
         EXPECT_EQ(Replaced(s, attribute, Array("X")), result);
     EXPECT_EQ(BytesOf(zero), "0");
+    UtilSwapChar(zero, '0', 'X');
+    EXPECT_EQ(BytesOf(zero), "0");
     EXPECT_EQ(Replaced(Array("a^b"), 1, below), "^b");
+
+    struct {
+        LongHeader junk;
+        int32_t length;
+        unsigned char text[201];
+    } own = {{2, 9, 0, UINT32_MAX}, 200, {}};
+    UtilPosition whole = {};
+    const Array copy(UtilInsertReplace(&whole, zero, reinterpret_cast<VrString>(&own.length), 1));
+    EXPECT_EQ(HeaderOf(copy).memoAttribute, 0) << "a host's own string has no header";
 
     // A host cuts the text by hand: the memo of the edit before leads behind it then.
     const std::string text = "abc^" + std::string(150, 'd') + "^e^f";
