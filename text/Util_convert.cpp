@@ -1,16 +1,18 @@
 // Character conversion by two tables of 256 bytes, where 0 stands for no change. A string
-// is converted in a scratch area, so that one without anything to change costs no block.
+// without anything to change costs no block.
 
 #define VR_MODULE "Util"
 
 #include "text/Util_convert.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <cstring>
 
-#include "core/vrmem.h"
 #include "platform/environment.h"
+#include "text/Util_text.h"
 #include "vr/convert.h"
+#include "vr/memory.h"
 #include "vr/settings.h"
 
 int32_t CvtFlag = 0;
@@ -18,6 +20,7 @@ int32_t CvtFlag = 0;
 namespace {
 
 constexpr size_t kValueSize = 20;
+constexpr char kBeforeDigits[] = " \t\n\v\f\r+-";
 
 struct Table {
     const char* section;
@@ -33,8 +36,16 @@ void Clear(Table& table) {
     std::memset(table.bytes, 0, sizeof table.bytes);
 }
 
-uint8_t LowByteOf(const char* text) {
-    return static_cast<uint8_t>(std::strtol(text, nullptr, 0));
+// 0x, a leading 0 or neither. The standard library's own choice knows 0b too in its newer
+// editions.
+int BaseOf(const char* number) {
+    number += std::strspn(number, kBeforeDigits);
+    if (*number != '0') return 10;
+    return vr::Upper(number[1]) == 'X' ? 16 : 8;
+}
+
+uint8_t LowByteOf(const char* number) {
+    return static_cast<uint8_t>(std::strtol(number, nullptr, BaseOf(number)));
 }
 
 // The list of keys stands in MemBuf1, each with its zero and one more zero at the end.
@@ -52,37 +63,6 @@ void LoadBoth(const char* file) {
     Load(inputTable, file);
     Load(displayTable, file);
     CvtFlag = inputTable.count + displayTable.count;
-}
-
-// Whether an entry was found for a byte, be it the same one.
-bool ConvertBytes(const Table& table, unsigned char* text, int32_t length) {
-    bool changed = false;
-    for (unsigned char* byte = text; byte != text + length; ++byte) {
-        const uint8_t entry = table.bytes[*byte];
-        if (entry == 0) continue;
-        *byte = entry;
-        changed = true;
-    }
-    return changed;
-}
-
-VrString ConvertInScratch(const Table& table, VrString string, int32_t length) {
-    auto* text = reinterpret_cast<unsigned char*>(MemBuf1);
-    std::memcpy(text, VrStrText(string), static_cast<size_t>(length));
-    if (!ConvertBytes(table, text, length)) return string;
-    VrString converted = alloc_string(static_cast<uint32_t>(length));
-    std::memcpy(VrStrText(converted), text, static_cast<size_t>(length));
-    return converted;
-}
-
-// The tables may make or unmake marks, and then a memo that came along would lead edits to
-// the wrong attribute.
-VrString ConvertCopy(const Table& table, VrString string, int32_t length) {
-    VrString copy = NewString(string);
-    if (vr::IsLong(copy)) vr::LongHeaderOf(copy).memo = {};
-    if (ConvertBytes(table, VrStrText(copy), length)) return copy;
-    free_mem(&copy);
-    return string;
 }
 
 }  // namespace
@@ -105,8 +85,13 @@ void CvtInit(const char* file) {
 
 VrString CvtConvert(VrString string, int32_t direction) {
     const Table& table = direction == 0 ? inputTable : displayTable;
-    const int32_t length = string->length;
-    if (table.count == 0 || length <= 0) return string;
-    const bool fits = static_cast<uint32_t>(length) + vr::kStringOverhead <= kVrScratchSize;
-    return fits ? ConvertInScratch(table, string, length) : ConvertCopy(table, string, length);
+    if (table.count == 0 || string->length <= 0) return string;
+    const uint8_t* text = VrStrText(string);
+    const uint8_t* end = text + string->length;
+    const auto hasEntry = [&table](uint8_t byte) { return table.bytes[byte] != 0; };
+    if (std::none_of(text, end, hasEntry)) return string;
+    VrString converted = alloc_string(static_cast<uint32_t>(string->length));
+    std::transform(text, end, VrStrText(converted),
+                   [&](uint8_t byte) { return hasEntry(byte) ? table.bytes[byte] : byte; });
+    return converted;
 }

@@ -18,7 +18,8 @@ extern VR_API int32_t CvtFlag;
 
 /* Replaces both tables by those of the file; of that which the setting names when `file`
  * is null or empty. Without a file the tables are cleared, and CvtFlag stays when none was
- * named. A file without a directory is looked for in the Windows directory. */
+ * named. A file without a directory is looked for in the Windows directory. The name must
+ * not stand in MemBuf1. */
 VR_API void CvtInit(const char* file);
 
 /* The string with its bytes changed, by the input table for direction 0 and the display
