@@ -67,6 +67,7 @@ __attribute__((format(printf, 2, 3))) void Log(Group group, const char* format, 
 
 bool MakePath(char (&path)[kPathSize]) {
     const char* directory = DLLGetEnv("VRLTEMP");
+    if (directory != nullptr && *directory == '\0') return false;  // too long to be read
     const int wanted = directory == nullptr
                            ? std::snprintf(path, sizeof path, "%s", kLogName)
                            : std::snprintf(path, sizeof path, "%s/%s", directory, kLogName);

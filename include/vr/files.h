@@ -72,8 +72,8 @@ VR_API VrString GetFullPath(VrString path);
 
 /* Copies the smaller of `size` and 255 bytes of the current directory's text, zero
  * terminator and left-overs behind it included, and returns the buffer. The text is
- * kept from the first call on and renewed by ChDir alone. Null, with the buffer
- * untouched, when the directory cannot be had. */
+ * kept from the first call on and renewed by ChDir alone; one of more than 254 bytes
+ * leaves the old text. Null, with the buffer untouched, when there is none. */
 VR_API char* GetCwd(char* buffer, int32_t size);
 
 /* Changes the current directory. 0, or -1. */
@@ -118,7 +118,7 @@ VR_API VrString OsFileName(VrString name, char* extension);
 VR_API VrString OsFileLongName(VrString name, const char* extension);
 
 /* A name of the prefix and six characters that nothing bears, in the current
- * directory or, for the temporary one, in the directory that VRLTEMP names. A new
+ * directory or, for the temporary one, in the directory that VRLTEMP names, if any. A new
  * string that the caller frees; NullVrStr's string when no name can be had, a prefix
  * (with its directory) of more than 97 (96) characters included. */
 VR_API VrString GetUniqueFileName(const char* prefix);

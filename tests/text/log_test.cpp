@@ -21,10 +21,6 @@ struct LogTest : FilesTest {
     void TearDown() override {
         VrExit(0);  // the line buffer stays for the life of the process
     }
-    static std::string Log() {  // which its owner may not even read at first
-        std::filesystem::permissions(kLog, std::filesystem::perms::owner_read);
-        return ReadFile(kLog);
-    }
 };
 
 struct Report {
@@ -70,7 +66,7 @@ TEST_P(LogLevelTest, WritesTheLinesOfItsGroups) {
     }
     const bool on = level >= 1 && level <= 63;
     ASSERT_EQ(std::filesystem::exists(kLog), on);
-    EXPECT_EQ(on ? Log() : expected, expected);
+    EXPECT_EQ(on ? ReadFile(kLog) : expected, expected);
 }
 
 INSTANTIATE_TEST_SUITE_P(Levels, LogLevelTest, ::testing::Values(-1, 0, 1, 2, 4, 16, 32, 63, 64));
@@ -82,7 +78,15 @@ TEST_F(LogTest, StartsOnceAndFromByteZero) {
     StartLog("0");
     EXPECT_EQ(VrdbLogInit("LATER", nullptr), 0) << "it was off, so it can still begin";
     EXPECT_EQ(VrdbLogInit("DB", "second"), 0);
-    EXPECT_EQ(Log(), "\r\n---------Database Log file V2.00----------......") << "and no more";
+    EXPECT_EQ(ReadFile(kLog), "\r\n---------Database Log file V2.00----------......")
+        << "and no more";
+}
+
+TEST_F(LogTest, ADirectoryThatIsTooLongHasNone) {
+    setenv("VRLTEMP", std::string(9000, 'd').c_str(), 1);
+    StartWithFiles("[DB]\nLOG=1\n");
+    EXPECT_EQ(VrdbLogInit("DB", "T"), -1);
+    EXPECT_EQ(TakeBytes(GetUniqueTempFileName("p")), "");
 }
 
 TEST_F(LogTest, LinesAreCutAndNullsAreEmpty) {
@@ -96,7 +100,7 @@ TEST_F(LogTest, LinesAreCutAndNullsAreEmpty) {
     VrdbLogStartMes(nullptr);
     VrdbLogEndMesCreate(nullptr, 0, nullptr);
     VrdbLogTimeMes1(nullptr, INT32_MIN);
-    EXPECT_EQ(Log(), expected + "\r\n\r\n Ret: 0 File: \r\n time: -2147483.648000");
+    EXPECT_EQ(ReadFile(kLog), expected + "\r\n\r\n Ret: 0 File: \r\n time: -2147483.648000");
 }
 
 }  // namespace
