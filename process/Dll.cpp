@@ -10,7 +10,7 @@
 #include <cstring>
 
 #include "platform/process.h"
-#include "process/Host_directory.h"
+#include "process/Host.h"
 #include "text/Util_text.h"
 #include "vr/dll.h"
 #include "vr/environ.h"
@@ -74,7 +74,7 @@ bool LoadFrom(Loaded& loaded, int wanted) {
 
 bool LoadFromHostDirectory(Loaded& loaded, const char* name) {
     char host[vr::kHostDirectorySize];
-    vr::HostDirectory(host);
+    if (!vr::HostDirectory(host)) return false;
     return LoadFrom(loaded, std::snprintf(loaded.path, sizeof loaded.path, "%s%s", host, name));
 }
 
@@ -114,9 +114,11 @@ VrWord LoadNew(const char* name, const char* basePath) {
     return loaded.module;
 }
 
+// A library's exit code may unload others, which must not change the chains under the walk.
 void FreeDllTable() {
-    HashTableDestroy(modules);
+    HashTable* table = modules;
     modules = nullptr;
+    HashTableDestroy(table);
     TblDestroy(report);
     report = -1;
 }

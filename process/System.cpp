@@ -15,8 +15,8 @@
 #include "core/vrmem.h"
 #include "platform/files.h"
 #include "platform/messagebox.h"
-#include "platform/process.h"
 #include "platform/programs.h"
+#include "process/Host.h"
 #include "process/System_word.h"
 #include "text/Util_text.h"
 #include "vr/environ.h"
@@ -29,7 +29,6 @@ namespace {
 constexpr size_t kLineSize = 260;
 constexpr size_t kClauseSize = 256;
 constexpr size_t kMessageSize = 512;
-constexpr uint32_t kPlatformWithCmd = 2;
 constexpr int32_t kMaximizedWindow = 3;
 constexpr int32_t kLargestWindowMode = 9;
 constexpr int32_t kHiddenWindow = 0;
@@ -79,10 +78,7 @@ struct Sign {
 };
 
 const char* ShellWord() {
-    OsVersionInfo version = {};
-    version.size = sizeof version;
-    GetVersionExA(&version);
-    return version.platformNumber == kPlatformWithCmd ? "CMD " : "COMMAND.COM ";
+    return vr::IsNewPlatform() ? "CMD " : "COMMAND.COM ";
 }
 
 bool HasText(const char* text) {

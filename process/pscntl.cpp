@@ -12,6 +12,7 @@
 #include "platform/processlist.h"
 #include "platform/programs.h"
 #include "platform/text.h"
+#include "process/Host.h"
 #include "text/Util_text.h"
 #include "vr/dll.h"
 #include "vr/environ.h"
@@ -23,7 +24,6 @@ namespace {
 
 constexpr uint32_t kMostProcesses = 300;
 constexpr uint32_t kTextSize = 260;
-constexpr uint32_t kPlatformWithPsapi = 2;
 constexpr uint32_t kQueryAndRead = 0x410;
 constexpr uint32_t kSnapshotOfAll = 15;
 constexpr char kUnknown[] = "unknown";
@@ -36,8 +36,6 @@ struct ProcessRecord {
 
 constexpr uint32_t kListSize = kMostProcesses * sizeof(ProcessRecord);
 static_assert(kListSize == 157200);
-
-VrWord backEnd = 0;  // the module of the one that is ready
 
 EnumProcessesRoutine enumProcesses = nullptr;
 EnumProcessModulesRoutine enumProcessModules = nullptr;
@@ -133,19 +131,14 @@ struct BackEnd {
 constexpr BackEnd kPsapi = {"psapi", FindPsapi, ListByPsapi};
 constexpr BackEnd kKernel = {"kernel32", FindKernel, ListByKernel};
 
-const BackEnd& BackEndOfPlatform() {
-    OsVersionInfo version = {};
-    version.size = sizeof version;
-    GetVersionExA(&version);
-    return version.platformNumber == kPlatformWithPsapi ? kPsapi : kKernel;
-}
+const BackEnd* ready = nullptr;  // the one that was loaded first
+VrWord readyModule = 0;
 
-// The one that was loaded first stays, whatever the platform says later. Its entry points
-// are looked up anew each time: a host can have unloaded it.
+// It stays, whatever the platform says later. Its entry points are looked up anew each
+// time: a host can have unloaded it.
 const BackEnd* ReadyBackEnd() {
-    static const BackEnd* ready = nullptr;
-    if (ready != nullptr && ready->find(backEnd)) return ready;
-    const BackEnd& wanted = BackEndOfPlatform();
+    if (ready != nullptr && ready->find(readyModule)) return ready;
+    const BackEnd& wanted = vr::IsNewPlatform() ? kPsapi : kKernel;
     const VrWord module = DllLoad(wanted.library, nullptr);
     if (module == 0) {
         Complain("%s DLL Not Found.", wanted.library);
@@ -156,7 +149,7 @@ const BackEnd* ReadyBackEnd() {
         Complain("%s DLL could not be initialized.", wanted.library);
         return nullptr;
     }
-    backEnd = module;
+    readyModule = module;
     ready = &wanted;
     return ready;
 }
@@ -164,8 +157,8 @@ const BackEnd* ReadyBackEnd() {
 // The list of the moment; `count` stays 0 when no back end is there.
 ProcessRecord* NewList(uint32_t& count) {
     auto* list = static_cast<ProcessRecord*>(alloc_memory(kListSize));
-    const BackEnd* ready = ReadyBackEnd();
-    count = ready == nullptr ? 0 : ready->list(list);
+    const BackEnd* backEnd = ReadyBackEnd();
+    count = backEnd == nullptr ? 0 : backEnd->list(list);
     return list;
 }
 

@@ -15,9 +15,11 @@ VR_BEGIN
  *               the product's bin; else as below, with N
  *     TEXT      the shell, and waits
  *
- * N is the window mode, 0 to 9, directly behind the sign; 3 unless given. A text with a
- * ; goes to the shell as a batch file of its parts, "__aavrtm.bat" in the current
- * directory, which is deleted again; when the disk is full, what was written of it runs.
+ * N is the window mode, 0 to 9, directly behind the sign; larger numbers count as 9. With
+ * & and + it is 3 unless given or 0; with - only a 0 that is written hides the window. A
+ * text with a ; goes to the shell as a batch file of its parts, "__aavrtm.bat" in the
+ * current directory, which is deleted again, by a hidden run even when it wrote none; when
+ * the disk is full, what was written of it runs.
  * A command that is null, blank or a bare & or + starts the shell alone. `outputFile`,
  * which may be null or empty, receives the output of what runs in the shell: it is named
  * there, so the shell makes it.
@@ -30,12 +32,13 @@ VR_API int32_t System(const char* command, const char* outputFile);
 /* The variable VRLPORT, or "Unknown". Not to be freed; good until the next DLLGetEnv. */
 VR_API const char* GetPortNumber(void);
 
-/* Waits for so many seconds. */
+/* Waits for so many seconds, 4294967 at most. */
 VR_API void GoToSleep(uint32_t seconds);
 
 /* The queries below look at 300 processes at most. A program's name is its file's,
  * extension included, and compares without regard to case. A process that may not be read
- * is called "unknown". When the list of processes cannot be had, a message says so. */
+ * is called "unknown". When the list of processes cannot be had, a message says so, and it
+ * counts as empty. */
 
 /* The number of the first process of that program, or 0, also for a null name. */
 VR_API uint32_t VrFindProcess(const char* name);

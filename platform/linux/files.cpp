@@ -329,6 +329,12 @@ int32_t FileStatus(const char* path) {
     return HostPath(path, hostPath) ? lstat(hostPath, &status) : -1;
 }
 
+int32_t FileIsDirectory(const char* path) {
+    char hostPath[kHostPathSize];
+    struct stat status;
+    return HostPath(path, hostPath) && stat(hostPath, &status) == 0 && S_ISDIR(status.st_mode);
+}
+
 int32_t FileDelete(const char* path) {
     char hostPath[kHostPathSize];
     return HostPath(path, hostPath) ? unlink(hostPath) : -1;

@@ -106,8 +106,10 @@ TEST_F(SystemTest, WhatDoesNotFitIsRefused) {
 TEST_F(SystemTest, TheHiddenRouteLooksForAFileOfTheShellsName) {
     PutHost("HOST/");
     std::filesystem::create_directories("PRODUCT/bin");
+    std::filesystem::create_directory("HOST/cmd");  // no file
     for (const auto& [folder, path] :
          Rows<2>("PRODUCT/bin/ -> \\PRODUCT\\bin\\ |  -> \\ | HOST/ -> \\HOST\\")) {
+        if (folder == "HOST/") std::filesystem::remove("HOST/cmd");
         WriteFile(folder + "CMD", "");
         EXPECT_EQ(Outcome("-0dir /w", "OUT", kRuns),
                   "0 " + directory.drivePath + path + "CMD /c dir /w > OUT=2");

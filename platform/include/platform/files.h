@@ -98,6 +98,9 @@ PLATFORM_API void* FileSystemHandle(int32_t handle);
 /* 0 when something of that name exists, file or directory, else -1. */
 PLATFORM_API int32_t FileStatus(const char* path);
 
+/* 1 when a directory of that name exists, else 0. */
+PLATFORM_API int32_t FileIsDirectory(const char* path);
+
 /* Deletes a file: 0, or -1. */
 PLATFORM_API int32_t FileDelete(const char* path);
 
