@@ -35,10 +35,9 @@ int32_t OpenCandidate() {
     return FileOpen(ini_path, kReadText, kShareDenyNone, 0);
 }
 
-// A path that does not fit is not opened cut: it would name another file.
 int32_t OpenGiven(const char* path) {
-    const int wanted = std::snprintf(ini_path, sizeof ini_path, "%s", path);
-    return wanted < kVrIniPathSize ? OpenCandidate() : -1;
+    std::snprintf(ini_path, sizeof ini_path, "%s", path);
+    return OpenCandidate();
 }
 
 // The directory stands in ini_path already.

@@ -3,13 +3,12 @@
 #define CORE_CHUNKS_H
 
 #include "vr/chunk.h"
-#include "vr/string.h"
 
 namespace vr {
 
 // A piece of `size` zero bytes from the last chunk, or from a new one of the smallest
 // number of units that holds it. Null for a size of 0 or less.
-void* TakePiece(VrChunkChain& chain, int32_t unitSize, int32_t size, const char* tag);
+void* TakePiece(VrChunkChain& chain, int32_t unitSize, int32_t size);
 
 void FreeChunks(VrChunkChain& chain);
 

@@ -171,12 +171,12 @@ void Remove(Cache& cache, const CacheItem* item) {
     HashTableRemove(cache.table, item->key, reinterpret_cast<VrWord>(item));
 }
 
-// A name text in the host's record; an item without an object has none.
+// A name text in the host's record; empty without one.
 const char* NameOf(const CacheItem& item, size_t offset) {
     if (item.object == 0) return "";
     const char* name = nullptr;
     std::memcpy(&name, reinterpret_cast<const char*>(item.object) + offset, sizeof name);
-    return name;
+    return name == nullptr ? "" : name;
 }
 
 struct NameMatch {

@@ -56,8 +56,8 @@ VR_API void BufDscrDestroy(BufDscr* buffer);
 VR_API BufDscr* AddStrToBuffer(BufDscr* buffer, const void* source, int32_t length,
                                unsigned char endByte);
 
-/* A new string of the bytes written, which the caller frees. The BufDscr stays as it
- * was. */
+/* A new string of the bytes written, which the caller frees; NullVrStr's string when
+ * there are none. The BufDscr stays as it was. */
 VR_API VrString BufDscrMakeVrStr(const BufDscr* buffer);
 
 VR_END

@@ -3,16 +3,17 @@
  * An item has a small descriptor, which stays, and the object's body, which the host
  * owns and can be asked to drop. When the bodies exceed the budget, those not in use
  * are released, the oldest first, until half the budget is reached; when memory runs
- * short anywhere, all of them are. A released item is still found, and the host brings
+ * short anywhere, all of them are, in those caches that found a slot for a callback
+ * (vr/memory.h). A released item is still found, and the host brings
  * its body back and says so with CacheIncrObjStr.
  *
  * The budget is the variable VRLCACHESIZE in bytes, 300000 when it is not set. It
  * rises to what cannot be released, and never falls.
  *
  * Two counts, which the host keeps, say that an item is in use: the stack count holds
- * its body, the class use count the item. A name has one item. A null cache is passed
- * over everywhere. While bodies are released, the host's routine must not install or
- * remove items. */
+ * its body, the class use count the item. A name has one item, and is never null. A
+ * null cache is passed over everywhere. The host's routines must not install or remove
+ * items of the cache that calls them. */
 #ifndef VR_CACHE_H
 #define VR_CACHE_H
 

@@ -50,8 +50,8 @@ VR_API VrString EnvironPrintJobNumPath(void);
 VR_API int32_t EnvironShowErrorCode(void);
 
 /* 0 for American dates, 1 for international ones. VRLDATE decides, AMERICAN in any
- * case being American; when it is not set, the user's country in the registry does
- * (none, or "1", is American), and VRLDATE is set to what was found. */
+ * case being American; when it is not set, the user's country in the registry does ("1",
+ * or no key for it, is American), and VRLDATE is set to what was found. */
 VR_API int32_t EnvironInternationalDate(void);
 
 /* The name with a leading $VARIABLE replaced by that variable's value, less one

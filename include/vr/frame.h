@@ -36,7 +36,8 @@ enum { kVrExitChainSlots = 100 };
 VR_API int32_t UtilInit(const UtilInitRecord* record);
 
 /* Adds `routine` to the exit chain. A null routine is dropped, and so is every
- * routine once all kVrExitChainSlots slots are taken. */
+ * routine once all kVrExitChainSlots slots are taken. One added while VrExit runs does
+ * not run. */
 VR_API void VrExitAdd(VrExitRoutine routine);
 
 /* Takes the library down: sets the in-exit flag, runs the exit chain, and then,

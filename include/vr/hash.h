@@ -9,8 +9,8 @@
  * A fixed table has its entries in the fixed store (vr/fixed.h): they cost no block of
  * their own and stay in the store until VrExit, also when removed.
  *
- * A null table is passed over everywhere. Neither a destructor nor a predicate may
- * change the chains of the table that calls it. */
+ * A null table is passed over everywhere; a key must not be null. Neither a destructor nor a
+ * predicate may change the chains of the table that calls it. */
 #ifndef VR_HASH_H
 #define VR_HASH_H
 

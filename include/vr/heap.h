@@ -5,7 +5,7 @@
  * last chunk is ever tried. What was written to a heap can be taken out as one string.
  *
  * A heap belongs to its creator, who destroys it; VrExit does not. A null heap is
- * passed over everywhere, with a null or 0 as the result. */
+ * passed over everywhere, with a null, 0 or NullVrStr's string as the result. */
 #ifndef VR_HEAP_H
 #define VR_HEAP_H
 

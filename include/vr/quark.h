@@ -1,6 +1,6 @@
 /* Quarks: small numbers that stand for texts, from UtilInit to VrExit. Equal texts,
  * letter case included, have one number. Numbers go up from 1, the empty text, with no
- * gap; 0 is no quark. A text of any length will do. */
+ * gap; 0 is no quark. A text may be as long as a block. */
 #ifndef VR_QUARK_H
 #define VR_QUARK_H
 

@@ -21,8 +21,9 @@
  * start of a line, but for IniGetSection. A null section or key names no setting.
  *
  * Registry values stand under HKEY_LOCAL_MACHINE, Software\Veldane\PRODUCT\SECTION,
- * the value's name being the key; texts of more than 256 bytes count as absent, and
- * so does a key path of 260 bytes or more. */
+ * the value's name being the key; texts of 256 bytes or more count as absent, and
+ * so does a key path of 260 bytes or more. In the ENVIRONMENT key such a text ends the
+ * reading. */
 #ifndef VR_SETTINGS_H
 #define VR_SETTINGS_H
 
@@ -33,7 +34,8 @@ enum { kVrIniPathSize = 256 };
 
 VR_BEGIN
 
-/* The path of the file that was read, or of the last place that was tried. */
+/* The path of the file that was read, or of the last place that was tried. A path in the
+ * start-up record counts with its first 255 bytes. */
 extern VR_API char ini_path[kVrIniPathSize];
 
 /* The file's whole text, zero-terminated; null without a file. Not to be changed. */
@@ -55,8 +57,8 @@ VR_API char* IniGetString(const char* section, const char* key, const char* defa
 VR_API char* IniGetSection(const char* section);
 
 /* The variable's value in a static buffer that the next call overwrites and the
- * caller may change. Null when it is not set or empty; an empty text when it has
- * 8192 bytes or more. */
+ * caller may change. Null when it is not set or empty, or the name is null; an empty text when it
+ * has 8192 bytes or more. */
 VR_API char* DLLGetEnv(const char* name);
 
 /* Sets the variable for this process and those it starts; a null value removes it. 0, or

@@ -72,8 +72,9 @@ VR_API int32_t TblFreeHnd(int32_t table, int32_t record);
  * handle that is out of range or free. */
 VR_API void* TblHndToPtr(int32_t table, int32_t record);
 
-/* Of a table: its slots, the address of the first record, its format routine, its
- * name, which belongs to it. 0 or null when there is no such table. */
+/* Of a table: its slots, the address of the first record, good as long as that of
+ * TblHndToPtr, its format routine, its name, which belongs to it. 0 or null when there
+ * is no such table. */
 VR_API int32_t TblLength(int32_t table);
 VR_API void* TblBase(int32_t table);
 VR_API TblFormat TblFunc(int32_t table);

@@ -20,7 +20,7 @@ uint32_t CopyOut(const char* text, char* buffer, uint32_t size) {
 }  // namespace
 
 uint32_t GetEnvironmentVariableA(const char* name, char* buffer, uint32_t size) {
-    const char* value = std::getenv(name);
+    const char* value = name == nullptr ? nullptr : std::getenv(name);
     return value == nullptr ? 0 : CopyOut(value, buffer, size);
 }
 

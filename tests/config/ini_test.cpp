@@ -72,12 +72,13 @@ TEST_F(FilesTest, PlacesOfTheFile) {
     SetEnvironmentVariableA("VRPLATFORM_WINDOWS_DIR", "w");
     std::filesystem::create_directory("w");
     int32_t place = 0;
+    const std::string given = std::string(246, '/').replace(0, 1, ".") + "given.ini";
     for (const auto& [file, path] :
          Rows<2>("none -> w\\VRLINK.INI | w/vrlink.ini -> w\\VRLINK.INI | vrlink.ini -> " +
-                 directory.drivePath + "\\VRLINK.INI | given.ini -> given.ini")) {
+                 directory.drivePath + "\\VRLINK.INI | given.ini -> " + given)) {
         WriteFile(file, "[A]\nK=" + std::to_string(place));
-        const auto found = [&wanted = path, this] {
-            Start("given.ini");
+        const auto found = [&given, &wanted = path, this] {
+            Start((given + ", cut behind 255 bytes").c_str());
             std::_Exit(ini_path == wanted ? IniGetInt("A", "K", 0) : 99);
         };
         EXPECT_EXIT(found(), testing::ExitedWithCode(place++), "");

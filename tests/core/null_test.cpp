@@ -42,6 +42,7 @@ TEST_F(LibraryTest, NullObjectsArePassedOver) {
     EXPECT_EQ(DllLoad(nullptr, nullptr), 0u);
     DllUnload(nullptr, 0);
     EXPECT_EQ(DirNext(nullptr), nullptr);
+    EXPECT_EQ(DLLGetEnv(nullptr), nullptr);
     EXPECT_EQ(value, 7u);
 }
 
