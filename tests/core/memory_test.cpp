@@ -136,7 +136,8 @@ TEST_F(LibraryTest, OrderIsByUnsignedBytesAndThenLength) {
         {"ab", "", 1},         {b, c, -1},        {"same", "same", 0}};
     for (const auto& [first, second, order] : cases)
         EXPECT_EQ(CompareVrStrings(Array(first), Array(second)), order) << first << " " << second;
-    EXPECT_EQ(CompareVrStrings(nullptr, Array("x")), -1);
+    for (VrString none : {VrString(nullptr), NullString()})
+        EXPECT_EQ(CompareVrStrings(none, Array("x")) + CompareVrStrings(Array("x"), none), 0);
 }
 
 }  // namespace
