@@ -116,7 +116,6 @@ void DecodeBoxCharacters() {
 // The parts that the mark divides, each a string of its own.
 VrString* Split(VrString s, uint8_t mark, int32_t& count) {
     count = item_count(s, mark);
-    if (count == 0) return nullptr;
     auto* parts = static_cast<VrString*>(
         alloc_memory(static_cast<uint32_t>(count) * static_cast<uint32_t>(sizeof(VrString))));
     int32_t cursor = kVrFirstCursor;

@@ -206,7 +206,11 @@ int main(int argc, char** argv) {
     if (arguments.logSection != nullptr && VrdbLogInit(arguments.logSection, "record_host") != 0) {
         std::fputs("record_host: the log cannot be opened; going on without\n", stderr);
     }
-    const int result = Run(arguments);
+    int result = Run(arguments);
+    if (std::fflush(stdout) != 0) {
+        std::fputs("record_host: the output cannot be written\n", stderr);
+        result = kExitBadRequest;
+    }
     VrExit(result);
     return result;
 }

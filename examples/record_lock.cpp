@@ -4,8 +4,10 @@
 
 #include "record_lock.h"
 
+#include <chrono>
 #include <cstdio>
 #include <cstring>
+#include <thread>
 
 #include "record_arguments.h"
 #include "vr/environ.h"
@@ -32,8 +34,13 @@ char* LockPath(VrString path) {
     return text;
 }
 
+// The library's own waiting tries without a pause, which costs a processor.
 int TakeKey(const RecordLock& lock, bool wait) {
-    const int32_t taken = LockLockKey(lock.file, lock.key, 0, wait ? 1 : 0);
+    int32_t taken = LockLockKey(lock.file, lock.key, 0, 0);
+    while (taken == 1 && wait) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(20));
+        taken = LockLockKey(lock.file, lock.key, 0, 0);
+    }
     VrdbLogMesLock(TextOf(lock.key), taken);
     if (taken == 0) return kExitOk;
     if (taken == 1) {

@@ -57,6 +57,7 @@ std::string DateText(const Report& report, const std::string& days) {
     int32_t day = 0;
     int32_t year = 0;
     DaysToDate(static_cast<int32_t>(number), &month, &day, &year);
+    if (month < 0 || month > 11) return days;  // long before our era
     char text[40];
     if (report.international) {
         std::snprintf(text, sizeof text, "%d %s %d", day, kMonths[month], year);
@@ -213,7 +214,11 @@ int main(int argc, char** argv) {
     const UtilInitRecord start = {};
     UtilInit(&start);
     files_init();
-    const int result = Run(argc, argv);
+    int result = Run(argc, argv);
+    if (std::fflush(stdout) != 0) {
+        std::fputs("report_host: the output cannot be written\n", stderr);
+        result = kExitBadRequest;
+    }
     VrExit(result);
     return result;
 }

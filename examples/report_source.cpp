@@ -4,8 +4,10 @@
 #include "report_source.h"
 
 #include <algorithm>
+#include <cstdio>
 
 #include "platform/files.h"
+#include "record_file.h"
 #include "vr/files.h"
 #include "vr/memory.h"
 
@@ -14,12 +16,21 @@ namespace {
 constexpr int32_t kReadFlags = kOpenReadOnly | kOpenBinary;
 constexpr size_t kChunkSize = 65536;
 
+void Add(const StoredRecord& record, std::vector<StoredRecord>& records) {
+    if (record.length <= kLongestRecord) {
+        records.push_back(record);
+    } else {
+        std::fprintf(stderr, "report_host: %s: too long for a record\n", record.name.c_str());
+    }
+}
+
 void FindLines(const std::string& path, int32_t handle, std::vector<StoredRecord>& records) {
     std::vector<char> chunk(kChunkSize);
+    int32_t line = 0;
     int32_t start = 0;
     int32_t offset = 0;
     const auto add = [&](int32_t end) {
-        records.push_back({std::to_string(records.size() + 1), path, start, end - start});
+        Add({std::to_string(++line), path, start, end - start}, records);
         start = end + 1;
     };
     for (int32_t got = 0; (got = OsRead(handle, chunk.data(), kChunkSize)) > 0; offset += got) {
@@ -35,7 +46,7 @@ void FindFiles(const std::string& folder, DirSearch* search, const char* name,
     for (; name != nullptr; name = DirNext(search)) {
         if ((search->attributes & kFindDirectory) != 0) continue;
         const auto length = static_cast<int32_t>(std::min(search->size, uint32_t{INT32_MAX}));
-        records.push_back({name, folder + "\\" + name, 0, length});
+        Add({name, folder + "\\" + name, 0, length}, records);
     }
     std::ranges::sort(records, {}, &StoredRecord::name);
 }
@@ -45,9 +56,10 @@ void FindFiles(const std::string& folder, DirSearch* search, const char* name,
 bool FindRecords(const std::string& path, std::vector<StoredRecord>& records) {
     int32_t handle = -1;
     if (OsOpen(path.c_str(), kReadFlags, 0, &handle) == 0) {
-        FindLines(path, handle, records);
+        const bool isReadable = OsFileLength(handle) >= 0;
+        if (isReadable) FindLines(path, handle, records);
         OsClose(handle);
-        return true;
+        return isReadable;
     }
     DirSearch* search = nullptr;
     const char* name = DirFirst(path.c_str(), &search);
@@ -60,9 +72,13 @@ bool FindRecords(const std::string& path, std::vector<StoredRecord>& records) {
 VrString LoadRecord(const StoredRecord& record) {
     VrString s = alloc_string(static_cast<uint32_t>(record.length));
     int32_t handle = -1;
-    if (OsOpen(record.path.c_str(), kReadFlags, 0, &handle) != 0) return s;
-    OsLseek(handle, record.offset, kSeekStart);
-    OsRead(handle, VrStrText(s), static_cast<uint32_t>(record.length));
-    OsClose(handle);
-    return s;
+    const bool whole =
+        OsOpen(record.path.c_str(), kReadFlags, 0, &handle) == 0 &&
+        OsLseek(handle, record.offset, kSeekStart) == record.offset &&
+        OsRead(handle, VrStrText(s), static_cast<uint32_t>(record.length)) == record.length;
+    if (handle != -1) OsClose(handle);
+    if (whole) return s;
+    free_mem(&s);
+    std::fprintf(stderr, "report_host: %s: cannot be read\n", record.name.c_str());
+    return StrToVrStr(nullptr);
 }

@@ -15,12 +15,13 @@ struct StoredRecord {
     int32_t length;
 };
 
-// The records at the path, in the order of their lines or names. False when there is
-// neither a file nor a folder.
+// The records at the path, in the order of their lines or names. One that is too long for
+// the library is left out, with a message on standard error. False when there is neither a
+// folder nor a file of less than 2 GiB.
 bool FindRecords(const std::string& path, std::vector<StoredRecord>& records);
 
-// Reads a record; a new string that the caller frees. What cannot be read any more
-// comes as far as it goes.
+// Reads a record; a new string that the caller frees. One that cannot be read, or not
+// whole, comes empty, after a message on standard error.
 VrString LoadRecord(const StoredRecord& record);
 
 #endif

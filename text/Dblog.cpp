@@ -45,7 +45,6 @@ const char* TextOf(VrString s) {
 
 void Write(const char* format, va_list values) {
     const int wanted = std::vsnprintf(line, kLineSize, format, values);
-    if (wanted < 0) return;
     OsWrite(logHandle, line, std::min(static_cast<uint32_t>(wanted), kLineSize - 1));
 }
 

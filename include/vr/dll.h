@@ -10,16 +10,17 @@
 VR_BEGIN
 
 /* The module of that name, loaded if it is not: from the folder of the host's module
- * (SetHInstance), then from the folder BIN of `basePath`, or of EnvironVrPath when that is
- * null, then by the name alone, as the platform finds it. A name that begins with a
- * backslash or a drive is tried as it is, and only so. A name counts with its case. 0 when
- * there is no such library, for a null name, and for one that makes paths of 1024 bytes or
- * more; a host whose own path has 255 bytes or more counts as having no folder. */
+ * (SetHInstance), then from the folder BIN of `basePath`, or of EnvironVrPath when that
+ * is null, then by the name alone, as the platform finds it. A name that begins with a
+ * backslash or a drive is tried as it is, and only so. A name counts with its case. 0
+ * when there is no such library, for a null name, and for one that makes paths of 1024
+ * bytes or more; a host whose own path has 255 bytes or more counts as having no
+ * folder. */
 VR_API VrWord DllLoad(const char* name, const char* basePath);
 
-/* Unloads the library loaded under that name, if it is `module` or that is 0; a null name
- * is passed over. Loads are not
- * counted: a host leaves "psapi" and "kernel32" to the process queries (vr/process.h). */
+/* Unloads the library loaded under that name, if it is `module` or that is 0; a null
+ * name is passed over. Loads are not counted: a host leaves "psapi" and "kernel32" to
+ * the process queries (vr/process.h). */
 VR_API void DllUnload(const char* name, VrWord module);
 
 VR_END

@@ -35,9 +35,10 @@ VR_STATIC_ASSERT(sizeof(UtilPosition) == 16, "four words");
  * the new element is inserted in front of it. A negative number anywhere, or an
  * element that had to be made, always inserts.
  *
- * The position's numbers are completed first: a subvalue without a value belongs
- * to value 1, a value without an attribute to attribute 1. With all three 0 the
- * result is a copy of `element`, a shared string itself; `s` and the cursor field are untouched.
+ * The position's numbers are completed first: a subvalue without a value belongs to
+ * value 1, a value without an attribute to attribute 1. With all three 0 the result is
+ * a copy of `element`, or a shared string itself; `s` and the cursor field are
+ * untouched.
  *
  * The result is `s`, rewritten in place, or another string. In the second case
  * the caller owns both and frees `s`, whose text is then no longer to be relied

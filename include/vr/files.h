@@ -117,10 +117,11 @@ VR_API VrString OsFileName(VrString name, char* extension);
  * string that the caller frees. No disk is asked. */
 VR_API VrString OsFileLongName(VrString name, const char* extension);
 
-/* A name of the prefix and six characters that nothing bears, in the current
- * directory or, for the temporary one, in the directory that VRLTEMP names, if any. A new
- * string that the caller frees; NullVrStr's string when no name can be had, a prefix
- * (with its directory) of more than 97 (96) characters included. */
+/* A name of the prefix and six characters that nothing bears, in the current directory
+ * or, for the temporary one, in the directory that VRLTEMP names, if any. A new string
+ * that the caller frees; NullVrStr's string when no name can be had, a prefix (with its
+ * directory) of more than 97 (96) characters included, and a VRLTEMP of 8192 bytes or
+ * more. */
 VR_API VrString GetUniqueFileName(const char* prefix);
 VR_API VrString GetUniqueTempFileName(const char* prefix);
 

@@ -16,7 +16,7 @@ VR_BEGIN
 typedef struct UtilInitRecord {
     VrWord EngineInstance; /* any value; GetEngineInstance gives it back */
     VrWord VrlinkInstance; /* module handle of the host; 0 is the executable */
-    const char* IniPath;   /* settings file to try first; may be null */
+    const char* IniPath;   /* settings file to try first (ini_path); may be null */
 } UtilInitRecord;
 VR_STATIC_ASSERT(sizeof(UtilInitRecord) == 12, "three words");
 

@@ -29,15 +29,16 @@ VR_API int32_t LockInit(void);
 /* Registers the file at `path`, of which only \ parts directory and name, and tests
  * that its directory's locks work. 0 with the handle filled in; otherwise no handle is
  * written, and the result is -1 when the lock file cannot be opened or locked, -2 for
- * too many open files, 1 when the directory's file system has no locks. A lock file that
- * cannot be locked is deleted. Of directories 65535 can be registered at once; one more
- * gives -1. Names count with their case. Each call is owed one LockDeregister. */
+ * too many open files, 1 when the directory's file system has no locks. A lock file
+ * that cannot be locked is deleted. Of directories 65535 can be registered at once; one
+ * more gives -1. Names count with their case. Each call is owed one LockDeregister. */
 VR_API int32_t LockRegister(const char* path, VrLockHandle* handle);
 
-/* Takes the key. 0 when it is held; 1 when another process, or another registration,
- * holds it and `wait` is 0; -1 for a bad handle or a failure; -2 when the lock file
- * cannot be reopened for too many open files. With `wait` not 0 it tries without a
- * pause until it has the key. All bytes of the key count; `ignored` does not. */
+/* Takes the key. 0 when it is held; 1 when another process, or this one by another
+ * spelling of the directory, holds it and `wait` is 0; -1 for a bad handle or a
+ * failure; -2 when the lock file cannot be reopened for too many open files. With
+ * `wait` not 0 it tries without a pause until it has the key. All bytes of the key
+ * count; `ignored` does not. */
 VR_API int32_t LockLockKey(VrLockHandle handle, VrString key, VrWord ignored, int32_t wait);
 
 /* Gives the key back once. 0 when that was done; 1 when it is not held, or when the

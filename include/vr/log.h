@@ -19,9 +19,10 @@
 
 VR_BEGIN
 
-/* Turns the log on by the setting "LOG" of the section, and writes its first line with the
- * title (null: a title of its own). 0; or -1 when the file cannot be opened, or its path has
- * 256 bytes or more, which is not tried again. A mask outside 1 to 63 leaves the log off. */
+/* Turns the log on by the setting "LOG" of the section, and writes its first line with
+ * the title (null: a title of its own). 0; or -1 when the file cannot be opened, or its
+ * path has 256 bytes or more, which is not tried again. A mask outside 1 to 63 leaves
+ * the log off. */
 VR_API int32_t VrdbLogInit(const char* section, const char* title);
 
 /* Does nothing, since every line is written at once. */

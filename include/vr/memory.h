@@ -89,10 +89,10 @@ enum {
 };
 
 /* A callback gets the data word it was registered with and the value given to
- * MemCallCallbacks, which is 0 inside the library. It runs inside the call that
- * was short of something, and gives back what it can spare. What it asks for itself
- * does not run the callbacks of its kind again. One of kind 0 takes nothing that may
- * stand half done in the interrupted call: no quark, handle, item, file or lock. */
+ * MemCallCallbacks, which is 0 inside the library. It runs inside the call that was
+ * short of something, and gives back what it can spare. What it asks for itself does
+ * not run the callbacks of its kind again. One of kind 0 takes nothing that may stand
+ * half done in the interrupted call: no quark, handle, item, file or lock. */
 typedef void (*MemCallback)(VrWord data, VrWord value);
 
 /* Adds the pair to the kind's list; a pair may stand there twice. With all slots

@@ -20,10 +20,9 @@
  * 255 bytes on, less its trailing white space. A ; begins a comment only at the
  * start of a line, but for IniGetSection. A null section or key names no setting.
  *
- * Registry values stand under HKEY_LOCAL_MACHINE, Software\Veldane\PRODUCT\SECTION,
- * the value's name being the key; texts of 256 bytes or more count as absent, and
- * so does a key path of 260 bytes or more. In the ENVIRONMENT key such a text ends the
- * reading. */
+ * Registry values stand under HKEY_LOCAL_MACHINE, Software\Veldane\PRODUCT\SECTION, the
+ * value's name being the key; texts of 256 bytes or more count as absent, and so does a
+ * key path of 260 bytes or more. In the ENVIRONMENT key such a text ends the reading. */
 #ifndef VR_SETTINGS_H
 #define VR_SETTINGS_H
 
@@ -56,9 +55,9 @@ VR_API char* IniGetString(const char* section, const char* key, const char* defa
  * no such section. */
 VR_API char* IniGetSection(const char* section);
 
-/* The variable's value in a static buffer that the next call overwrites and the
- * caller may change. Null when it is not set or empty, or the name is null; an empty text when it
- * has 8192 bytes or more. */
+/* The variable's value in a static buffer that the next call overwrites and the caller
+ * may change. Null when it is not set or empty, or the name is null; an empty text when
+ * it has 8192 bytes or more. */
 VR_API char* DLLGetEnv(const char* name);
 
 /* Sets the variable for this process and those it starts; a null value removes it. 0, or
