@@ -4,6 +4,7 @@
 #define VR_MODULE "Files"
 
 #include <algorithm>
+#include <cerrno>
 #include <cstdio>
 #include <cstring>
 
@@ -34,7 +35,7 @@ struct Candidate {
 };
 
 bool IsFree(const Candidate& candidate) {
-    return FileStatus(candidate.text) != 0;
+    return FileStatus(candidate.text) != 0 && errno == kErrorNoSuchFile;
 }
 
 void WriteBehindStem(const Candidate& candidate, const char* number) {

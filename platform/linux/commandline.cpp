@@ -6,6 +6,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdlib>
 #include <fstream>
@@ -18,6 +19,7 @@ namespace {
 
 constexpr char kShell[] = "/bin/sh";
 constexpr char kBlanks[] = " \t";
+constexpr char kCtrlZ = 26;
 constexpr int kNoSuchProgram = 2;
 constexpr int kNoSuchDirectory = 3;
 
@@ -98,8 +100,7 @@ bool IsProgramHere(const std::string& hostDirectory, const std::string& name, st
 
 std::string OwnDirectory() {
     char path[kHostPathSize];
-    const ssize_t length = readlink("/proc/self/exe", path, sizeof path);
-    const std::string own(path, static_cast<size_t>(length < 0 ? 0 : length));
+    const std::string own = ExecutablePath(path) ? path : "";
     return own.substr(0, own.find_last_of('/'));
 }
 
@@ -159,35 +160,46 @@ bool ReadBatch(const std::string& hostPath, std::string& text) {
     std::ifstream file(hostPath, std::ios::binary);
     if (!file) return false;
     text.assign(std::istreambuf_iterator<char>(file), {});
-    std::erase(text, '\r');
+    text.resize(std::min(text.find(kCtrlZ), text.size()));
+    std::erase_if(text, [](char c) { return c == '\r' || c == '\0'; });
     return true;
 }
 
-HostCommand ShellCommand(const std::string& text) {
-    return {kShell, {"sh", "-c", text}};
+// The text's $0 and $1 are the words.
+HostCommand ShellCommand(const std::string& text, const std::vector<std::string>& words) {
+    HostCommand command = {kShell, {"sh", "-c", "--", text}};
+    command.words.insert(command.words.end(), words.begin(), words.end());
+    return command;
 }
 
 HostCommand BareShell() {
     return {kShell, {"sh"}};
 }
 
-// The text behind /c may name a batch file.
+// The text behind /c may begin with the name of a batch file, which runs in a shell of its
+// own; what stands behind the name, a redirect maybe, is for the shell around it.
 HostCommand CommandOfText(const std::string& text) {
     std::string found;
     std::string batch;
-    const bool isBatch = IsBatchName(text) && text.find_first_of(kBlanks) == std::string::npos;
-    if (isBatch && FindByPath(text, IsFile, found) && ReadBatch(found, batch))
-        return ShellCommand(batch);
-    return ShellCommand(text);
+    size_t behind = 0;
+    const std::string name = TakeWord(text, behind);
+    if (IsBatchName(name) && FindByPath(name, IsFile, found) && ReadBatch(found, batch)) {
+        return ShellCommand("sh -c -- \"$1\" \"$0\"" + text.substr(behind), {name, batch});
+    }
+    return ShellCommand(text, {});
 }
 
 HostCommand ParseShellLine(const std::string& line, size_t at) {
-    PassBlanks(line, at);
-    const bool runs = line.size() >= at + 2 && line[at] == '/' && (line[at + 1] | 0x20) == 'c';
-    if (!runs) return BareShell();
-    at += 2;
-    PassBlanks(line, at);
-    return CommandOfText(line.substr(at));
+    for (PassBlanks(line, at); line.size() >= at + 2 && line[at] == '/'; PassBlanks(line, at)) {
+        if ((line[at + 1] | 0x20) != 'c') {
+            at = std::min(line.find_first_of(kBlanks, at), line.size());
+            continue;
+        }
+        at += 2;
+        PassBlanks(line, at);
+        return CommandOfText(line.substr(at));
+    }
+    return BareShell();
 }
 
 }  // namespace
@@ -204,13 +216,11 @@ int ParseCommandLine(const std::string& line, HostCommand& command) {
     }
     std::string found;
     if (!FindFirstWord(line, at, found)) return NotFound(word);
-    std::string batch;
-    if (IsBatchName(found) && ReadBatch(found, batch)) {
-        command = ShellCommand(batch);
-        return 0;
-    }
-    command = {found, {word}};
+    std::vector<std::string> words = {word};
     for (PassBlanks(line, at); at < line.size(); PassBlanks(line, at))
-        command.words.push_back(TakeWord(line, at));
+        words.push_back(TakeWord(line, at));
+    std::string batch;
+    const bool isBatch = IsBatchName(found) && ReadBatch(found, batch);
+    command = isBatch ? ShellCommand(batch, words) : HostCommand{found, words};
     return 0;
 }

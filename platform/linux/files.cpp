@@ -187,11 +187,27 @@ size_t FillChunk(const char* text, size_t count, char (&chunk)[kChunkSize], size
     }
 }
 
-// How many bytes of the text stand whole in the first `written` bytes on disk.
-size_t BytesWithin(const char* text, size_t written) {
+// How many bytes of the text stand whole in the first `written` bytes on disk, which are
+// counted down to what is left: 1 for the CR of a line end without its LF.
+size_t BytesWithin(const char* text, size_t& written) {
     size_t bytes = 0;
     while (written != 0 && written >= SizeOnDisk(text[bytes]))
         written -= SizeOnDisk(text[bytes++]);
+    return bytes;
+}
+
+// Takes the byte before the position off the file again, as far as it is one that can.
+void TakeBack(int descriptor) {
+    struct stat status;
+    const off_t at = lseek(descriptor, -1, SEEK_CUR);
+    if (at < 0 || fstat(descriptor, &status) != 0 || status.st_size != at + 1) return;
+    [[maybe_unused]] const int cut = ftruncate(descriptor, at);
+}
+
+// Behind a write that was cut. Half a line end goes again: going on writes it whole.
+size_t BytesKept(int descriptor, const char* text, size_t written) {
+    const size_t bytes = BytesWithin(text, written);
+    if (written != 0) TakeBack(descriptor);
     return bytes;
 }
 
@@ -204,23 +220,31 @@ ssize_t WriteText(int descriptor, const char* text, size_t count) {
         const ssize_t written = WriteAll(descriptor, chunk, filled);
         if (written < 0) return done != 0 ? static_cast<ssize_t>(done) : -1;
         if (static_cast<size_t>(written) < filled) {
-            return static_cast<ssize_t>(done +
-                                        BytesWithin(text + done, static_cast<size_t>(written)));
+            return static_cast<ssize_t>(
+                done + BytesKept(descriptor, text + done, static_cast<size_t>(written)));
         }
         done += taken;
     }
     return static_cast<ssize_t>(done);
 }
 
-// Gives a file the owner and the permissions of another. A file that cannot be given away
-// keeps from others what its new owner alone was granted.
+// In full, or else the group alone, which many may share a file by.
+bool GiveTo(const struct stat& other, const struct stat& own, const char* path) {
+    const bool sameGroup = own.st_gid == other.st_gid;
+    if (own.st_uid == other.st_uid && sameGroup) return true;
+    return chown(path, other.st_uid, other.st_gid) == 0 || sameGroup ||
+           chown(path, own.st_uid, other.st_gid) == 0;
+}
+
+// Gives a file the owner, the group and the permissions of another. What cannot be given to
+// the group is kept from it and from others.
 bool TakeOver(const char* path, const char* from) {
     struct stat own;
     struct stat other;
     if (stat(path, &own) != 0 || stat(from, &other) != 0) return false;
+    if (!S_ISREG(other.st_mode)) return Refuse(EACCES) == 0;
     mode_t mode = other.st_mode & (S_IRWXU | S_IRWXG | S_IRWXO);
-    const bool sameOwner = own.st_uid == other.st_uid && own.st_gid == other.st_gid;
-    if (!sameOwner && chown(path, other.st_uid, other.st_gid) != 0) mode &= S_IRWXU;
+    if (!GiveTo(other, own, path)) mode &= S_IRWXU;
     return (own.st_mode & ~mode_t{S_IFMT}) == mode || chmod(path, mode) == 0;
 }
 
@@ -351,13 +375,14 @@ int32_t FileReplace(const char* from, const char* to) {
 
 char* UniqueName(char* path) {
     const size_t length = path == nullptr ? 0 : std::strlen(path);
+    errno = EINVAL;
     if (length < kTemplateEnd) return nullptr;
     char* place = path + length - kTemplateEnd;
     if (std::strcmp(place, "XXXXXX") != 0) return nullptr;
     const unsigned digits = static_cast<unsigned>(getpid()) % 100000;
     for (char letter = 'a'; letter <= 'z'; ++letter) {
         std::snprintf(place, kTemplateEnd + 1, "%c%05u", letter, digits);
-        if (FileStatus(path) != 0) return path;
+        if (FileStatus(path) != 0 && errno == kErrorNoSuchFile) return path;
     }
     return nullptr;
 }

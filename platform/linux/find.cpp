@@ -85,7 +85,7 @@ void Describe(DIR* directory, const char* name, FindData* data) {
 }  // namespace
 
 int32_t FindFirst(const char* pattern, FindData* data) {
-    const std::string text = pattern;
+    const std::string text = pattern == nullptr ? "" : pattern;
     const size_t separator = text.find_last_of("\\/:");
     const size_t nameStart = separator == std::string::npos ? 0 : separator + 1;
     const std::string directoryPath = nameStart == 0 ? "." : text.substr(0, nameStart);
@@ -93,7 +93,7 @@ int32_t FindFirst(const char* pattern, FindData* data) {
     char hostPath[kHostPathSize];
     DIR* directory = HostPath(directoryPath.c_str(), hostPath) ? opendir(hostPath) : nullptr;
     if (directory == nullptr) return -1;
-    const int32_t search = NewSearch(directory, pattern + nameStart);
+    const int32_t search = NewSearch(directory, text.c_str() + nameStart);
     if (FindNext(search, data) == 0) return search;
     FindClose(search);
     errno = ENOENT;

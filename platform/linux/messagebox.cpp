@@ -69,7 +69,15 @@ int ReadAnswer(int terminal) {
     char line[80];
     const ssize_t got = Insist([&] { return read(terminal, line, sizeof line); });
     if (got <= 0) return -1;
-    return line[0] == '\n' ? 0 : line[0] | 0x20;
+    return line[0] == '\n' || line[0] == '\r' ? 0 : line[0] | 0x20;
+}
+
+// -1 also in the background, where reading would stop the process.
+int OpenTerminal() {
+    const int terminal = open("/dev/tty", O_RDWR | O_CLOEXEC);
+    if (terminal < 0 || tcgetpgrp(terminal) == getpgrp()) return terminal;
+    close(terminal);
+    return -1;
 }
 
 int32_t AskAtTerminal(int terminal, const ButtonSet& set) {
@@ -90,7 +98,7 @@ int32_t MessageBoxA(void*, const char* text, const char* caption, uint32_t style
     if (presenter != nullptr) return presenter(presenterContext, text, caption, style);
 
     const ButtonSet& set = ButtonsOf(style);
-    const int terminal = open("/dev/tty", O_RDWR | O_CLOEXEC);
+    const int terminal = OpenTerminal();
     if (terminal < 0) {
         Show(STDERR_FILENO, text, caption);
         return set.safeAnswer;

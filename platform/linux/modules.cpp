@@ -26,13 +26,6 @@ bool IsLoadedHandle(const void* module) {
     return object != nullptr;
 }
 
-bool ExecutablePath(char (&path)[kHostPathSize]) {
-    const ssize_t length = readlink("/proc/self/exe", path, sizeof path - 1);
-    if (length <= 0) return false;
-    path[length] = '\0';
-    return true;
-}
-
 // The linker knows the executable by an empty name.
 bool ModulePath(void* module, char (&path)[kHostPathSize]) {
     const char* name = nullptr;

@@ -8,6 +8,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
@@ -136,36 +137,46 @@ bool Exists(const std::string& path) {
     return lstat(path.c_str(), &status) == 0;
 }
 
-// The directory's spelling of the name, when it has one that differs in case alone.
-bool FindAnyCase(const std::string& directory, std::string& name) {
+enum class Search { Found, Absent, NotPossible };
+
+// The directory's spelling of the name, when it has one that differs in case alone. Where
+// handles or memory are short nobody can tell, and errno says why.
+Search FindAnyCase(const std::string& directory, std::string& name) {
     DIR* entries = opendir(directory.empty() ? "/" : directory.c_str());
-    if (entries == nullptr) return false;
+    if (entries == nullptr) {
+        if (errno == ENFILE) errno = kErrorTooManyOpenFiles;
+        const bool isShort = errno == kErrorTooManyOpenFiles || errno == ENOMEM;
+        return isShort ? Search::NotPossible : Search::Absent;
+    }
     const dirent* entry = readdir(entries);
     while (entry != nullptr && lstrcmpiA(entry->d_name, name.c_str()) != 0)
         entry = readdir(entries);
     if (entry != nullptr) name = entry->d_name;
     closedir(entries);
-    return entry != nullptr;
+    return entry != nullptr ? Search::Found : Search::Absent;
 }
 
-std::string FindUnder(const std::string& root, const std::vector<std::string>& names) {
-    std::string exact = root;
+// The names under the root as they are spelled there, from the first that is not there on
+// as they are given. False when that cannot be told.
+bool FindUnder(const std::string& root, const std::vector<std::string>& names, std::string& path) {
+    path = root;
     for (const std::string& name : names)
-        exact += '/' + name;
-    if (names.empty()) return exact.empty() ? "/" : exact;
-    if (Exists(exact)) return exact;
+        path += '/' + name;
+    if (path.empty()) path += '/';
+    if (names.empty() || Exists(path)) return true;
 
-    std::string path = root;
-    bool found = true;
+    path = root;
+    Search search = Search::Found;
     for (std::string name : names) {
         const size_t directoryLength = path.size();
         path.append("/").append(name);
-        if (!found || Exists(path)) continue;
+        if (search == Search::Absent || Exists(path)) continue;
         path.resize(directoryLength);
-        found = FindAnyCase(path, name);
+        search = FindAnyCase(path, name);
+        if (search == Search::NotPossible) return false;
         path.append("/").append(name);
     }
-    return path;
+    return true;
 }
 
 }  // namespace
@@ -179,9 +190,18 @@ bool HostPath(const char* name, char (&path)[kHostPathSize]) {
         errno = ENOENT;
         return false;
     }
-    if (CopyOut(FindUnder(root, full.names), path, sizeof path)) return true;
+    std::string found;
+    if (!FindUnder(root, full.names, found)) return false;
+    if (CopyOut(found, path, sizeof path)) return true;
     errno = ENAMETOOLONG;
     return false;
+}
+
+bool ExecutablePath(char (&path)[kHostPathSize]) {
+    const ssize_t length = readlink("/proc/self/exe", path, sizeof path - 1);
+    if (length <= 0) return false;
+    path[length] = '\0';
+    return true;
 }
 
 bool DrivePath(const char* hostPath, char* path, size_t size) {

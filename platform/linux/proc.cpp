@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <climits>
 #include <cstdlib>
+#include <fstream>
 
 #include "linux/paths.h"
 
@@ -29,6 +30,15 @@ std::vector<uint32_t> ProcessNumbers() {
     closedir(folder);
     std::ranges::sort(numbers);
     return numbers;
+}
+
+// The state stands behind the name, which may hold anything.
+bool IsZombie(const std::string& folder) {
+    std::ifstream file(folder + "/stat");
+    std::string text;
+    std::getline(file, text, '\0');
+    const size_t behindName = text.rfind(')');
+    return behindName != std::string::npos && text.compare(behindName, 3, ") Z") == 0;
 }
 
 bool ProgramPath(uint32_t processNumber, std::string& path) {

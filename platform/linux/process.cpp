@@ -7,7 +7,9 @@
 #include <pthread.h>
 
 #include <cstdlib>
+#include <string>
 
+#include "linux/proc.h"
 #include "linux/reaper.h"
 
 namespace {
@@ -17,7 +19,8 @@ bool IsLastThread() {
     if (tasks == nullptr) return false;
     int count = 0;
     while (const dirent* entry = readdir(tasks)) {
-        if (entry->d_name[0] != '.') ++count;
+        const std::string task = entry->d_name;
+        if (task[0] != '.' && !IsZombie("/proc/self/task/" + task)) ++count;
     }
     closedir(tasks);
     return count - ReaperThreads() == 1;

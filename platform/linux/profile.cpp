@@ -123,6 +123,7 @@ uint32_t GetPrivateProfileStringA(const char* section, const char* key, const ch
     std::string content;
     if (file != nullptr) ReadTextFile(PathOf(file).c_str(), content);
     std::string_view text = content;
+    if (text.starts_with(kUtf8Mark)) text.remove_prefix(kUtf8Mark.size());
     if (section == nullptr) return CopyList(SectionNames(text), buffer, size);
     const bool found = FindSection(text, section);
     if (key == nullptr) return CopyList(found ? KeyNames(text) : "", buffer, size);

@@ -19,6 +19,7 @@
 #include "linux/commandline.h"
 #include "linux/handles.h"
 #include "linux/insist.h"
+#include "linux/proc.h"
 #include "linux/reaper.h"
 #include "platform/control.h"
 
@@ -78,7 +79,8 @@ void NoteEnd(Process& process, int status) {
 void Poll(Process& process, int options) {
     if (process.ended) return;
     if (!process.isChild) {
-        process.ended = kill(process.number, 0) != 0 && errno == ESRCH;
+        process.ended = (kill(process.number, 0) != 0 && errno == ESRCH) ||
+                        IsZombie("/proc/" + std::to_string(process.number));
         return;
     }
     int status = 0;
@@ -160,7 +162,7 @@ int32_t CreateProcessA(const char* application, char* commandLine, void* process
     if (!offered || commandLine == nullptr) return Fail(kNotOffered);
     if (recorder == nullptr) return StartForReal(commandLine, information);
 
-    const bool windowModeSet = (startup->flags & STARTF_USESHOWWINDOW) != 0;
+    const bool windowModeSet = startup != nullptr && (startup->flags & STARTF_USESHOWWINDOW) != 0;
     uint32_t code = 0;
     switch (recorder(recorderContext, commandLine,
                      windowModeSet ? startup->showWindow : kWindowModeNotSet, &code)) {

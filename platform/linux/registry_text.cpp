@@ -19,7 +19,6 @@
 namespace {
 
 constexpr std::string_view kUtf16Mark = "\xFF\xFE";
-constexpr std::string_view kUtf8Mark = "\xEF\xBB\xBF";
 constexpr std::string_view kHeaderOfBytes = "REGEDIT4";
 constexpr std::string_view kHeaderOfUnicode = "Windows Registry Editor Version 5.00";
 constexpr size_t kBytesOfNumber = 4;

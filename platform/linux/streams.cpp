@@ -1,6 +1,7 @@
-// Streams are the C library's, over the numbered files: they read and write through
-// the handle, and so keep its text mode.
+// Streams are the C library's, over the numbered files: they read through the
+// handle, and so keep its text mode.
 
+#include <cerrno>
 #include <cstdio>
 #include <cstring>
 #include <string>
@@ -16,12 +17,6 @@ int32_t HandleOf(void* cookie) {
 
 ssize_t Read(void* cookie, char* buffer, size_t size) {
     return FileRead(HandleOf(cookie), buffer, size);
-}
-
-// The C library wants 0, not -1, for a failure.
-ssize_t Write(void* cookie, const char* buffer, size_t size) {
-    const int32_t written = FileWrite(HandleOf(cookie), buffer, size);
-    return written < 0 ? 0 : written;
 }
 
 int Seek(void* cookie, off64_t* position, int origin) {
@@ -52,10 +47,11 @@ PlatformStream* StreamAttach(int32_t handle, const char* mode) {
     std::string hostMode = mode;
     std::erase(hostMode, 't');
     std::erase(hostMode, 'b');
+    errno = EINVAL;
     if (!IsMode(hostMode)) return nullptr;
 
     void* cookie = reinterpret_cast<void*>(static_cast<intptr_t>(handle));
-    std::FILE* stream = fopencookie(cookie, hostMode.c_str(), {Read, Write, Seek, Close});
+    std::FILE* stream = fopencookie(cookie, hostMode.c_str(), {Read, nullptr, Seek, Close});
     if (stream == nullptr) return nullptr;
     if (std::strchr(mode, 't') != nullptr) file->text = true;
     if (std::strchr(mode, 'b') != nullptr) file->text = false;

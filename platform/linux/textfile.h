@@ -5,6 +5,9 @@
 #include <string>
 #include <string_view>
 
+// What a text in UTF-8 may begin with.
+constexpr std::string_view kUtf8Mark = "\xEF\xBB\xBF";
+
 // Reads the regular file of that platform path whole; false for one that cannot be
 // read or has more than 64 MB.
 bool ReadTextFile(const char* name, std::string& text);

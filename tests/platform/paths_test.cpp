@@ -1,9 +1,11 @@
 // Paths: drives, separators, letter case, the current directory.
 
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <string>
 
 #include "platform/environment.h"
@@ -50,6 +52,20 @@ TEST_F(Paths, NamesAreFoundInAnyCaseTheExactOneFirst) {
     }
     EXPECT_NE(FileOpen("DATA\\NewName", kOpenWriteOnly | kOpenCreate, kShareDenyNone, 0), -1);
     EXPECT_EQ(access("Data/NewName", F_OK), 0) << "a new file takes the spelling given";
+}
+
+TEST_F(Paths, ANameThatCannotBeLookedForIsNotTakenForAbsent) {
+    WriteFile("RECORD", "old");
+    WriteFile("new", "new");
+    rlimit before = {};
+    getrlimit(RLIMIT_NOFILE, &before);
+    const rlimit none = {0, before.rlim_max};
+    setrlimit(RLIMIT_NOFILE, &none);
+    EXPECT_EQ(FileReplace("new", "record"), -1);
+    EXPECT_EQ(errno, kErrorTooManyOpenFiles);
+    char name[] = "nameXXXXXX";
+    EXPECT_EQ(UniqueName(name), nullptr);
+    setrlimit(RLIMIT_NOFILE, &before);
 }
 
 TEST_F(Paths, DrivesHaveRoots) {

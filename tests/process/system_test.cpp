@@ -123,7 +123,8 @@ TEST_F(SystemTest, RealProgramsGiveTheirExitCodesAndOutput) {
     ASSERT_NE(std::freopen("input", "r", stdin), nullptr);
     for (const auto& [command, result, out] :
          Rows<3>("sleep 0.3 && exit 7 -> 7 | -0echo $VRLPORT >OUT; exit 300 -> 44 -> 17\n"
-                 " | no-such-command 2>ERR -> 127 | kill -KILL $$ -> 137 | +steps.bat -> 8 -> 1\n"
+                 " | no-such-command 2>ERR -> 127 | kill -KILL $$ -> 137 | +steps.bat -> 8 -> 1\n "
+                 "| steps.bat x >MORE -> 8 -> 1\n"
                  R"( | +"C:\bin\sh" -c "kill $$" -> 143)"
                  " |  -> 11 -> typed\n"
                  " | +no-such x -> 0[CreateProcess 'no-such x' failed\n error (2) - File not found]"

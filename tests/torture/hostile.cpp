@@ -126,6 +126,7 @@ TEST_F(Hostile, FullDisks) {
     setrlimit(RLIMIT_FSIZE, &limit);
     const std::string bytes(20'000, '\n');
     EXPECT_EQ(OsWrite(Open("text", kOpenText), bytes.data(), 20'000), 5000);
+    EXPECT_EQ(ReadFile("text").size(), 10'000u) << "no half a line end";
     EXPECT_EQ(OsWrite(Open("binary"), bytes.data(), 20'000), 10'001);
     EXPECT_EQ(OsChsize(Open("size"), 20'000), -1);
 }

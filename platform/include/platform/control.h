@@ -25,7 +25,7 @@ PLATFORM_API void ControlFailAllocations(uint32_t nth, uint32_t count);
 PLATFORM_API void ControlFailOpens(uint32_t nth, uint32_t count, int32_t error);
 PLATFORM_API void ControlFailLocks(uint32_t nth, uint32_t count, int32_t error);
 
-/* The same for FileWrite, and for what a stream writes through it: of each write that fails
+/* The same for FileWrite: of each write that fails
  * the first `kept` bytes are written all the same, as on a disk that fills up. */
 PLATFORM_API void ControlFailWrites(uint32_t nth, uint32_t count, uint32_t kept, int32_t error);
 

@@ -19,6 +19,7 @@
 
 /* Reasons that callers tell apart, as errno has them. */
 enum {
+    kErrorNoSuchFile = 2,       /* nor a directory */
     kErrorAccessDenied = 13,    /* a permission or a lock forbids it */
     kErrorInvalid = 22,         /* an argument that makes no sense, or no such service */
     kErrorTooManyOpenFiles = 24 /* of the process or the system */
@@ -70,12 +71,13 @@ PLATFORM_API int32_t FileOpen(const char* path, int32_t flags, int32_t sharing, 
 PLATFORM_API int32_t FileClose(int32_t handle);
 
 /* Reads up to `count` bytes at the handle's position: their number, 0 at the end, or
- * -1. In text mode CR LF comes as LF, and Ctrl-Z (byte 26) ends the text until the
- * next seek. */
+ * -1. In text mode CR LF comes as LF, unless a pipe's reads part it, and Ctrl-Z (byte
+ * 26) ends the text until the next seek. */
 PLATFORM_API int32_t FileRead(int32_t handle, void* buffer, uint32_t count);
 
 /* Writes at the handle's position: the number of bytes written, or -1. In text mode
- * LF goes out as CR LF, and the result counts the bytes as given. */
+ * LF goes out as CR LF, and the result counts the bytes as given. Behind 2 GiB the position
+ * cannot be told any more. */
 PLATFORM_API int32_t FileWrite(int32_t handle, const void* buffer, uint32_t count);
 
 /* Moves to `offset` bytes on disk from `origin`: the new position, or -1, also when
@@ -105,8 +107,9 @@ PLATFORM_API int32_t FileIsDirectory(const char* path);
 PLATFORM_API int32_t FileDelete(const char* path);
 
 /* Puts the file `from` in the place of `to`, in one step for whoever looks; a link is
- * followed. A file that stood there leaves its permissions to the new one, and its owner
- * as far as the caller may give files away. 0, or -1. */
+ * followed, unless it leads nowhere. A file that stood there leaves its permissions to the
+ * new one, and its owner and group as far as the caller may give files away; what cannot
+ * go to the group is granted to the owner alone. 0, or -1, also for what is no file. */
 PLATFORM_API int32_t FileReplace(const char* from, const char* to);
 
 /* Replaces the six X at the end of `path`, in place: the last five by the low five
@@ -118,16 +121,16 @@ PLATFORM_API char* UniqueName(char* path);
 /* A stream. Opaque to callers. */
 typedef struct PlatformStream PlatformStream;
 
-/* A buffered stream over a handle. `mode` is one of the C library's (r, w, a, with
- * +); a t or b in it sets the handle's mode first. Null when that is no mode or no
- * handle. The stream owns the handle. */
+/* A buffered stream to read lines from, over a handle. `mode` is one of the C library's
+ * (r, w, a, with +); a t or b in it sets the handle's mode first. Null when that is no
+ * mode or no handle. The stream owns the handle. */
 PLATFORM_API PlatformStream* StreamAttach(int32_t handle, const char* mode);
 
 /* The next line, its LF included, of at most `size` - 1 bytes, closed with a zero:
  * the buffer, or null at the end, on an error or for a size below 1. */
 PLATFORM_API char* StreamReadLine(char* buffer, int32_t size, PlatformStream* stream);
 
-/* Writes what is buffered and closes stream and handle: 0, or -1. */
+/* Closes stream and handle: 0, or -1. */
 PLATFORM_API int32_t StreamClose(PlatformStream* stream);
 
 /* Attributes of a name. */
@@ -166,7 +169,7 @@ PLATFORM_API char* CurrentDirectory(char* buffer, int32_t size);
 PLATFORM_API int32_t ChangeDirectory(const char* path);
 
 /* The full drive path of `path`, which need not exist, as CurrentDirectory gives its
- * result. A separator at its end stays. */
+ * result; an empty path is the current directory. A separator at its end stays. */
 PLATFORM_API char* ExpandPath(char* buffer, const char* path, int32_t size);
 
 PLATFORM_END

@@ -1,7 +1,7 @@
 /* The end of a process or thread, and the modules loaded into the process.
  *
- * A module is named by the handle that LoadLibraryA gave or by any address
- * inside it; null is the executable. */
+ * A module is named by the handle that LoadLibraryA gave. GetModuleFileNameA takes any
+ * address inside it too, and null for the executable. */
 #ifndef PLATFORM_PROCESS_H
 #define PLATFORM_PROCESS_H
 

@@ -9,9 +9,11 @@
  * line that is a file is taken.
  *
  * The words CMD and COMMAND.COM, with or without an extension, are the host's shell: with
- * /c it runs the text behind it as it stands, which may be the name of a batch file, and
- * alone it reads its commands from standard input. A batch file (.bat, .cmd) is a list of
- * lines for that shell, whose CR are taken off.
+ * /c it runs the text behind it as it stands, which may begin with the name of a batch
+ * file, and alone it reads its commands from standard input. Other switches in front of
+ * /c are passed over. A batch file (.bat, .cmd) is a list of lines for that shell, up to a
+ * Ctrl-Z (byte 26) and of 128 KiB at most; CR and zero bytes are taken off. Words behind
+ * its name are its $1, $2 and so on.
  *
  * A program has the caller's environment, current directory and standard streams, and
  * inherits nothing else. One that nobody waits for leaves no zombie. A host must not
@@ -74,7 +76,7 @@ PLATFORM_API int32_t CreateProcessA(const char* application, char* commandLine,
                                     uint32_t flags, void* environment, const char* directory,
                                     const StartupInfo* startup, ProcessInformation* information);
 
-/* The reason why the last call of a service in this header failed. */
+/* The reason why the last call of a service in this header failed, CloseHandle aside. */
 PLATFORM_API uint32_t GetLastError(void);
 
 /* Waits until the process has ended, at most so many milliseconds. WAIT_OBJECT_0,
@@ -82,7 +84,8 @@ PLATFORM_API uint32_t GetLastError(void);
 PLATFORM_API int32_t WaitForSingleObject(void* process, int32_t milliseconds);
 
 /* The exit code of a process that has ended: 0 to 255, or 128 and the number of the
- * signal that killed it; STILL_ACTIVE before that. 1, or 0 for a bad handle. */
+ * signal that killed it; STILL_ACTIVE before that. 1, or 0 for a bad handle. Of a process
+ * that was opened by its number no code can be told: it reads 0. */
 PLATFORM_API int32_t GetExitCodeProcess(void* process, uint32_t* code);
 
 /* Opens a process that runs, by its number. Null when there is none. The access is not
