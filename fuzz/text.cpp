@@ -19,21 +19,6 @@ void CheckEscape(const char* text, int32_t size) {
         HOLDS(each > 0 && each <= size);
 }
 
-// A sequence that draws a window reads back as it was.
-void CheckWindow(Input& in) {
-    int32_t numbers[6] = {};
-    int32_t read[7] = {};
-    std::string text = "XD";
-    for (int32_t& number : numbers) {
-        number = in.Below(INT32_MAX) - in.Below(INT32_MAX);
-        text += std::to_string(number) + (&number == &numbers[5] ? " ." : " , ");
-    }
-    int32_t used = 0;
-    HOLDS(TermEscWindow(text.c_str(), &used, &read[0], &read[1], &read[2], &read[3], &read[4],
-                        &read[5], &read[6]) == 1);
-    HOLDS(used == std::ssize(text) && std::equal(numbers, numbers + 6, read));
-}
-
 void CheckHexadecimal(const std::string& text) {
     const std::string digits = TakeBytes(HexString(text.data(), int32_t(text.size())));
     HOLDS(TakeBytes(BinaryString(digits.data(), int32_t(digits.size()))) == text);
@@ -72,7 +57,6 @@ int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     CheckCommand(line);
     CheckParts(line, delimiter);
     CheckHexadecimal(line);
-    CheckWindow(in);
     HOLDS_NOTHING_LOST();
     return 0;
 }

@@ -1,11 +1,7 @@
 // The terminal: its definition, the record field by field, and what each reader of escape sequences
 // takes, stores and leaves.
 
-#include <string>
-
-#include "tests/support/arrays.h"
 #include "tests/support/library_test.h"
-#include "tests/support/rows.h"
 
 namespace {
 
@@ -83,7 +79,8 @@ TEST(TermEsc, TakesStoresAndLeaves) {
         " | V1000000000000000000000005. -> 1 (27) -1593835515"
         " | WR. -> 1 (3) _ _ _ _ _ _ 0 | WR,4. -> 1 (5) _ _ _ _ _ _ 4"
         " | WR4. -> 0 (2) _ _ _ _ _ _ 0 | WR,4, -> 0 (4) _ _ _ _ _ _ 4 | WQ1. -> 1 (1)"
-        " | WD1,2,3,4,5. -> 1 (12) 1 2 3 4 5 0 0 | WD1,2,3,4,5,6,7. -> 0 (13) 1 2 3 4 5 6 0"
+        " | WD1,2,3,4,5. -> 1 (12) 1 2 3 4 5 0 0 | WD -1 , 2,3,4,5,6. -> 1 (18) -1 2 3 4 5 6 0 | "
+        "WD1,2,3,4,5,6,7. -> 0 (13) 1 2 3 4 5 6 0"
         " | WD1,2,3. -> 0 (7) 1 2 3 _ 0 0 0 | WS1; -> 0 (3) 1 _ _ _ 0 0 0"
         " | WS1,2,3,4,9. -> 1 (12) 1 2 3 4 0 0 9 | WS1,2,3,4,9,8. -> 0 (11) 1 2 3 4 0 0 9";
     for (const auto& [text, outcome] : Rows<2>(cases))
