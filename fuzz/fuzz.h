@@ -60,10 +60,4 @@ inline uint32_t StartLibrary() {
 // A leak of small blocks shows when an input was run about a hundred times.
 #define HOLDS_NOTHING_LOST() HOLDS(ControlBlocksOut() <= StartLibrary())
 
-inline std::string TakeCText(char* text) {
-    const std::string taken = text == nullptr ? "(null)" : text;
-    free_mem(&text);
-    return taken;
-}
-
 #endif

@@ -5,9 +5,7 @@
 #include "platform/environment.h"
 #include "platform/text.h"
 #include "tests/process/counted_library.h"
-#include "tests/support/arrays.h"
 #include "tests/support/library_test.h"
-#include "tests/support/rows.h"
 
 namespace {
 

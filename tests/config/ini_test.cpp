@@ -4,18 +4,11 @@
 
 #include "platform/environment.h"
 #include "tests/support/library_test.h"
-#include "tests/support/rows.h"
 
 namespace {
 
-std::string Taken(char* text) {
-    const std::string taken = text == nullptr ? "(null)" : text;
-    free_mem(&text);
-    return taken;
-}
-
 std::string Value(const std::string& section, const std::string& key) {
-    return Taken(IniGetString(section.c_str(), key.c_str(), "default"));
+    return TakeCText(IniGetString(section.c_str(), key.c_str(), "default"));
 }
 
 // (none) for a variable that is not there, unlike one that is empty.
@@ -45,8 +38,8 @@ TEST_F(FilesTest, TheFileIsReadLeniently) {
                  " | Indented -> third -> 3 ; kept | Long -> L -> " +
                  x.substr(0, 255)))
         EXPECT_EQ(Value(section, key), value) << section << key;
-    EXPECT_EQ(Taken(IniGetSection("Database")), "ignoredLOG=3LOGFILE=xEMPTY=NEXT=7TAIL");
-    EXPECT_EQ(Taken(IniGetSection("B")) + Taken(IniGetSection("Nothing")), "K=a(null)");
+    EXPECT_EQ(TakeCText(IniGetSection("Database")), "ignoredLOG=3LOGFILE=xEMPTY=NEXT=7TAIL");
+    EXPECT_EQ(TakeCText(IniGetSection("B")) + TakeCText(IniGetSection("Nothing")), "K=a(null)");
 }
 
 TEST_F(FilesTest, TheRegistryGoesBeforeTheFile) {

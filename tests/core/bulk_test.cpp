@@ -1,6 +1,5 @@
 // Memory in bulk: the fixed store, region heaps, memory buffers and descriptors.
 
-#include "tests/support/arrays.h"
 #include "tests/support/library_test.h"
 
 namespace {

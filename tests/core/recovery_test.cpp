@@ -1,9 +1,6 @@
 // What happens when memory runs out. Whatever a request sets off is noted in its order, with
 // the number of blocks out compared to before it: -1 tells that a reserve was given up.
 
-#include <string>
-
-#include "tests/support/arrays.h"
 #include "tests/support/library_test.h"
 
 namespace {

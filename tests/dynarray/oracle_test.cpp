@@ -6,7 +6,6 @@
 #include <vector>
 
 #include "fuzz/fuzz.h"
-#include "tests/support/arrays.h"
 #include "tests/support/library_test.h"
 
 namespace {

@@ -5,10 +5,8 @@
 
 #include <set>
 #include <sstream>
-#include <string>
 
 #include "platform/files.h"
-#include "tests/support/arrays.h"
 #include "tests/support/library_test.h"
 
 namespace {

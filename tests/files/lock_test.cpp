@@ -4,13 +4,10 @@
 #include <cerrno>
 #include <map>
 #include <sstream>
-#include <string>
 
 #include "platform/files.h"
 #include "platform/locks.h"
-#include "tests/support/arrays.h"
 #include "tests/support/library_test.h"
-#include "tests/support/rows.h"
 
 namespace {
 

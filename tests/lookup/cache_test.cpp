@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <cctype>
 
-#include "tests/support/arrays.h"
 #include "tests/support/library_test.h"
 
 namespace {

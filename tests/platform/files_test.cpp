@@ -8,7 +8,6 @@
 #include <cerrno>
 #include <numeric>
 #include <set>
-#include <string>
 
 #include "tests/support/rows.h"
 #include "tests/support/temp_directory.h"

@@ -6,7 +6,6 @@
 #include <unistd.h>
 
 #include <cerrno>
-#include <string>
 
 #include "platform/environment.h"
 #include "platform/files.h"

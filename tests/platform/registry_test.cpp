@@ -7,7 +7,6 @@
 
 #include <algorithm>
 #include <cstdlib>
-#include <string>
 #include <vector>
 
 #include "platform/version.h"

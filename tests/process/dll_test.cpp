@@ -1,12 +1,9 @@
 // Libraries: where a name is found, and when a library comes and goes, as the one that is
 // loaded notes it itself.
 
-#include <string>
-
 #include "platform/environment.h"
 #include "tests/process/counted_library.h"
 #include "tests/support/library_test.h"
-#include "tests/support/rows.h"
 
 namespace {
 

@@ -9,7 +9,6 @@
 #include <csignal>
 
 #include "platform/files.h"
-#include "tests/support/arrays.h"
 #include "tests/support/library_test.h"
 
 namespace {

@@ -10,12 +10,6 @@
 
 namespace {
 
-std::string TakeText(char* text) {
-    std::string taken = text;
-    free_mem(&text);
-    return taken;
-}
-
 struct BackEndTest : FilesTest, testing::WithParamInterface<const char*> {
     BackEndTest() {
         ControlPlatformNumber(GetParam() == std::string("kernel32") ? 1 : 2);
@@ -28,10 +22,10 @@ INSTANTIATE_TEST_SUITE_P(Both, BackEndTest, testing::Values("psapi", "kernel32")
 TEST_P(BackEndTest, ProgramsAreFoundByTheirFullNames) {
     pid_t child = 0;
     const auto isListed = [&child](const std::string& as) {
-        const std::string list = ";" + TakeText(VrProcessList()) + ";";
+        const std::string list = ";" + TakeCText(VrProcessList()) + ";";
         return list.find(";" + std::to_string(child) + "," + as + ";") != list.npos;
     };
-    if (TakeText(VrProcessList()).size() > 2500) GTEST_SKIP() << "the list may be full";
+    if (TakeCText(VrProcessList()).size() > 2500) GTEST_SKIP() << "the list may be full";
     const std::string name = "Vr" + std::to_string(getpid()) + ".Test";
     std::string path = directory.drivePath + "\\" + name;
     ToLower(path.data());
@@ -40,7 +34,7 @@ TEST_P(BackEndTest, ProgramsAreFoundByTheirFullNames) {
     ASSERT_EQ(posix_spawn(&child, name.c_str(), nullptr, nullptr, arguments, environ), 0);
     EXPECT_TRUE(isListed(path.substr(path.rfind('\\') + 1)));
     EXPECT_EQ(VrFindProcess(name.c_str()), uint32_t(child));
-    EXPECT_EQ(TakeText(VrProcessPath(name.c_str())), path);
+    EXPECT_EQ(TakeCText(VrProcessPath(name.c_str())), path);
     EXPECT_EQ(VrFindProcess(name.substr(0, name.find('.')).c_str()), 0u);
     kill(child, SIGKILL);  // a zombie cannot be read
     waitid(P_PID, id_t(child), nullptr, WEXITED | WNOWAIT);
@@ -53,9 +47,9 @@ TEST_P(BackEndTest, ABackEndThatFailsIsTold) {
     PutHost("./");
     PutLibrary(impostor);
     EXPECT_EQ(VrFindProcess("unknown"), 0u);
-    EXPECT_EQ(TakeText(VrProcessList()) + TakeText(VrProcessPath("unknown")), "");
-    const Box told = {std::string(GetParam()) + " DLL could not be initialized.", true, "", 48};
-    EXPECT_EQ(boxes.shown, std::vector<Box>(3, told));
+    EXPECT_EQ(TakeCText(VrProcessList()) + TakeCText(VrProcessPath("unknown")), "");
+    const std::string told = std::string("48 : ") + GetParam() + " DLL could not be initialized.";
+    EXPECT_EQ(boxes.shown, std::vector(3, told));
 }
 
 }  // namespace

@@ -1,11 +1,8 @@
 // Commands: what each one starts, told to a recorder, and what comes of real programs.
 
-#include <string>
-
 #include "platform/environment.h"
 #include "tests/process/counted_library.h"
 #include "tests/support/library_test.h"
-#include "tests/support/rows.h"
 
 namespace {
 
@@ -33,7 +30,7 @@ struct SystemTest : FilesTest {
     std::string Result(const std::string& command, const char* output) {
         boxes.shown.clear();
         const std::string result = std::to_string(System(command.c_str(), output));
-        return boxes.shown.empty() ? result : result + "[" + boxes.shown[0].text + "]";
+        return boxes.shown.empty() ? result : result + "[" + boxes.shown[0] + "]";
     }
 
     static int32_t Record(void* context, const char* line, int32_t mode, uint32_t* code) {
@@ -121,15 +118,15 @@ TEST_F(SystemTest, RealProgramsGiveTheirExitCodesAndOutput) {
     WriteFile("steps.bat", "echo 1 >OUT\r\nexit 8\r\n");
     WriteFile("input", "echo typed >OUT; exit 11\n");
     ASSERT_NE(std::freopen("input", "r", stdin), nullptr);
-    for (const auto& [command, result, out] :
-         Rows<3>("sleep 0.3 && exit 7 -> 7 | -0echo $VRLPORT >OUT; exit 300 -> 44 -> 17\n"
-                 " | no-such-command 2>ERR -> 127 | kill -KILL $$ -> 137 | +steps.bat -> 8 -> 1\n "
-                 "| steps.bat x >MORE -> 8 -> 1\n"
-                 R"( | +"C:\bin\sh" -c "kill $$" -> 143)"
-                 " |  -> 11 -> typed\n"
-                 " | +no-such x -> 0[CreateProcess 'no-such x' failed\n error (2) - File not found]"
-                 " | &folder\\tool -> 0[CreateProcess 'folder\\tool' failed\n"
-                 " error (3) - Path not found]")) {
+    for (const auto& [command, result, out] : Rows<3>(
+             "sleep 0.3 && exit 7 -> 7 | -0echo $VRLPORT >OUT; exit 300 -> 44 -> 17\n"
+             " | no-such-command 2>ERR -> 127 | kill -KILL $$ -> 137 | +steps.bat -> 8 -> 1\n "
+             "| steps.bat x >MORE -> 8 -> 1\n"
+             R"( | +"C:\bin\sh" -c "kill $$" -> 143)"
+             " |  -> 11 -> typed\n"
+             " | +no-such x -> 0[0 : CreateProcess 'no-such x' failed\n error (2) - File not found]"
+             " | &folder\\tool -> 0[0 : CreateProcess 'folder\\tool' failed\n"
+             " error (3) - Path not found]")) {
         WriteFile("OUT", "");
         EXPECT_EQ(Result(command, nullptr), result);
         EXPECT_EQ(ReadFile("OUT"), out) << command;

@@ -54,6 +54,12 @@ inline std::string TakeText(VrString s) {
     return Swapped(TakeBytes(s), kMarks, kNotation);
 }
 
+inline std::string TakeCText(char* text) {
+    const std::string taken = text == nullptr ? "(null)" : text;
+    free_mem(&text);
+    return taken;
+}
+
 struct FreeString {
     void operator()(VrString s) const {
         free_mem(&s);

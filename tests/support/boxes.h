@@ -2,40 +2,24 @@
 #ifndef TESTS_SUPPORT_BOXES_H
 #define TESTS_SUPPORT_BOXES_H
 
-#include <ostream>
 #include <string>
 #include <vector>
 
 #include "platform/control.h"
 #include "platform/messagebox.h"
 
-struct Box {
-    std::string text;
-    bool hasCaption;
-    std::string caption;
-    uint32_t style;
-
-    bool operator==(const Box&) const = default;
-    friend std::ostream& operator<<(std::ostream& out, const Box& box) {
-        return out << box.style << (box.hasCaption ? " " + box.caption + ": " : " ") << box.text;
-    }
-};
-
-class Boxes {
-public:
+struct Boxes {
     void Attach() {
         ControlMessageBoxes(Answer, this);
     }
-
-    std::vector<Box> shown;
-
-private:
     // OK, or Cancel where there is one.
-    static int32_t Answer(void* context, const char* text, const char* caption, uint32_t style) {
-        auto& shown = static_cast<Boxes*>(context)->shown;
-        shown.push_back({text, caption != nullptr, caption != nullptr ? caption : "", style});
+    static int32_t Answer(void* boxes, const char* text, const char* caption, uint32_t style) {
+        const std::string title = caption == nullptr ? "" : std::string(caption) + ": ";
+        static_cast<Boxes*>(boxes)->shown.push_back(std::to_string(style) + " " + title + text);
         return (style & MB_RETRYCANCEL) == MB_RETRYCANCEL ? IDCANCEL : IDOK;
     }
+
+    std::vector<std::string> shown;  // each "STYLE CAPTION: TEXT", or "STYLE TEXT"
 };
 
 #endif

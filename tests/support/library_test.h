@@ -6,9 +6,17 @@
 
 #include <gtest/gtest.h>
 
+#include "tests/support/arrays.h"
 #include "tests/support/boxes.h"
+#include "tests/support/rows.h"
 #include "tests/support/temp_directory.h"
 #include "vr/vr.h"
+
+// Starts the library as a host does that uses files and locks.
+inline bool StartHost(const char* iniPath, VrWord module = 0) {
+    const UtilInitRecord record = {0, module, iniPath};
+    return UtilInit(&record) == 1 && files_init() == 1 && LockInit() == 0;
+}
 
 // For cases that prepare something before they start the library.
 struct HostTest : testing::Test {
@@ -41,9 +49,7 @@ struct LibraryTest : HostTest {
 struct FilesTest : HostTest {
     void StartWithFiles(const std::string& settings = "") {
         WriteFile("test.ini", settings);
-        Start("test.ini");
-        EXPECT_EQ(files_init(), 1);
-        EXPECT_EQ(LockInit(), 0);
+        EXPECT_TRUE(StartHost("test.ini"));
     }
     TempDirectory directory;
 };

@@ -15,7 +15,6 @@
 #include "examples/record_file.h"
 #include "platform/files.h"
 #include "platform/process.h"
-#include "tests/support/arrays.h"
 #include "tests/support/library_test.h"
 
 namespace {
@@ -48,11 +47,7 @@ std::string Startup() {
     for (const char* name : {"VRLTEMP", "VRLPATH", "VRLPRINTPATH", "VRPLATFORM_WINDOWS_DIR"})
         unsetenv(name);
     setenv("VRPLATFORM_REGISTRY", "registry", 1);
-    const auto module = reinterpret_cast<VrWord>(LoadLibraryA(".\\host.so"));
-    const UtilInitRecord record = {0, module, "test.ini"};
-    UtilInit(&record);
-    files_init();
-    LockInit();
+    StartHost("test.ini", reinterpret_cast<VrWord>(LoadLibraryA(".\\host.so")));
     std::string told;
     for (const char* text :
          {EnvironProduct(), EnvironRelease(), EnvironVrPath(),

@@ -2,12 +2,9 @@
 // profiles that the tables come through.
 
 #include <algorithm>
-#include <string>
 
 #include "platform/environment.h"
-#include "tests/support/arrays.h"
 #include "tests/support/library_test.h"
-#include "tests/support/rows.h"
 
 namespace {
 

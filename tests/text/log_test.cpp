@@ -1,10 +1,8 @@
 // The database log: its file byte for byte at every level, and when there is none.
 
 #include <functional>
-#include <string>
 #include <vector>
 
-#include "tests/support/arrays.h"
 #include "tests/support/library_test.h"
 
 namespace {

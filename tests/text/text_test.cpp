@@ -1,8 +1,5 @@
 // Text helpers.
 
-#include <string>
-
-#include "tests/support/arrays.h"
 #include "tests/support/library_test.h"
 
 namespace {

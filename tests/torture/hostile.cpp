@@ -5,13 +5,11 @@
 #include <sys/resource.h>
 
 #include <cerrno>
-#include <string>
 
 #include "platform/control.h"
 #include "platform/files.h"
 #include "platform/programs.h"
 #include "platform/version.h"
-#include "tests/support/arrays.h"
 #include "tests/support/library_test.h"
 #include "tests/torture/torture.h"
 
@@ -45,10 +43,8 @@ int32_t Register(const std::string& path) {
 }
 
 struct Hostile : FilesTest {
-    void StartHere() {
-        Start("s.ini");
-        files_init();
-        LockInit();
+    static void StartHere() {
+        EXPECT_TRUE(StartHost("s.ini"));
     }
 };
 

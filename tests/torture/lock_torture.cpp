@@ -9,7 +9,6 @@
 
 #include <atomic>
 
-#include "tests/support/arrays.h"
 #include "tests/support/library_test.h"
 #include "tests/torture/torture.h"
 
@@ -44,10 +43,7 @@ bool HasEnded(pid_t process) {
 
 struct Host {
     Host() {
-        const UtilInitRecord record = {0, 0, "torture.ini"};
-        UtilInit(&record);
-        files_init();
-        LockInit();
+        StartHost("torture.ini");
     }
     bool Take(uint32_t key, bool wait) {
         const uint32_t file = key % kFiles;

@@ -7,7 +7,6 @@
 #include <algorithm>
 
 #include "platform/files.h"
-#include "tests/support/arrays.h"
 #include "tests/support/library_test.h"
 #include "tests/torture/torture.h"
 
@@ -129,10 +128,7 @@ TEST(Torture, OfMemory) {
     const TempDirectory directory;
     WriteFile("convert.ini", "[input]\n65=97\n");
     WriteFile("soak.ini", "[Log]\nLOG=32\n");
-    const UtilInitRecord start = {0, 0, "soak.ini"};
-    UtilInit(&start);
-    files_init();
-    LockInit();
+    StartHost("soak.ini");
     VrdbLogInit("Log", nullptr);
     record = NullString();
     numbers = HashTableCreate(53, nullptr, 0, 0);
