@@ -82,13 +82,12 @@ TEST_F(LockTest, TheTablesGrow) {
 
 TEST_F(LockTest, RefusalsOfTheSystem) {
     StartWithFiles();
-    VrLockHandle handle = 77;
-    EXPECT_EQ(LockRegister("missing\\ABC", &handle), -1);
+    handles['a'] = 77;
     ControlFailLocks(1, 1, EIO);
-    EXPECT_EQ(LockRegister("ABC", &handle), -1);
+    Run("*a=-1");
     EXPECT_FALSE(std::filesystem::exists("__locks")) << "a file that cannot be locked goes";
-    EXPECT_EQ(handle, 77u) << "no handle is written";
-    Register('a', "ABC");
+    EXPECT_EQ(handles['a'], 77u) << "no handle is written";
+    Run("*a=0");
     ControlFailLocks(1, 1, kErrorDeadlock);
     Run("+a1=1");
 }

@@ -65,22 +65,17 @@ TEST_F(LibraryTest, TheLowestFreeSlotIsTakenFirst) {
     EXPECT_EQ(*static_cast<char*>(TblBase(table)), 'a');
 }
 
-// The master's report, as whoever shows it gets it; "end" past the last line.
-std::string Line(int32_t first, VrWord line) {
-    char buffer[kVrTblLineSize];
-    return TblFunc(0)(1, VrWord(first), 2, line, 3, VrWord(buffer)) == 1 ? buffer : "end";
-}
-
 TEST_F(LibraryTest, TheMasterReportsOnTablesAndNothingReadsAsNothing) {
     auto* const format = reinterpret_cast<TblFormat>(0xBEEF);
     const int32_t handle = tblCreate("A name of more than twenty letters", 1234, 1233, format);
     for (int i = 0; i < 12; ++i)
         TblAllocHnd(handle);
     TblFreeHnd(handle, 4);
-    EXPECT_EQ(Line(99, 0), "Table Name           Length   Size   Used   Maximum  Format");
-    EXPECT_EQ(Line(handle, 1), "A name of more than    20     1234     11     12     0xbeef    ");
-    EXPECT_EQ(Line(9, 1), "[Table not used].........");
-    EXPECT_EQ(Line(10, 1), "end");
+    EXPECT_EQ(ReportLine(0, 99, 0), "Table Name           Length   Size   Used   Maximum  Format");
+    EXPECT_EQ(ReportLine(0, handle, 1),
+              "A name of more than    20     1234     11     12     0xbeef    ");
+    EXPECT_EQ(ReportLine(0, 9, 1), "[Table not used].........");
+    EXPECT_EQ(ReportLine(0, 10, 1), "end");
     EXPECT_EQ(TblDestroy(0) + TblFreeHnd(0, 0) + TblDestroy(handle), 3);
     for (const int32_t none : {handle, -1, TblLength(0)}) {
         EXPECT_EQ(TblAllocHnd(none), -1);

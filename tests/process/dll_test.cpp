@@ -58,8 +58,9 @@ TEST_F(DllTest, NamesAreFoundInTheirOrderAndLoadedOnce) {
 TEST_F(DllTest, EachSpellingIsUnloadedByItselfOrAtTheEnd) {
     const std::string name(240, 'n');
     PutLibrary("HOST/" + name + ".so");
-    std::vector<std::string> report(11, "DLL slot not used");
-    report[0] = "Handle    DLL File Name";
+    std::vector<std::string> report(12, "DLL slot not used");
+    report.front() = "Handle    DLL File Name";
+    report.back() = "end";
     const VrWord module = DllLoad(name.c_str(), nullptr);
     EXPECT_EQ(DllLoad((name + ".DLL").c_str(), nullptr), module);
     char handle[10];
@@ -68,12 +69,8 @@ TEST_F(DllTest, EachSpellingIsUnloadedByItselfOrAtTheEnd) {
     int32_t table = 0;
     while (TblName(table) != std::string("DLL Table"))
         ++table;
-    char line[kVrTblLineSize];
-    for (size_t i = 0; i < report.size(); ++i) {
-        EXPECT_EQ(TblFunc(table)(0, 0, 0, i, 0, VrWord(line)), 1);
-        EXPECT_EQ(line, report[i]);
-    }
-    EXPECT_EQ(TblFunc(table)(0, 0, 0, report.size(), 0, VrWord(line)), 0);
+    for (size_t i = 0; i < report.size(); ++i)
+        EXPECT_EQ(ReportLine(table, 0, i), report[i]);
     DllUnload(name.c_str(), module + 1);
     DllUnload(name.c_str(), module);
     EXPECT_EQ(Notes(), "+8000 HOST/" + name + ".so;");

@@ -18,6 +18,12 @@ inline bool StartHost(const char* iniPath, VrWord module = 0) {
     return UtilInit(&record) == 1 && files_init() == 1 && LockInit() == 0;
 }
 
+// A line of a table's report, as whoever shows it gets it; "end" past the last one.
+inline std::string ReportLine(int32_t table, VrWord first, VrWord line) {
+    char buffer[kVrTblLineSize];
+    return TblFunc(table)(1, first, 2, line, 3, VrWord(buffer)) == 1 ? buffer : "end";
+}
+
 // For cases that prepare something before they start the library.
 struct HostTest : testing::Test {
     // What the surroundings set must not decide a case.

@@ -44,8 +44,6 @@ std::string TextOf(const char* text) {
 }
 
 std::string Startup() {
-    for (const char* name : {"VRLTEMP", "VRLPATH", "VRLPRINTPATH", "VRPLATFORM_WINDOWS_DIR"})
-        unsetenv(name);
     setenv("VRPLATFORM_REGISTRY", "registry", 1);
     StartHost("test.ini", reinterpret_cast<VrWord>(LoadLibraryA(".\\host.so")));
     std::string told;
@@ -320,7 +318,7 @@ void Finish([[maybe_unused]] int status, void*) {
     std::exit(testing::Test::HasFailure() || VrExitInExit() == 0 ? 1 : 0);
 }
 
-struct SweepTest : testing::TestWithParam<Scenario> {
+struct SweepTest : HostTest, testing::WithParamInterface<Scenario> {
     // The exit status of a run.
     int Run(const Failure& failure, uint32_t nth) {
         const TempDirectory directory;

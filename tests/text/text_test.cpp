@@ -20,10 +20,10 @@ TEST_F(LibraryTest, OccurrencesAndHexadecimalText) {
     for (const auto& [text, character, occurrence, offset] : places)
         EXPECT_EQ(findchar(text, character, occurrence), offset);
 
-    const std::string bytes = {"\0\xAB\x7F", 3};
-    EXPECT_EQ(TakeBytes(HexString(bytes.data(), 3)), "00AB7F");
+    const std::string bytes = "\x01\x23\x45\x67\x89\xAB\xCD\xEF", zero(1, '\0');
+    EXPECT_EQ(TakeBytes(HexString((zero + bytes).data(), 9)), "000123456789ABCDEF");
     for (const auto& [digits, expected] :
-         {std::pair("00ab7F", bytes), {"00AB7", bytes.substr(0, 2)}, {"!0@g", "\x10\x07"}})
+         {std::pair("0123456789abCDEf", bytes), {"00AB7", zero + '\xAB'}, {"!0@g", "\x10\x07"}})
         EXPECT_EQ(TakeBytes(BinaryString(digits, int32_t(std::strlen(digits)))), expected);
 }
 
