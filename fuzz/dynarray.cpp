@@ -13,6 +13,7 @@
 
 namespace {
 
+using namespace std::string_literals;
 using Numbers = std::array<int32_t, 3>;  // attribute, value, subvalue
 
 constexpr int32_t kUnwritten = -77;
@@ -192,6 +193,7 @@ VrString Apply(VrString s, const Request& request) {
 void CheckWalk(Dice& dice, VrString s, const std::string& text) {
     using Walk = int32_t (*)(VrString, int32_t, VrString*, uint32_t);
     constexpr Walk kWalks[] = {UtilGetNextAttribute, UtilGetNextValue, UtilGetNextSubvalue};
+    constexpr const char* kNames[] = {"Attribute", "Value", "SubValue", "Attribute"};
     const auto kind = size_t(dice.Below(4));
     const bool toMarker = kind == std::size(kWalks);
     const int32_t marker = dice.OneOf({254, 253, 252, 'a', 0, 255});
@@ -202,6 +204,8 @@ void CheckWalk(Dice& dice, VrString s, const std::string& text) {
     const auto from = size_t(std::clamp(cursor - kVrFirstCursor, 0, s->length));
     const std::string element = text.substr(from, text.find_first_of(stops, from) - from);
     const std::string kept = element.substr(0, room);
+    const std::string message = "0 "s + kNames[kind] + " too big (" + text.substr(from).c_str() +
+                                ") size " + std::to_string(toMarker ? size : room);
     const bool complains = toMarker ? element.size() > room : element.size() >= room;
     const size_t behind = from + kept.size() + (toMarker && complains ? 0 : 1);
     std::vector<unsigned char> buffer(1 + size, 0xAA);
@@ -210,7 +214,8 @@ void CheckWalk(Dice& dice, VrString s, const std::string& text) {
     const int32_t next = toMarker ? UtilGetNextMarkerVal(s, cursor, &out, size, uint8_t(marker))
                                   : kWalks[kind](s, cursor, &out, size);
     HOLDS(next == CursorOf(std::min(behind, text.size())));
-    HOLDS(boxesShown.shown.size() == (complains ? 1 : 0));
+    HOLDS(boxesShown.shown == std::vector(complains ? 1 : 0, message.substr(0, 2 + 1023)));
+    HOLDS(size < 9 || (std::count(&buffer[1], &buffer[5], 0) == 4 && VrStrText(out) == &buffer[9]));
     HOLDS(VrStrText(out)[kept.size()] == 0);
     HOLDS((size < 9 ? TakeBytes(out) : BytesOf(out)) == kept);
     if (complains || kind > 1) return;

@@ -1,10 +1,6 @@
 // Stands in for the fuzzer where there is none: gives a target the files named, each as it
 // is and a hundred times with some bytes changed, in the current directory.
 
-#include <cstdio>
-#include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <random>
 
 #include "fuzz/fuzz.h"
@@ -12,8 +8,7 @@
 int main(int count, char** names) {
     std::mt19937 random(1);
     for (int i = 1; i < count; ++i) {
-        std::ifstream file(names[i], std::ios::binary);
-        const std::string seed(std::istreambuf_iterator<char>(file), {});
+        const std::string seed = ReadFile(names[i]);
         std::string input = seed;
         for (int round = 0; round < 100; ++round) {
             LLVMFuzzerTestOneInput(reinterpret_cast<const uint8_t*>(input.data()), input.size());

@@ -85,26 +85,8 @@ TEST_F(LibraryTest, EditsOfStringsThatAreNotWhatTheySeem) {
     EXPECT_EQ(Replaced(cut, 5, Array("x")), "abc^d^^^x");
 }
 
-int32_t NextComma(VrString s, int32_t cursor, VrString* out, uint32_t size) {
-    return UtilGetNextMarkerVal(s, cursor, out, size, ',');
-}
-
-TEST_F(LibraryTest, ElementsInABuffer) {
-    using Walk = int32_t (*)(VrString, int32_t, VrString*, uint32_t);
-    const std::tuple<Walk, std::string, uint32_t, std::string> cases[] = {
-        {UtilGetNextAttribute, "abcdef^g", 12, "Attribute too big (abcdef^g) size 3"},
-        {UtilGetNextValue, "abc^g", 12, "Value too big (abc^g) size 3"},
-        {UtilGetNextSubvalue, "a", 9, "SubValue too big (a) size 0"},
-        {NextComma, "abcdef,g", 14, "Attribute too big (abcdef,g) size 14"}};
-    for (const auto& [next, text, size, message] : cases) {
-        int32_t buffer[10] = {-1};
-        auto* out = reinterpret_cast<VrString>(buffer);
-        next(Array(text), -1, &out, size);
-        EXPECT_EQ(BytesOf(out), text.substr(0, size - 9));
-        EXPECT_TRUE(static_cast<void*>(out) == buffer + 1 && buffer[0] == 0);
-        EXPECT_EQ(boxes.shown.back(), "0 " + Marked(message));
-    }
-    // The text is cut on its way into the scratch area, where the buffer is too, here.
+// The text is cut on its way into the area of the message, where the buffer is too, here.
+TEST_F(LibraryTest, AMessageLeavesTheElementInItsBuffer) {
     const Array s(std::string(kVrScratchSize * 2, 'x'));
     auto* out = reinterpret_cast<VrString>(MemBuf1);
     EXPECT_EQ(UtilGetNextValue(s, kVrFirstCursor, &out, 14), 10);

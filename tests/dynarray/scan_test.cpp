@@ -19,11 +19,6 @@ Bytes PassByBytes(Bytes p, Bytes end, uint8_t mark, int32_t& marks, bool higherS
     return p;
 }
 
-Bytes FindByBytes(Bytes p, Bytes end, vr::StopBytes stops) {
-    return std::find_if(p, end,
-                        [stops](uint8_t b) { return b >= stops.lowest && b <= stops.highest; });
-}
-
 TEST(Scan, WideStepsGiveWhatBytesGive) {
     std::mt19937 random(1);
     const auto below = [&random](uint32_t n) { return static_cast<int32_t>(random() % n); };
@@ -50,7 +45,7 @@ TEST(Scan, WideStepsGiveWhatBytesGive) {
         ASSERT_EQ(marks, expected);
 
         const vr::StopBytes stops = {mark, static_cast<uint8_t>(std::min(mark + below(4), 255))};
-        slow = FindByBytes(begin, end, stops);
+        slow = std::find_if(begin, end, [&](int b) { return b >= mark && b <= stops.highest; });
         ASSERT_EQ(vr::FindStop(begin, end, stops) - begin, slow - begin);
         ASSERT_EQ(vr::CopyToStop(copy.data(), begin, end, stops) - begin, slow - begin);
         ASSERT_TRUE(std::equal(begin, slow, copy.begin()));

@@ -12,16 +12,11 @@ using namespace std::string_literals;
 
 const std::string kSame = "(the same string)";
 
-// The string's bytes after conversion, or kSame when it came back itself. No memo comes
-// along: the marks are not where they were.
+// The string's bytes after conversion, or kSame when it came back itself.
 std::string Converted(const std::string& bytes, int32_t direction) {
     const Array given(StringOfBytes(bytes));
-    const bool isLong = bytes.size() > 128;
-    if (isLong) HeaderOf(given).memoAttribute = 2;
     VrString converted = CvtConvert(given, direction);
-    if (converted == given) return kSame;
-    EXPECT_EQ(isLong ? HeaderOf(converted).memoAttribute : 0, 0);
-    return TakeBytes(converted);
+    return converted == given ? kSame : TakeBytes(converted);
 }
 
 struct ConvertTest : FilesTest {
@@ -36,7 +31,6 @@ TEST_F(ConvertTest, EdgesOfTheFile) {
     const std::tuple<std::string, int32_t, std::string, std::string> cases[] = {
         {"011=0x41", 1, "\t", "A"},
         {"65=321", 1, "bAb", "bAb"},
-        {"65=66", 1, std::string(200, 'A'), std::string(200, 'B')},
         {"65=66", 1, std::string(20000, 'A'), std::string(20000, 'B')},
         {"65=66", 1, std::string(20000, 'x'), kSame},
         {"65=66", 1, "x", kSame},
@@ -51,6 +45,10 @@ TEST_F(ConvertTest, EdgesOfTheFile) {
         EXPECT_EQ(CvtFlag, flag) << lines;
         EXPECT_EQ(Converted(given, 0), converted) << lines;
     }
+    Load("[INPUT]\n65=66\n");
+    const Array given(std::string(200, 'A'));
+    HeaderOf(given).memoAttribute = 2;
+    EXPECT_EQ(HeaderOf(Array(CvtConvert(given, 0))).memoAttribute, 0) << "the marks may move";
 }
 
 TEST_F(ConvertTest, WhichFileIsRead) {
