@@ -67,9 +67,7 @@ void CheckVersion(const std::string& name, const std::string& file, uint32_t mis
 
 }  // namespace
 
-int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-    StartLibrary();
-    Input in(data, size);
+void TryInput(Input& in) {
     const int32_t kind = in.Below(3);
     const auto missing = uint32_t(in.Below(255));
     const std::string name = in.Line();
@@ -83,6 +81,4 @@ int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
         EnvironInternationalDate();
     }
     TakeVariablesBack();
-    HOLDS_NOTHING_LOST();
-    return 0;
 }

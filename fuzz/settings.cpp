@@ -48,10 +48,8 @@ void CheckProfile(const std::string& section, const std::string& key, uint32_t s
 
 }  // namespace
 
-int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-    StartLibrary();
+void TryInput(Input& in) {
     TakeVariablesBack();  // the library may set one while it starts
-    Input in(data, size);
     const auto blockSize = uint32_t(1 + in.Below(255));
     const std::string section = in.Line();
     const std::string key = in.Line();
@@ -63,6 +61,4 @@ int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     CheckProfile(section, key, blockSize);
     LocalFree(std::exchange(ini_buf, nullptr));
     TakeVariablesBack();
-    HOLDS_NOTHING_LOST();
-    return 0;
 }

@@ -11,10 +11,8 @@ std::string Value(const std::string& section, const std::string& key) {
     return TakeCText(IniGetString(section.c_str(), key.c_str(), "default"));
 }
 
-// (none) for a variable that is not there, unlike one that is empty.
 std::string Variable(const std::string& name) {
-    const char* value = std::getenv(name.c_str());
-    return value == nullptr ? "(none)" : value;
+    return CText(std::getenv(name.c_str()));
 }
 
 TEST_F(FilesTest, TheFileIsReadLeniently) {
@@ -27,8 +25,8 @@ TEST_F(FilesTest, TheFileIsReadLeniently) {
         "\n  [Indented]\n  first=1\n  second=2\nthird = \t 3 ; kept \n[Hidden]\nK=never seen\n"
         "[Database] ignored\r\nLOG=3\r\nLOGFILE=x\r\nEMPTY=\r\nNEXT=7\r\nTAIL\x1A[Gone]\nX=1\n");
     for (const auto& [name, value] :
-         Rows<2>("VRLTEMP -> C:\\TMP\\ | MY ->  | MY_VAR -> (none) | ABC ->  | FOO -> 1 ; note"
-                 " | OLD -> 2 | C -> (none) | LINE -> " +
+         Rows<2>("VRLTEMP -> C:\\TMP\\ | MY ->  | MY_VAR -> (null) | ABC ->  | FOO -> 1 ; note"
+                 " | OLD -> 2 | C -> (null) | LINE -> " +
                  x.substr(0, 250) + " | " + x.substr(0, 50) + " -> "))
         EXPECT_EQ(Variable(name), value) << name;
     for (const auto& [section, key, value] :
@@ -57,7 +55,7 @@ TEST_F(FilesTest, TheRegistryGoesBeforeTheFile) {
     EXPECT_EQ(Value("Database", "A"), r);
     EXPECT_EQ(Value("Database", "B"), "file") << "a text of more than 256 bytes counts as absent";
     EXPECT_EQ(Variable("BOTH") + Variable("FILEONLY"), "rf");
-    EXPECT_EQ(Variable("TOOLONG") + Variable("BEHIND"), "(none)(none)") << "it ends the reading";
+    EXPECT_EQ(Variable("TOOLONG") + Variable("BEHIND"), "(null)(null)") << "it ends the reading";
 }
 
 // From none to all places: each new file goes before those that were there.
@@ -68,7 +66,7 @@ TEST_F(FilesTest, PlacesOfTheFile) {
     const std::string given = std::string(246, '/').replace(0, 1, ".") + "given.ini";
     for (const auto& [file, path] :
          Rows<2>("none -> w\\VRLINK.INI | w/vrlink.ini -> w\\VRLINK.INI | vrlink.ini -> " +
-                 directory.drivePath + "\\VRLINK.INI | given.ini -> " + given)) {
+                 directory.Drive("VRLINK.INI | given.ini -> ") + given)) {
         WriteFile(file, "[A]\nK=" + std::to_string(place));
         const auto found = [&given, &wanted = path, this] {
             Start((given + ", cut behind 255 bytes").c_str());

@@ -58,11 +58,11 @@ TEST_F(FilesTest, TheCurrentDirectoryAndFullPaths) {
     StartWithFiles();
     std::filesystem::create_directory("sub");
     EXPECT_EQ(ChDir("missing"), -1);
-    EXPECT_EQ(ChDir((directory.drivePath + "\\SUB").c_str()), 0);
+    EXPECT_EQ(ChDir(directory.Drive("SUB").c_str()), 0);
     std::string buffer(300, '#');
-    EXPECT_EQ(GetCwd(buffer.data(), 300), directory.drivePath + "\\sub");
+    EXPECT_EQ(GetCwd(buffer.data(), 300), directory.Drive("sub"));
     EXPECT_EQ(buffer.find('#'), 255u);
-    std::string upper = directory.drivePath + "\\SUB\\DATA\\X.DAT";
+    std::string upper = directory.Drive("SUB\\DATA\\X.DAT");
     ToUpper(upper.data());
     const std::string longest = "D:\\" + std::string(251, 'X');
     const std::string cases[][2] = {

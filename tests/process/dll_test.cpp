@@ -9,16 +9,13 @@ namespace {
 
 struct DllTest : FilesTest {
     DllTest() {
-        SetEnvironmentVariableA("VRLPATH", Drive("PRODUCT").c_str());
+        SetEnvironmentVariableA("VRLPATH", directory.Drive("PRODUCT").c_str());
         Start();
         SetErrorMode(5);
         PutHost("HOST/");
         DLLPutEnv("VR_TEST_NOTES", (directory.path + "/notes").c_str());
     }
 
-    std::string Drive(const std::string& path) const {
-        return directory.drivePath + "\\" + path;
-    }
     // What was loaded (+) and unloaded (-) since the last call: "SIGN MODE FOLDER/FILE;".
     static std::string Notes() {
         std::ifstream in("notes");
@@ -44,9 +41,9 @@ TEST_F(DllTest, NamesAreFoundInTheirOrderAndLoadedOnce) {
                  " | Gamma.Dll -> HOST/gamma.dll | SUB\\delta -> SUB/delta.so | unknown | "
                  " | epsilon.dll -> BIN/epsilon.so | EPSILON -> BIN/epsilon.so"
                  " | counted_library.dll -> lib/counted_library.so | " +
-                 Drive("HOST\\SUB\\delta") + " -> SUB/delta.so")) {
+                 directory.Drive("HOST\\SUB\\delta") + " -> SUB/delta.so")) {
         const bool hasBase = name[0] >= 'a';
-        const VrWord module = DllLoad(name.c_str(), hasBase ? Drive("BASE").c_str() : nullptr);
+        const VrWord module = DllLoad(name.c_str(), hasBase ? directory.Drive("BASE").c_str() : nullptr);
         EXPECT_EQ(Notes(), loaded.empty() ? "" : "+8000 " + loaded + ";") << name;
         EXPECT_EQ(DllLoad(name.c_str(), nullptr), module);
         EXPECT_EQ(SetErrorMode(5), 5u);
@@ -65,7 +62,7 @@ TEST_F(DllTest, EachSpellingIsUnloadedByItselfOrAtTheEnd) {
     EXPECT_EQ(DllLoad((name + ".DLL").c_str(), nullptr), module);
     char handle[10];
     std::snprintf(handle, sizeof handle, "%08lx ", static_cast<unsigned long>(module));
-    report[1] = report[2] = handle + Drive("HOST\\" + name).substr(0, 256);
+    report[1] = report[2] = handle + directory.Drive("HOST\\" + name).substr(0, 256);
     int32_t table = 0;
     while (TblName(table) != std::string("DLL Table"))
         ++table;

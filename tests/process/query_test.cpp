@@ -27,7 +27,7 @@ TEST_P(BackEndTest, ProgramsAreFoundByTheirFullNames) {
     };
     if (TakeCText(VrProcessList()).size() > 2500) GTEST_SKIP() << "the list may be full";
     const std::string name = "Vr" + std::to_string(getpid()) + ".Test";
-    std::string path = directory.drivePath + "\\" + name;
+    std::string path = directory.Drive(name);
     ToLower(path.data());
     std::filesystem::copy_file("/bin/sleep", name);
     char* const arguments[] = {const_cast<char*>("sleep"), const_cast<char*>("60"), nullptr};

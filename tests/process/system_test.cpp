@@ -12,7 +12,7 @@ constexpr int32_t kRuns = -1;
 
 struct SystemTest : FilesTest {
     SystemTest() {
-        SetEnvironmentVariableA("VRLPATH", (directory.drivePath + "\\PRODUCT").c_str());
+        SetEnvironmentVariableA("VRLPATH", directory.Drive("PRODUCT").c_str());
         StartWithFiles();
     }
 

@@ -54,8 +54,12 @@ inline std::string TakeText(VrString s) {
     return Swapped(TakeBytes(s), kMarks, kNotation);
 }
 
+inline std::string CText(const char* text) {
+    return text == nullptr ? "(null)" : text;
+}
+
 inline std::string TakeCText(char* text) {
-    const std::string taken = text == nullptr ? "(null)" : text;
+    const std::string taken = CText(text);
     free_mem(&text);
     return taken;
 }

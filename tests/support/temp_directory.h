@@ -21,6 +21,9 @@ struct TempDirectory {
         std::filesystem::remove_all(path);
     }
     TempDirectory(const TempDirectory&) = delete;
+    std::string Drive(const std::string& name) const {
+        return drivePath + "\\" + name;
+    }
 
     std::string path;  // for the host
     std::string drivePath;

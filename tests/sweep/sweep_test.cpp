@@ -39,18 +39,13 @@ std::string Text(int number, size_t size = 90) {
     return std::to_string(number) + std::string(size, '.');
 }
 
-std::string TextOf(const char* text) {
-    return text == nullptr ? "null" : text;
-}
-
 std::string Startup() {
     setenv("VRPLATFORM_REGISTRY", "registry", 1);
     StartHost("test.ini", reinterpret_cast<VrWord>(LoadLibraryA(".\\host.so")));
     std::string told;
-    for (const char* text :
-         {EnvironProduct(), EnvironRelease(), EnvironVrPath(),
-          static_cast<const char*>(getenv("SWEPT")), static_cast<const char*>(getenv("LISTED"))})
-        told += TextOf(text) + ' ';
+    for (const char* text : std::initializer_list<const char*>{
+             EnvironProduct(), EnvironRelease(), EnvironVrPath(), getenv("SWEPT"), getenv("LISTED")})
+        told += CText(text) + ' ';
     return told + std::to_string(CvtFlag);
 }
 
@@ -119,7 +114,7 @@ std::string Families() {
     std::string told =
         TakeBytes(vrHeapUnloadToVrString(heap)) + TakeBytes(BufDscrMakeVrStr(buffer));
     for (int i = 1; i <= 25; ++i) {
-        told += TextOf(QuarkToString(int32_t(HashTableLookup(keys, Text(i).c_str()))));
+        told += CText(QuarkToString(int32_t(HashTableLookup(keys, Text(i).c_str()))));
         told += std::to_string(*static_cast<int*>(TblHndToPtr(records, i - 1)));
     }
     vrHeapDestroy(heap);
@@ -226,10 +221,10 @@ constexpr Failure kFailures[] = {
 // what is told when nothing fails. Of allocations these are the few that are done without: the
 // settings, the version resource, name, release, installation path; two reserves, 16 pools.
 const std::string kUnnoticed =
-    "Ledger 4.2 \\VRLINK null null 0,  \\VRLINK C:\\data null 2,null 4.2 \\VRLINK C:\\data null 2,"
-    "Ledger null \\VRLINK C:\\data yes 2,Ledger 4.2 null C:\\data yes 2,"
+    "Ledger 4.2 \\VRLINK (null) (null) 0,  \\VRLINK C:\\data (null) 2,(null) 4.2 \\VRLINK C:\\data (null) 2,"
+    "Ledger (null) \\VRLINK C:\\data yes 2,Ledger 4.2 (null) C:\\data yes 2,"
     "ok,ok,ok,ok,ok,ok,ok,ok,ok,ok,ok,ok,ok,ok,ok,ok,ok,ok,";
-const std::string kNoSettings = "Ledger 4.2 \\VRLINK null null 0,";
+const std::string kNoSettings = "Ledger 4.2 \\VRLINK (null) (null) 0,";
 const std::map<std::string, std::string> kTold = {
     {"Startup retry", kUnnoticed},
     {"Startup cancel", kUnnoticed},
@@ -269,14 +264,12 @@ struct Report {
     uint32_t failuresMet, blocks;
     ptrdiff_t descriptors;
     bool isLocked;
-    char told[100'000], boxes[200];
+    char told[100'000], boxes[200];  // the styles of the boxes
 };
 
 Report* report = nullptr;
-std::string boxes;  // their styles
-
 int32_t Present(void* answer, const char*, const char*, uint32_t style) {
-    boxes += std::to_string(style) + ' ';
+    std::strcat(report->boxes, (std::to_string(style) + ' ').c_str());
     return style == 53 ? *static_cast<const int32_t*>(answer) : IDOK;
 }
 
@@ -295,7 +288,6 @@ void Finish([[maybe_unused]] int status, void*) {
     const std::filesystem::directory_iterator open("/proc/self/fd");
     report->descriptors = std::distance(begin(open), end(open));
     report->isLocked = IsLocked();
-    boxes.copy(report->boxes, sizeof report->boxes - 1);
 #ifndef VR_COVERAGE  // whose counts are written behind this
     _exit(status);
 #endif

@@ -22,7 +22,7 @@ std::string Converted(const std::string& bytes, int32_t direction) {
 struct ConvertTest : FilesTest {
     void Load(const std::string& text) {
         WriteFile("table.cvt", text);
-        CvtInit((directory.drivePath + "\\table.cvt").c_str());
+        CvtInit(directory.Drive("table.cvt").c_str());
     }
 };
 
@@ -54,7 +54,7 @@ TEST_F(ConvertTest, EdgesOfTheFile) {
 TEST_F(ConvertTest, WhichFileIsRead) {
     std::filesystem::create_directory("windows");
     WriteFile("windows/Table.CVT", "[input]\n0x84=0xE4\n");
-    SetEnvironmentVariableA("VRPLATFORM_WINDOWS_DIR", (directory.drivePath + "\\windows").c_str());
+    SetEnvironmentVariableA("VRPLATFORM_WINDOWS_DIR", directory.Drive("windows").c_str());
     StartWithFiles("[Environment]\nCVTFILE=table.cvt\n");
     EXPECT_EQ(Converted("\x84", 0), "\xE4");
     Load("[display]\n65=66\n");
