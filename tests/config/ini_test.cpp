@@ -66,7 +66,7 @@ TEST_F(FilesTest, PlacesOfTheFile) {
     const std::string given = std::string(246, '/').replace(0, 1, ".") + "given.ini";
     for (const auto& [file, path] :
          Rows<2>("none -> w\\VRLINK.INI | w/vrlink.ini -> w\\VRLINK.INI | vrlink.ini -> " +
-                 directory.Drive("VRLINK.INI | given.ini -> ") + given)) {
+                 directory.Drive("VRLINK.INI") + " | given.ini -> " + given)) {
         WriteFile(file, "[A]\nK=" + std::to_string(place));
         const auto found = [&given, &wanted = path, this] {
             Start((given + ", cut behind 255 bytes").c_str());

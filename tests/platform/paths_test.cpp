@@ -43,7 +43,7 @@ TEST_F(Paths, NamesAreFoundInAnyCaseTheExactOneFirst) {
     WriteFile("Data/TWO", "upper");
     for (const auto& [path, text] :
          Rows<2>("DATA\\ONE -> 1 | data/TWO -> upper | data/two -> lower | data/three -> none | " +
-                 directory.Drive("data\\one -> 1 | ") + directory.path + "/Data/One -> 1")) {
+                 directory.Drive("data\\one") + " -> 1 | " + directory.path + "/Data/One -> 1")) {
         char bytes[16] = "none";
         const int32_t handle = FileOpen(path.c_str(), kOpenReadOnly, kShareDenyNone, 0);
         FileRead(handle, bytes, sizeof bytes);

@@ -43,7 +43,8 @@ TEST_F(DllTest, NamesAreFoundInTheirOrderAndLoadedOnce) {
                  " | counted_library.dll -> lib/counted_library.so | " +
                  directory.Drive("HOST\\SUB\\delta") + " -> SUB/delta.so")) {
         const bool hasBase = name[0] >= 'a';
-        const VrWord module = DllLoad(name.c_str(), hasBase ? directory.Drive("BASE").c_str() : nullptr);
+        const VrWord module =
+            DllLoad(name.c_str(), hasBase ? directory.Drive("BASE").c_str() : nullptr);
         EXPECT_EQ(Notes(), loaded.empty() ? "" : "+8000 " + loaded + ";") << name;
         EXPECT_EQ(DllLoad(name.c_str(), nullptr), module);
         EXPECT_EQ(SetErrorMode(5), 5u);

@@ -43,8 +43,9 @@ std::string Startup() {
     setenv("VRPLATFORM_REGISTRY", "registry", 1);
     StartHost("test.ini", reinterpret_cast<VrWord>(LoadLibraryA(".\\host.so")));
     std::string told;
-    for (const char* text : std::initializer_list<const char*>{
-             EnvironProduct(), EnvironRelease(), EnvironVrPath(), getenv("SWEPT"), getenv("LISTED")})
+    for (const char* text :
+         std::initializer_list<const char*>{EnvironProduct(), EnvironRelease(), EnvironVrPath(),
+                                            getenv("SWEPT"), getenv("LISTED")})
         told += CText(text) + ' ';
     return told + std::to_string(CvtFlag);
 }
@@ -221,7 +222,8 @@ constexpr Failure kFailures[] = {
 // what is told when nothing fails. Of allocations these are the few that are done without: the
 // settings, the version resource, name, release, installation path; two reserves, 16 pools.
 const std::string kUnnoticed =
-    "Ledger 4.2 \\VRLINK (null) (null) 0,  \\VRLINK C:\\data (null) 2,(null) 4.2 \\VRLINK C:\\data (null) 2,"
+    "Ledger 4.2 \\VRLINK (null) (null) 0,  \\VRLINK C:\\data (null) 2,(null) 4.2 \\VRLINK C:\\data "
+    "(null) 2,"
     "Ledger (null) \\VRLINK C:\\data yes 2,Ledger 4.2 (null) C:\\data yes 2,"
     "ok,ok,ok,ok,ok,ok,ok,ok,ok,ok,ok,ok,ok,ok,ok,ok,ok,ok,";
 const std::string kNoSettings = "Ledger 4.2 \\VRLINK (null) (null) 0,";
@@ -264,12 +266,13 @@ struct Report {
     uint32_t failuresMet, blocks;
     ptrdiff_t descriptors;
     bool isLocked;
-    char told[100'000], boxes[200];  // the styles of the boxes
+    char told[100'000], boxes[200];
 };
 
 Report* report = nullptr;
+std::string boxes;  // their styles
 int32_t Present(void* answer, const char*, const char*, uint32_t style) {
-    std::strcat(report->boxes, (std::to_string(style) + ' ').c_str());
+    boxes += std::to_string(style) + ' ';
     return style == 53 ? *static_cast<const int32_t*>(answer) : IDOK;
 }
 
@@ -288,6 +291,7 @@ void Finish([[maybe_unused]] int status, void*) {
     const std::filesystem::directory_iterator open("/proc/self/fd");
     report->descriptors = std::distance(begin(open), end(open));
     report->isLocked = IsLocked();
+    boxes.copy(report->boxes, sizeof report->boxes - 1);
 #ifndef VR_COVERAGE  // whose counts are written behind this
     _exit(status);
 #endif
