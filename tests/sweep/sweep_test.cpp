@@ -222,10 +222,9 @@ constexpr Failure kFailures[] = {
 // what is told when nothing fails. Of allocations these are the few that are done without: the
 // settings, the version resource, name, release, installation path; two reserves, 16 pools.
 const std::string kUnnoticed =
-    "Ledger 4.2 \\VRLINK (null) (null) 0,  \\VRLINK C:\\data (null) 2,(null) 4.2 \\VRLINK C:\\data "
-    "(null) 2,"
-    "Ledger (null) \\VRLINK C:\\data yes 2,Ledger 4.2 (null) C:\\data yes 2,"
-    "ok,ok,ok,ok,ok,ok,ok,ok,ok,ok,ok,ok,ok,ok,ok,ok,ok,ok,";
+    "Ledger 4.2 \\VRLINK (null) (null) 0,  \\VRLINK C:\\data (null) 2,"
+    "(null) 4.2 \\VRLINK C:\\data (null) 2,Ledger (null) \\VRLINK C:\\data yes 2,"
+    "Ledger 4.2 (null) C:\\data yes 2,ok,ok,ok,ok,ok,ok,ok,ok,ok,ok,ok,ok,ok,ok,ok,ok,ok,ok,";
 const std::string kNoSettings = "Ledger 4.2 \\VRLINK (null) (null) 0,";
 const std::map<std::string, std::string> kTold = {
     {"Startup retry", kUnnoticed},
@@ -271,6 +270,7 @@ struct Report {
 
 Report* report = nullptr;
 std::string boxes;  // their styles
+
 int32_t Present(void* answer, const char*, const char*, uint32_t style) {
     boxes += std::to_string(style) + ' ';
     return style == 53 ? *static_cast<const int32_t*>(answer) : IDOK;
