@@ -59,8 +59,7 @@ TEST_F(FilesTest, TheModuleTellsHowVrExitEnds) {
                  " | v1.2/host.exe -> 302 -> 99")) {
         PutLibrary("./" + name);
         const auto leaveInAThread = [&name = name] {
-            const UtilInitRecord record = {0, VrWord(LoadLibraryA(("./" + name).c_str())), nullptr};
-            UtilInit(&record);
+            StartHost(nullptr, VrWord(LoadLibraryA(("./" + name).c_str())));
             std::fprintf(stderr, "%d", GetEnvironLauncher());
             pthread_t thread = {};
             void* result = nullptr;
