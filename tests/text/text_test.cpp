@@ -22,8 +22,11 @@ TEST_F(LibraryTest, OccurrencesAndHexadecimalText) {
 
     const std::string bytes = "\x01\x23\x45\x67\x89\xAB\xCD\xEF", zero(1, '\0');
     EXPECT_EQ(TakeBytes(HexString((zero + bytes).data(), 9)), "000123456789ABCDEF");
-    for (const auto& [digits, expected] :
-         {std::pair("0123456789abCDEf", bytes), {"00AB7", zero + '\xAB'}, {"!0@g", "\x10\x07"}})
+    EXPECT_EQ(TakeBytes(HexString("x", -1)), "");
+    for (const auto& [digits, expected] : {std::pair("0123456789abCDEf", bytes),
+                                           {"00AB7", zero + '\xAB'},
+                                           {"!0@g", "\x10\x07"},
+                                           {"1", ""}})
         EXPECT_EQ(TakeBytes(BinaryString(digits, int32_t(std::strlen(digits)))), expected);
 }
 
