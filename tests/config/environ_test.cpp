@@ -44,7 +44,8 @@ TEST_F(FilesTest, DatesGoByTheVariableThenByTheCountry) {
     for (const auto& [variable, country, after] :
          Rows<3>("american ->  -> american | AMERICANS ->  -> AMERICANS |  ->  -> AMERICAN"
                  " | unset -> x -> INTERNATIONAL | unset -> 1 -> AMERICAN | unset -> 44 -> "
-                 "INTERNATIONAL")) {
+                 "INTERNATIONAL | " +
+                 std::string(9000, 'v') + " ->  -> AMERICAN")) {
         WriteFile("registry.txt", country.empty() ? "" : key + "\"iCountry\"=\"" + country + "\"");
         DLLPutEnv("VRLDATE", variable == "unset" ? nullptr : variable.c_str());
         EXPECT_EQ(EnvironInternationalDate(), lstrcmpiA(after.c_str(), "american") != 0);

@@ -22,6 +22,9 @@ TEST_F(LibraryTest, ThePoolIsASizesQuarter) {
         const Bytes first = Alloc(size);
         EXPECT_EQ(Alloc(size) - first, stride) << size;
     }
+    void* large = malloc_memory(1);
+    EXPECT_EQ(ClassByteOf(large), 0) << "never from a pool";
+    free_mem(&large);
 }
 
 // A zero stands behind each block.

@@ -82,6 +82,11 @@ TEST_F(LibraryTest, TheMasterReportsOnTablesAndNothingReadsAsNothing) {
         EXPECT_EQ(TblFreeHnd(none, 0) + TblFreeHnd(0, none) + TblDestroy(none), 3);
         EXPECT_TRUE(!TblHndToPtr(none, 0) && !TblHndToPtr(0, none) && !TblName(none));
     }
+    for (int i = 0; i < 12; ++i)  // the master grows, and its own record moves
+        tblCreate(std::to_string(i).c_str(), 1, 0, nullptr);
+    EXPECT_EQ(TblLength(0), 20);
+    EXPECT_STREQ(TblName(0), "tbl.Master");
+    EXPECT_STREQ(TblName(handle + 11), "11");
 }
 
 }  // namespace

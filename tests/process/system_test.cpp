@@ -29,7 +29,8 @@ struct SystemTest : FilesTest {
 
     std::string Result(const std::string& command, const char* output) {
         boxes.shown.clear();
-        const std::string result = std::to_string(System(command.c_str(), output));
+        const char* given = command.empty() ? nullptr : command.c_str();
+        const std::string result = std::to_string(System(given, output));
         return boxes.shown.empty() ? result : result + "[" + boxes.shown[0] + "]";
     }
 
