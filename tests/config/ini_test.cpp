@@ -52,6 +52,7 @@ TEST_F(FilesTest, TheRegistryGoesBeforeTheFile) {
     StartWithFiles("[Database]\nLOG=3\nB=file\nNUM=4\n[Environment]\nBOTH=f\nFILEONLY=f\n");
     EXPECT_EQ(IniGetInt("Database", "LOG", 9), 0);
     EXPECT_EQ(IniGetInt("database", "num", 9), -12);
+    EXPECT_EQ(IniGetInt(std::string(300, 'd').c_str(), "num", 9), 9);
     EXPECT_EQ(Value("Database", "A"), r);
     EXPECT_EQ(Value("Database", "B"), "file") << "a text of more than 256 bytes counts as absent";
     EXPECT_EQ(Variable("BOTH") + Variable("FILEONLY"), "rf");

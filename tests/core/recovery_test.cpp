@@ -68,6 +68,7 @@ TEST_F(RecoveryTest, WhatARefusedRequestSetsOff) {
 TEST_F(RecoveryTest, OversizedRequestsAreRefusedAtOnce) {
     const std::pair<void (*)(), std::string> cases[] = {
         {[] { _alloc_memory(kVrRefusedSize - 5, "Cache", 12); }, "20971520 bytes .Cache,12."},
+        {[] { _alloc_memory(kVrRefusedSize, nullptr, 12); }, "20971525 bytes .,12."},
         {[] { realloc_mem(alloc_string(200), UINT32_MAX - 15); }, "4294967295"},
         {[] { AddStrToBuffer(BufDscrCreate(5), "", INT32_MAX, 'x'); }, "2147483655"},
     };

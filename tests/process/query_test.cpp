@@ -36,7 +36,8 @@ TEST_P(BackEndTest, ProgramsAreFoundByTheirFullNames) {
     EXPECT_EQ(VrFindProcess(name.c_str()), uint32_t(child));
     EXPECT_EQ(TakeCText(VrProcessPath(name.c_str())), path);
     EXPECT_EQ(VrFindProcess(name.substr(0, name.find('.')).c_str()), 0u);
-    kill(child, SIGKILL);  // a zombie cannot be read
+    DllUnload(GetParam(), 0);  // it is loaded again
+    kill(child, SIGKILL);      // a zombie cannot be read
     waitid(P_PID, id_t(child), nullptr, WEXITED | WNOWAIT);
     EXPECT_TRUE(isListed("unknown"));
 }
