@@ -130,6 +130,7 @@ TEST(Torture, OfMemory) {
     WriteFile("soak.ini", "[Log]\nLOG=32\n");
     StartHost("soak.ini");
     VrdbLogInit("Log", nullptr);
+    std::filesystem::permissions("$$VRDB.LOG", std::filesystem::perms::owner_all);
     record = NullString();
     numbers = HashTableCreate(53, nullptr, 0, 0);
     objects = CacheCreate(
