@@ -1,5 +1,5 @@
-// Texts that are taken apart: escape sequences, each in a block of just its size, words and
-// fields.
+// Texts that are taken apart: escape sequences, hexadecimal text, command lines, words and
+// fields. Each text stands in a block of just its size.
 
 #include <vector>
 
@@ -17,6 +17,19 @@ void CheckEscape(const char* text, int32_t size) {
     TermEscWindow(text, &used[3], &p[0], &p[1], &p[2], &p[3], &p[4], &p[5], &p[6]);
     for (const int32_t each : used)
         HOLDS(each > 0 && each <= size);
+}
+
+void CheckHexadecimal(const std::string& text) {
+    const std::string digits = TakeBytes(HexString(text.data(), int32_t(text.size())));
+    HOLDS(TakeBytes(BinaryString(digits.data(), int32_t(digits.size()))) == text);
+    TakeBytes(BinaryString(text.data(), int32_t(text.size())));  // which may be anything
+}
+
+void CheckCommand(const std::string& text) {
+    const size_t verb = std::min(text.find_first_of(" \t"), text.size());
+    const size_t rest = std::min(text.find_first_not_of(" \t", verb), text.size());
+    HOLDS(GetCommandVerb(text.c_str()) == text.substr(0, std::min<size_t>(verb, 255)));
+    HOLDS(GetCommandParams(text.c_str()) == text.substr(rest, 255));
 }
 
 // Words and fields, put together again.
@@ -40,5 +53,7 @@ void TryInput(Input& in) {
     const std::string escape = "X" + line;
     const std::vector<char> exact(escape.c_str(), escape.c_str() + escape.size() + 1);
     CheckEscape(exact.data(), int32_t(escape.size()));
+    CheckCommand(line);
+    CheckHexadecimal(line);
     CheckParts(line, delimiter);
 }
