@@ -15,7 +15,7 @@ if(VR_INSTRUMENT STREQUAL "sanitize")
                       -fno-omit-frame-pointer)
   add_link_options(-fsanitize=address,undefined)
 elseif(VR_INSTRUMENT STREQUAL "coverage")
-  add_compile_options(--coverage)
+  add_compile_options(-fprofile-arcs -ftest-coverage)  # --coverage, but that it can be undone
   add_compile_definitions(VR_COVERAGE)
   add_link_options(--coverage)
 endif()
