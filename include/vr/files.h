@@ -109,7 +109,8 @@ VR_API void DirClose(DirSearch** search);
  * the current directory bears yet: where the plain name will not do, a hexadecimal
  * number ends it. Without an extension, one dot among the last four characters may
  * stay, and the name have twelve. A new string that the caller frees, or NullVrStr's
- * string when no name is free. The extension is upper-cased in the caller's memory. */
+ * string when no name is free; a folder that cannot be looked into counts as empty. The
+ * extension is upper-cased in the caller's memory. */
 VR_API VrString OsFileName(VrString name, char* extension);
 
 /* The counterpart for long names: up to 260 characters as they are but for * made ^,

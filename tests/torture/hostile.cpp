@@ -76,7 +76,9 @@ TEST_F(Hostile, NothingMayBeTouched) {
     EXPECT_EQ(ErrorOf("new"), EACCES);
     EXPECT_EQ(ErrorOf("s.ini"), EACCES);
     EXPECT_EQ(Register("FILE"), -1);
-    Make("chmod 700 .");
+    Make("chmod 0 .");
+    EXPECT_EQ(TakeBytes(OsFileName(Array("name"), nullptr)), "NAME1") << "nobody can tell";
+    Make("chmod 700 " + directory.path);
 }
 
 TEST_F(Hostile, RegistryVersionAndConversionFiles) {

@@ -115,7 +115,7 @@ PLATFORM_API int32_t FileReplace(const char* from, const char* to);
 /* Replaces the six X at the end of `path`, in place: the last five by the low five
  * decimal digits of the process number, the first by the first letter from a to z
  * that gives a name under which nothing exists. Returns `path`, or null when all are
- * taken or it does not end in six X. */
+ * taken, when none can be looked for, or when it does not end in six X. */
 PLATFORM_API char* UniqueName(char* path);
 
 /* A stream. Opaque to callers. */
