@@ -32,5 +32,6 @@ target_compile_options(vr_shared_options INTERFACE
   $<$<COMPILE_LANGUAGE:CXX>:-fno-exceptions -fno-rtti -fvisibility-inlines-hidden>
   -fvisibility=hidden -fasynchronous-unwind-tables -fstack-protector-strong
   $<$<CONFIG:Release,RelWithDebInfo,MinSizeRel>:-U_FORTIFY_SOURCE -D_FORTIFY_SOURCE=2>)
-target_link_options(vr_shared_options INTERFACE -Wl,-z,defs,-z,relro,-z,now,-z,noexecstack)
+# A library's own calls stay inside it, whatever names its host has.
+target_link_options(vr_shared_options INTERFACE -Wl,-Bsymbolic-functions -Wl,-z,defs,-z,relro,-z,now,-z,noexecstack)
 target_link_libraries(vr_shared_options INTERFACE vr_warnings)

@@ -28,7 +28,7 @@ for library in "$@"; do
         grep -Evx '\$ORIGIN:*|(libvrplatform|libstdc\+\+|libgcc_s|libc|libm|ld-linux)\.so(\.[0-9]+)*' || :)
     [ -z "$strange" ] || owes "no need of $strange"
     for export in $(nm --dynamic --defined-only --format=posix "$library" | cut -d' ' -f1); do
-        grep -qrw -- "$export" $headers || owes "no name $export"
+        grep -qrw -- "${export#vrplatform_}" $headers || owes "no name $export"
     done
 done
 exit $bad

@@ -11,13 +11,15 @@ struct HandleKind {
 PLATFORM_BEGIN
 
 // A handle for an object, which its kind's close gets when CloseHandle is called.
-PLATFORM_API void* PlatformNewHandle(const HandleKind* kind, void* object);
+PLATFORM_API void* PlatformNewHandle(const HandleKind* kind, void* object)
+    PLATFORM_SYMBOL(PlatformNewHandle);
 
 // The object behind the handle; null when it is bad or of another kind.
-PLATFORM_API void* PlatformHandleObject(const HandleKind* kind, void* handle);
+PLATFORM_API void* PlatformHandleObject(const HandleKind* kind, void* handle)
+    PLATFORM_SYMBOL(PlatformHandleObject);
 
 // The number of a process that OpenProcess or CreateProcessA gave; 0 for a bad handle.
-PLATFORM_API uint32_t PlatformProcessNumber(void* handle);
+PLATFORM_API uint32_t PlatformProcessNumber(void* handle) PLATFORM_SYMBOL(PlatformProcessNumber);
 
 PLATFORM_END
 

@@ -9,6 +9,10 @@
 /* What the platform library exports. */
 #define PLATFORM_API __attribute__((visibility("default")))
 
+/* A service's symbol, which is not its name in the source: a host may have a FileOpen or a
+ * Sleep of its own, and then neither takes the other's place. */
+#define PLATFORM_SYMBOL(name) __asm__("vrplatform_" #name)
+
 #ifdef __cplusplus
 /* Open and close the declarations of a header: C linkage in C++, nothing in C. */
 #define PLATFORM_BEGIN extern "C" {

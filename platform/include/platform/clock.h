@@ -23,13 +23,13 @@ PLATFORM_BEGIN
 
 /* Reads the clock. Where daylight saving is not an hour, minutesWest makes up for the
  * difference. */
-PLATFORM_API void ReadClock(ClockReading* reading);
+PLATFORM_API void ReadClock(ClockReading* reading) PLATFORM_SYMBOL(ReadClock);
 
 /* The seconds alone of what ReadClock shows, for which no zone is looked up. */
-PLATFORM_API int64_t ClockSeconds(void);
+PLATFORM_API int64_t ClockSeconds(void) PLATFORM_SYMBOL(ClockSeconds);
 
 /* The local time of day of such a number of seconds. */
-PLATFORM_API void SplitLocalTime(int64_t seconds, ClockTime* time);
+PLATFORM_API void SplitLocalTime(int64_t seconds, ClockTime* time) PLATFORM_SYMBOL(SplitLocalTime);
 
 PLATFORM_END
 

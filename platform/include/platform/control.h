@@ -14,26 +14,31 @@ typedef int32_t (*MessageBoxPresenter)(void* context, const char* text, const ch
                                        uint32_t style);
 
 /* From now on every message box goes to the presenter; null takes it away. */
-PLATFORM_API void ControlMessageBoxes(MessageBoxPresenter presenter, void* context);
+PLATFORM_API void ControlMessageBoxes(MessageBoxPresenter presenter, void* context)
+    PLATFORM_SYMBOL(ControlMessageBoxes);
 
 /* Lets `count` allocations fail, beginning with the `nth` from now (1 is the
  * next). A resize counts as an allocation. A count of 0 ends the failing. */
-PLATFORM_API void ControlFailAllocations(uint32_t nth, uint32_t count);
+PLATFORM_API void ControlFailAllocations(uint32_t nth, uint32_t count)
+    PLATFORM_SYMBOL(ControlFailAllocations);
 
 /* Lets `count` calls of FileOpen, or of LockFile, fail, beginning with the `nth` from
  * now; they leave `error` in errno. A count of 0 ends the failing. */
-PLATFORM_API void ControlFailOpens(uint32_t nth, uint32_t count, int32_t error);
-PLATFORM_API void ControlFailLocks(uint32_t nth, uint32_t count, int32_t error);
+PLATFORM_API void ControlFailOpens(uint32_t nth, uint32_t count, int32_t error)
+    PLATFORM_SYMBOL(ControlFailOpens);
+PLATFORM_API void ControlFailLocks(uint32_t nth, uint32_t count, int32_t error)
+    PLATFORM_SYMBOL(ControlFailLocks);
 
 /* The same for FileWrite: of each write that fails
  * the first `kept` bytes are written all the same, as on a disk that fills up. */
-PLATFORM_API void ControlFailWrites(uint32_t nth, uint32_t count, uint32_t kept, int32_t error);
+PLATFORM_API void ControlFailWrites(uint32_t nth, uint32_t count, uint32_t kept, int32_t error)
+    PLATFORM_SYMBOL(ControlFailWrites);
 
 /* How many calls were made to fail so far, by all of these together. */
-PLATFORM_API uint32_t ControlFailuresMet(void);
+PLATFORM_API uint32_t ControlFailuresMet(void) PLATFORM_SYMBOL(ControlFailuresMet);
 
 /* How many blocks of LocalAlloc and GlobalAlloc have not been given back. */
-PLATFORM_API uint32_t ControlBlocksOut(void);
+PLATFORM_API uint32_t ControlBlocksOut(void) PLATFORM_SYMBOL(ControlBlocksOut);
 
 /* What a recorder of programs answers. */
 enum {
@@ -48,13 +53,15 @@ typedef int32_t (*ProgramRecorder)(void* context, const char* commandLine, int32
                                    uint32_t* code);
 
 /* From now on programs are told to the recorder first; null takes it away. */
-PLATFORM_API void ControlPrograms(ProgramRecorder recorder, void* context);
+PLATFORM_API void ControlPrograms(ProgramRecorder recorder, void* context)
+    PLATFORM_SYMBOL(ControlPrograms);
 
 /* The platform number that GetVersionExA reports; 2 at first. */
-PLATFORM_API void ControlPlatformNumber(uint32_t number);
+PLATFORM_API void ControlPlatformNumber(uint32_t number) PLATFORM_SYMBOL(ControlPlatformNumber);
 
 /* Stops the clock at that reading, in its zone; null lets it run again. */
-PLATFORM_API void ControlFreezeClock(const ClockReading* reading);
+PLATFORM_API void ControlFreezeClock(const ClockReading* reading)
+    PLATFORM_SYMBOL(ControlFreezeClock);
 
 PLATFORM_END
 

@@ -10,15 +10,18 @@ PLATFORM_BEGIN
 /* Copies the variable's value into `buffer` of `size` bytes and returns its
  * length. A value that does not fit with its zero is not stored, and the result
  * is the size that it needs. 0 when there is no such variable. */
-PLATFORM_API uint32_t GetEnvironmentVariableA(const char* name, char* buffer, uint32_t size);
+PLATFORM_API uint32_t GetEnvironmentVariableA(const char* name, char* buffer, uint32_t size)
+    PLATFORM_SYMBOL(GetEnvironmentVariableA);
 
 /* Sets the variable for this process and its children, or removes it when
  * `value` is null. 1, or 0 for a name that is empty or holds a `=`. */
-PLATFORM_API int32_t SetEnvironmentVariableA(const char* name, const char* value);
+PLATFORM_API int32_t SetEnvironmentVariableA(const char* name, const char* value)
+    PLATFORM_SYMBOL(SetEnvironmentVariableA);
 
 /* The Windows directory, as VRPLATFORM_WINDOWS_DIR names it; "C:\WINDOWS" when
  * it is not set. Result and buffer as of GetEnvironmentVariableA. */
-PLATFORM_API uint32_t GetWindowsDirectoryA(char* buffer, uint32_t size);
+PLATFORM_API uint32_t GetWindowsDirectoryA(char* buffer, uint32_t size)
+    PLATFORM_SYMBOL(GetWindowsDirectoryA);
 
 /* Reads a private profile: a text of sections [NAME] and, in them, lines KEY=VALUE.
  * Sections and keys have no case, the first of a name counts. Blanks around names and
@@ -31,7 +34,8 @@ PLATFORM_API uint32_t GetWindowsDirectoryA(char* buffer, uint32_t size);
  * with its zero, and one more zero at the end; the length is without that. */
 PLATFORM_API uint32_t GetPrivateProfileStringA(const char* section, const char* key,
                                                const char* defaultValue, char* buffer,
-                                               uint32_t size, const char* file);
+                                               uint32_t size, const char* file)
+    PLATFORM_SYMBOL(GetPrivateProfileStringA);
 
 PLATFORM_END
 

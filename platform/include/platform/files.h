@@ -59,64 +59,68 @@ PLATFORM_BEGIN
 
 /* Raises the number of files that the process may have open at once to at least
  * `count`, as far as the system lets it. Returns the number now allowed. */
-PLATFORM_API int32_t SetHandleCount(int32_t count);
+PLATFORM_API int32_t SetHandleCount(int32_t count) PLATFORM_SYMBOL(SetHandleCount);
 
 /* Opens a file; the result is its handle, the lowest free number from 3 on, or -1.
  * Children do not inherit it. Directories cannot be opened. Nor does it wait: a named pipe
  * that nobody has open for writing is at its end, and one that nobody reads cannot be opened
  * for writing alone. */
-PLATFORM_API int32_t FileOpen(const char* path, int32_t flags, int32_t sharing, int32_t permission);
+PLATFORM_API int32_t FileOpen(const char* path, int32_t flags, int32_t sharing, int32_t permission)
+    PLATFORM_SYMBOL(FileOpen);
 
 /* Closes a file: 0, or -1 for a bad handle. All locks of the handle go with it. */
-PLATFORM_API int32_t FileClose(int32_t handle);
+PLATFORM_API int32_t FileClose(int32_t handle) PLATFORM_SYMBOL(FileClose);
 
 /* Reads up to `count` bytes at the handle's position: their number, 0 at the end, or
  * -1. In text mode CR LF comes as LF, unless a pipe's reads part it, and Ctrl-Z (byte
  * 26) ends the text until the next seek. */
-PLATFORM_API int32_t FileRead(int32_t handle, void* buffer, uint32_t count);
+PLATFORM_API int32_t FileRead(int32_t handle, void* buffer, uint32_t count)
+    PLATFORM_SYMBOL(FileRead);
 
 /* Writes at the handle's position: the number of bytes written, or -1. In text mode
  * LF goes out as CR LF, and the result counts the bytes as given. Behind 2 GiB the position
  * cannot be told any more. */
-PLATFORM_API int32_t FileWrite(int32_t handle, const void* buffer, uint32_t count);
+PLATFORM_API int32_t FileWrite(int32_t handle, const void* buffer, uint32_t count)
+    PLATFORM_SYMBOL(FileWrite);
 
 /* Moves to `offset` bytes on disk from `origin`: the new position, or -1, also when
  * it would pass 31 bits. */
-PLATFORM_API int32_t FileSeek(int32_t handle, int32_t offset, int32_t origin);
+PLATFORM_API int32_t FileSeek(int32_t handle, int32_t offset, int32_t origin)
+    PLATFORM_SYMBOL(FileSeek);
 
 /* The length of the file: bytes on disk, or -1, also for a file of 2 GiB or more. */
-PLATFORM_API int32_t FileLength(int32_t handle);
+PLATFORM_API int32_t FileLength(int32_t handle) PLATFORM_SYMBOL(FileLength);
 
 /* Cuts or extends the file, with zero bytes: 0, or -1. */
-PLATFORM_API int32_t FileChangeSize(int32_t handle, int32_t size);
+PLATFORM_API int32_t FileChangeSize(int32_t handle, int32_t size) PLATFORM_SYMBOL(FileChangeSize);
 
 /* Waits until all that was written is on the disk: 0, or -1. */
-PLATFORM_API int32_t FileCommit(int32_t handle);
+PLATFORM_API int32_t FileCommit(int32_t handle) PLATFORM_SYMBOL(FileCommit);
 
 /* The system's handle behind the number, as byte locks take it; the address -1 for a
  * bad one. */
-PLATFORM_API void* FileSystemHandle(int32_t handle);
+PLATFORM_API void* FileSystemHandle(int32_t handle) PLATFORM_SYMBOL(FileSystemHandle);
 
 /* 0 when something of that name exists, file or directory, else -1. */
-PLATFORM_API int32_t FileStatus(const char* path);
+PLATFORM_API int32_t FileStatus(const char* path) PLATFORM_SYMBOL(FileStatus);
 
 /* 1 when a directory of that name exists, else 0. */
-PLATFORM_API int32_t FileIsDirectory(const char* path);
+PLATFORM_API int32_t FileIsDirectory(const char* path) PLATFORM_SYMBOL(FileIsDirectory);
 
 /* Deletes a file: 0, or -1. */
-PLATFORM_API int32_t FileDelete(const char* path);
+PLATFORM_API int32_t FileDelete(const char* path) PLATFORM_SYMBOL(FileDelete);
 
 /* Puts the file `from` in the place of `to`, in one step for whoever looks; a link is
  * followed, unless it leads nowhere. A file that stood there leaves its permissions to the
  * new one, and its owner and group as far as the caller may give files away; what cannot
  * go to the group is granted to the owner alone. 0, or -1, also for what is no file. */
-PLATFORM_API int32_t FileReplace(const char* from, const char* to);
+PLATFORM_API int32_t FileReplace(const char* from, const char* to) PLATFORM_SYMBOL(FileReplace);
 
 /* Replaces the six X at the end of `path`, in place: the last five by the low five
  * decimal digits of the process number, the first by the first letter from a to z
  * that gives a name under which nothing exists. Returns `path`, or null when all are
  * taken, when none can be looked for, or when it does not end in six X. */
-PLATFORM_API char* UniqueName(char* path);
+PLATFORM_API char* UniqueName(char* path) PLATFORM_SYMBOL(UniqueName);
 
 /* A stream. Opaque to callers. */
 typedef struct PlatformStream PlatformStream;
@@ -124,14 +128,16 @@ typedef struct PlatformStream PlatformStream;
 /* A buffered stream to read lines from, over a handle. `mode` is one of the C library's
  * (r, w, a, with +); a t or b in it sets the handle's mode first. Null when that is no
  * mode or no handle. The stream owns the handle. */
-PLATFORM_API PlatformStream* StreamAttach(int32_t handle, const char* mode);
+PLATFORM_API PlatformStream* StreamAttach(int32_t handle, const char* mode)
+    PLATFORM_SYMBOL(StreamAttach);
 
 /* The next line, its LF included, of at most `size` - 1 bytes, closed with a zero:
  * the buffer, or null at the end, on an error or for a size below 1. */
-PLATFORM_API char* StreamReadLine(char* buffer, int32_t size, PlatformStream* stream);
+PLATFORM_API char* StreamReadLine(char* buffer, int32_t size, PlatformStream* stream)
+    PLATFORM_SYMBOL(StreamReadLine);
 
 /* Closes stream and handle: 0, or -1. */
-PLATFORM_API int32_t StreamClose(PlatformStream* stream);
+PLATFORM_API int32_t StreamClose(PlatformStream* stream) PLATFORM_SYMBOL(StreamClose);
 
 /* Attributes of a name. */
 enum {
@@ -153,24 +159,25 @@ typedef struct FindData {
  * for any bytes and ? for one, and *.* fits every name. "." and ".." are names too.
  * The first name is stored; the result is the handle of the search, or -1 when there
  * is none. The order is the directory's own; names that hold a backslash are left out. */
-PLATFORM_API int32_t FindFirst(const char* pattern, FindData* data);
+PLATFORM_API int32_t FindFirst(const char* pattern, FindData* data) PLATFORM_SYMBOL(FindFirst);
 
 /* Stores the next name: 0, or -1 at the end. */
-PLATFORM_API int32_t FindNext(int32_t search, FindData* data);
+PLATFORM_API int32_t FindNext(int32_t search, FindData* data) PLATFORM_SYMBOL(FindNext);
 
 /* Ends the search: 0, or -1 for a bad handle. */
-PLATFORM_API int32_t FindClose(int32_t search);
+PLATFORM_API int32_t FindClose(int32_t search) PLATFORM_SYMBOL(FindClose);
 
 /* The current directory as a drive path of at most `size` - 1 bytes and a zero: the
  * buffer, or null when it does not fit or lies on no drive. */
-PLATFORM_API char* CurrentDirectory(char* buffer, int32_t size);
+PLATFORM_API char* CurrentDirectory(char* buffer, int32_t size) PLATFORM_SYMBOL(CurrentDirectory);
 
 /* Changes the current directory: 0, or -1. */
-PLATFORM_API int32_t ChangeDirectory(const char* path);
+PLATFORM_API int32_t ChangeDirectory(const char* path) PLATFORM_SYMBOL(ChangeDirectory);
 
 /* The full drive path of `path`, which need not exist, as CurrentDirectory gives its
  * result; an empty path is the current directory. A separator at its end stays. */
-PLATFORM_API char* ExpandPath(char* buffer, const char* path, int32_t size);
+PLATFORM_API char* ExpandPath(char* buffer, const char* path, int32_t size)
+    PLATFORM_SYMBOL(ExpandPath);
 
 PLATFORM_END
 

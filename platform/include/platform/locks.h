@@ -20,11 +20,12 @@ PLATFORM_BEGIN
  * it, 22 when the file system has no locks, 9 for a bad handle or one not open for
  * writing. `file` is of FileSystemHandle. */
 PLATFORM_API int32_t LockFile(void* file, uint32_t positionLow, uint32_t positionHigh,
-                              uint32_t lengthLow, uint32_t lengthHigh);
+                              uint32_t lengthLow, uint32_t lengthHigh) PLATFORM_SYMBOL(LockFile);
 
 /* Gives back a range that this handle holds, told just as it was taken. 1, or 0. */
 PLATFORM_API int32_t UnlockFile(void* file, uint32_t positionLow, uint32_t positionHigh,
-                                uint32_t lengthLow, uint32_t lengthHigh);
+                                uint32_t lengthLow, uint32_t lengthHigh)
+    PLATFORM_SYMBOL(UnlockFile);
 
 PLATFORM_END
 

@@ -29,8 +29,8 @@ PLATFORM_BEGIN
  * then the text goes to standard error and the safe answer is returned, IDCANCEL
  * where there is a Cancel button and IDOK otherwise. The end of the terminal's
  * input gives the safe answer too. */
-PLATFORM_API int32_t MessageBoxA(void* owner, const char* text, const char* caption,
-                                 uint32_t style);
+PLATFORM_API int32_t MessageBoxA(void* owner, const char* text, const char* caption, uint32_t style)
+    PLATFORM_SYMBOL(MessageBoxA);
 
 PLATFORM_END
 

@@ -74,32 +74,36 @@ PLATFORM_BEGIN
 PLATFORM_API int32_t CreateProcessA(const char* application, char* commandLine,
                                     void* processSecurity, void* threadSecurity, int32_t inherit,
                                     uint32_t flags, void* environment, const char* directory,
-                                    const StartupInfo* startup, ProcessInformation* information);
+                                    const StartupInfo* startup, ProcessInformation* information)
+    PLATFORM_SYMBOL(CreateProcessA);
 
 /* The reason why the last call of a service in this header failed, CloseHandle aside. */
-PLATFORM_API uint32_t GetLastError(void);
+PLATFORM_API uint32_t GetLastError(void) PLATFORM_SYMBOL(GetLastError);
 
 /* Waits until the process has ended, at most so many milliseconds. WAIT_OBJECT_0,
  * WAIT_TIMEOUT, or INFINITE for a handle that is no process. */
-PLATFORM_API int32_t WaitForSingleObject(void* process, int32_t milliseconds);
+PLATFORM_API int32_t WaitForSingleObject(void* process, int32_t milliseconds)
+    PLATFORM_SYMBOL(WaitForSingleObject);
 
 /* The exit code of a process that has ended: 0 to 255, or 128 and the number of the
  * signal that killed it; STILL_ACTIVE before that. 1, or 0 for a bad handle. Of a process
  * that was opened by its number no code can be told: it reads 0. */
-PLATFORM_API int32_t GetExitCodeProcess(void* process, uint32_t* code);
+PLATFORM_API int32_t GetExitCodeProcess(void* process, uint32_t* code)
+    PLATFORM_SYMBOL(GetExitCodeProcess);
 
 /* Opens a process that runs, by its number. Null when there is none. The access is not
  * looked at; what may be read of the process depends on whose it is. */
-PLATFORM_API void* OpenProcess(uint32_t access, int32_t inherit, uint32_t processNumber);
+PLATFORM_API void* OpenProcess(uint32_t access, int32_t inherit, uint32_t processNumber)
+    PLATFORM_SYMBOL(OpenProcess);
 
 /* Gives back a handle of this header or of the process lists. 1, or 0 for a bad one. */
-PLATFORM_API int32_t CloseHandle(void* handle);
+PLATFORM_API int32_t CloseHandle(void* handle) PLATFORM_SYMBOL(CloseHandle);
 
 /* Waits for so many milliseconds. */
-PLATFORM_API void Sleep(uint32_t milliseconds);
+PLATFORM_API void Sleep(uint32_t milliseconds) PLATFORM_SYMBOL(Sleep);
 
 /* Fills in the record, whose size must be set: 1, or 0. */
-PLATFORM_API int32_t GetVersionExA(OsVersionInfo* version);
+PLATFORM_API int32_t GetVersionExA(OsVersionInfo* version) PLATFORM_SYMBOL(GetVersionExA);
 
 PLATFORM_END
 

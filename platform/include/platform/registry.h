@@ -80,7 +80,7 @@ PLATFORM_BEGIN
  * otherwise ERROR_FILE_NOT_FOUND, ERROR_INVALID_HANDLE for a bad `root` or
  * ERROR_INVALID_PARAMETER for a null `key`, and null in *key. */
 PLATFORM_API int32_t RegOpenKeyExA(HKEY root, const char* path, uint32_t options, uint32_t access,
-                                   HKEY* key);
+                                   HKEY* key) PLATFORM_SYMBOL(RegOpenKeyExA);
 
 /* Reads the value of that name; null is the default value. `reserved` is ignored,
  * `type` may be null. *size is the size of `data` on entry and the value's on return,
@@ -90,7 +90,8 @@ PLATFORM_API int32_t RegOpenKeyExA(HKEY root, const char* path, uint32_t options
  * ERROR_FILE_NOT_FOUND, ERROR_INVALID_HANDLE, and ERROR_INVALID_PARAMETER for data
  * without a size leave everything as it was. */
 PLATFORM_API int32_t RegQueryValueExA(HKEY key, const char* name, uint32_t* reserved,
-                                      uint32_t* type, unsigned char* data, uint32_t* size);
+                                      uint32_t* type, unsigned char* data, uint32_t* size)
+    PLATFORM_SYMBOL(RegQueryValueExA);
 
 /* Reads value number `index`, from 0 in the order of the file. *nameSize is the size
  * of `name` on entry, the zero counted, and the name's length without it on return.
@@ -103,10 +104,10 @@ PLATFORM_API int32_t RegQueryValueExA(HKEY key, const char* name, uint32_t* rese
  * leave everything as it was. */
 PLATFORM_API int32_t RegEnumValueA(HKEY key, uint32_t index, char* name, uint32_t* nameSize,
                                    uint32_t* reserved, uint32_t* type, unsigned char* data,
-                                   uint32_t* dataSize);
+                                   uint32_t* dataSize) PLATFORM_SYMBOL(RegEnumValueA);
 
 /* Gives an open key back. ERROR_INVALID_HANDLE when it is not open, as a root is not. */
-PLATFORM_API int32_t RegCloseKey(HKEY key);
+PLATFORM_API int32_t RegCloseKey(HKEY key) PLATFORM_SYMBOL(RegCloseKey);
 
 PLATFORM_END
 

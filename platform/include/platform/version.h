@@ -22,14 +22,15 @@ PLATFORM_BEGIN
 
 /* The size in bytes of the block that the module's resource needs; 0 when it has
  * none. Stores 0 in *ignored unless that is null. */
-PLATFORM_API uint32_t GetFileVersionInfoSizeA(const char* module, uint32_t* ignored);
+PLATFORM_API uint32_t GetFileVersionInfoSizeA(const char* module, uint32_t* ignored)
+    PLATFORM_SYMBOL(GetFileVersionInfoSizeA);
 
 /* Fills the block of `size` bytes with the module's resource, which is read anew.
  * Texts that a block too small has no room for are left out, from the first such
  * text on. 1, or 0 when the module has no resource or the block has no room for any
  * text, and then the block is zeroed. `ignored` is the number stored above. */
 PLATFORM_API int32_t GetFileVersionInfoA(const char* module, uint32_t ignored, uint32_t size,
-                                         void* block);
+                                         void* block) PLATFORM_SYMBOL(GetFileVersionInfoA);
 
 /* Finds a text in a block that GetFileVersionInfoA was given, whether it could fill
  * it or not; a zeroed block serves too. The query is "\StringFileInfo\040904b0\NAME",
@@ -37,7 +38,7 @@ PLATFORM_API int32_t GetFileVersionInfoA(const char* module, uint32_t ignored, u
  * in *text and its size, the zero counted, in *length (which may be null); otherwise
  * 0, and null and 0 there. */
 PLATFORM_API int32_t VerQueryValueA(const void* block, const char* query, void** text,
-                                    uint32_t* length);
+                                    uint32_t* length) PLATFORM_SYMBOL(VerQueryValueA);
 
 PLATFORM_END
 
