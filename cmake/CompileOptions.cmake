@@ -29,7 +29,7 @@ target_compile_options(vr_warnings INTERFACE
 # and where the optimiser runs its calls of the C library are checked.
 add_library(vr_shared_options INTERFACE)
 target_compile_options(vr_shared_options INTERFACE
-  $<$<COMPILE_LANGUAGE:CXX>:-fno-exceptions -fno-rtti -fvisibility-inlines-hidden>
+  $<$<COMPILE_LANGUAGE:CXX>:-fno-rtti -fvisibility-inlines-hidden>
   -fvisibility=hidden -fasynchronous-unwind-tables -fstack-protector-strong
   $<$<CONFIG:Release,RelWithDebInfo,MinSizeRel>:-U_FORTIFY_SOURCE -D_FORTIFY_SOURCE=2>)
 # A library's own calls stay inside it, whatever names its host has.

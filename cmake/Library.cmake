@@ -57,7 +57,7 @@ set_property(TARGET vrbase APPEND PROPERTY LINK_DEPENDS "${version_script}")
 target_include_directories(vrbase
   PUBLIC "$<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/include>"
   PRIVATE "${PROJECT_SOURCE_DIR}")
-target_compile_options(vrbase PRIVATE -fno-semantic-interposition)
+target_compile_options(vrbase PRIVATE -fno-exceptions -fno-semantic-interposition)
 target_link_options(vrbase PRIVATE "-Wl,--version-script=${version_script}")
 # Calls between the modules cost a third of a small block's time without it.
 set_target_properties(vrbase PROPERTIES INTERPROCEDURAL_OPTIMIZATION_RELEASE ON)
