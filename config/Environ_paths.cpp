@@ -7,6 +7,7 @@
 #include <cstdio>
 #include <cstring>
 
+#include "config/Ini.h"
 #include "core/vrmem.h"
 #include "platform/registry.h"
 #include "vr/environ.h"
@@ -58,18 +59,27 @@ bool IsSeparator(char c) {
     return c == '\\' || c == '/';
 }
 
-// The value of the variable whose name stands in `name`, less one separator at its
-// end; empty for one that is not set or too long to be a name.
-const char* ValueOf(const char* name, size_t length) {
-    char variable[kVariableSize];
-    if (length >= sizeof variable) return "";
-    std::memcpy(variable, name, length);
-    variable[length] = '\0';
-    char* value = DLLGetEnv(variable);
-    if (value == nullptr) return "";
-    const size_t valueLength = std::strlen(value);
-    if (valueLength != 0 && IsSeparator(value[valueLength - 1])) value[valueLength - 1] = '\0';
-    return value;
+// A copy of a variable's value, since a callback of an allocation may ask for another one;
+// empty for one that is not set.
+struct Variable {
+    explicit Variable(const char* name) {
+        const char* found = DLLGetEnv(name);
+        std::snprintf(value, sizeof value, "%s", found == nullptr ? "" : found);
+    }
+    char value[vr::kEnvironmentValueSize];
+};
+
+// The value of the variable whose name stands in `name`, less one separator at its end;
+// empty for one that is too long to be a name.
+Variable ValueOf(const char* name, size_t length) {
+    char zeroEnded[kVariableSize] = "";
+    if (length < sizeof zeroEnded) std::memcpy(zeroEnded, name, length);
+    Variable variable(zeroEnded);
+    const size_t valueLength = std::strlen(variable.value);
+    if (valueLength != 0 && IsSeparator(variable.value[valueLength - 1])) {
+        variable.value[valueLength - 1] = '\0';
+    }
+    return variable;
 }
 
 // `name` begins with a dollar sign; the result is a new string.
@@ -81,11 +91,11 @@ VrString Expand(VrString name) {
         ++variable;
     const char* rest = std::find_if(variable, end, IsSeparator);
 
-    const char* value = ValueOf(variable, static_cast<size_t>(rest - variable));
-    const size_t valueLength = std::strlen(value);
+    const Variable found = ValueOf(variable, static_cast<size_t>(rest - variable));
+    const size_t valueLength = std::strlen(found.value);
     const auto restLength = static_cast<size_t>(end - rest);
     VrString expanded = alloc_string(static_cast<uint32_t>(valueLength + restLength));
-    if (valueLength != 0) std::memcpy(VrStrText(expanded), value, valueLength);
+    if (valueLength != 0) std::memcpy(VrStrText(expanded), found.value, valueLength);
     if (restLength != 0) std::memcpy(VrStrText(expanded) + valueLength, rest, restLength);
     return expanded;
 }
@@ -93,8 +103,8 @@ VrString Expand(VrString name) {
 }  // namespace
 
 VrString EnvironPrintPath() {
-    const char* path = DLLGetEnv("VRLPRINTPATH");
-    return StrToVrStr(path == nullptr || *path == '\0' ? "PRINT" : path);
+    const Variable path("VRLPRINTPATH");
+    return StrToVrStr(*path.value == '\0' ? "PRINT" : path.value);
 }
 
 VrString EnvironPrintDataPath() {

@@ -19,9 +19,8 @@
 namespace {
 
 constexpr size_t kFileValueSize = 256;
-constexpr uint32_t kEnvironmentValueSize = 8192;
 
-char environmentValue[kEnvironmentValueSize];
+char environmentValue[vr::kEnvironmentValueSize];
 
 const char* PassSpace(const char* p) {
     while (vr::IsSpace(*p))
@@ -131,7 +130,8 @@ char* IniGetSection(const char* section) {
 
 char* DLLGetEnv(const char* name) {
     environmentValue[0] = '\0';
-    if (GetEnvironmentVariableA(name, environmentValue, kEnvironmentValueSize) == 0) return nullptr;
+    if (GetEnvironmentVariableA(name, environmentValue, vr::kEnvironmentValueSize) == 0)
+        return nullptr;
     return environmentValue;
 }
 

@@ -9,6 +9,8 @@ namespace vr {
 
 constexpr size_t kSettingSize = 260;  // a value with its zero, from whichever layer
 
+constexpr uint32_t kEnvironmentValueSize = 8192;  // of DLLGetEnv, with its zero
+
 // The start routine. It runs before the allocator is up, so it takes its memory from
 // the platform.
 void StartSettings(const UtilInitRecord& record);

@@ -18,12 +18,12 @@ void Append(VrChunkChain& chain, VrChunk* chunk) {
 // No sum passes 32 bits: at most 2^31 + 15 bytes are needed. A unit of 2^31 - 15 bytes or
 // less adds fewer than that when they are rounded up, and of a larger one two are enough.
 // What no block can have is refused by the allocator.
-VrChunk* NewChunk(int32_t unitSize, int32_t size) {
+VrChunk* NewChunk(int32_t unitSize, int32_t size, const char* tag) {
     const uint32_t needed = sizeof(VrChunk) + static_cast<uint32_t>(size);
     const auto unit = static_cast<uint32_t>(unitSize);
     const uint32_t units = (needed - 1) / unit + 1;
     const uint32_t bytes = units * unit;
-    auto* chunk = static_cast<VrChunk*>(alloc_memory(bytes));
+    auto* chunk = static_cast<VrChunk*>(_alloc_memory(bytes, tag, __LINE__));
     chunk->units = static_cast<int32_t>(units);
     chunk->room = static_cast<int32_t>(bytes - sizeof(VrChunk));
     chunk->lastByte = reinterpret_cast<unsigned char*>(chunk + 1) - 1;
@@ -32,10 +32,10 @@ VrChunk* NewChunk(int32_t unitSize, int32_t size) {
 
 }  // namespace
 
-void* vr::TakePiece(VrChunkChain& chain, int32_t unitSize, int32_t size) {
+void* vr::TakePiece(VrChunkChain& chain, int32_t unitSize, int32_t size, const char* tag) {
     if (size <= 0) return nullptr;
     if (chain.last == nullptr || size > chain.last->room) {
-        Append(chain, NewChunk(unitSize, size));
+        Append(chain, NewChunk(unitSize, size, tag));
     }
     VrChunk& chunk = *chain.last;
     unsigned char* piece = chunk.lastByte + 1;

@@ -54,7 +54,7 @@ void vrHeapDestroyAll() {
 }
 
 void* vrHeapAlloc(VrHeap* heap, int32_t size) {
-    return heap == nullptr ? nullptr : vr::TakePiece(heap->chunks, kVrHeapUnit, size);
+    return heap == nullptr ? nullptr : vr::TakePiece(heap->chunks, kVrHeapUnit, size, VR_MODULE);
 }
 
 char* vrHeapWriteStr(VrHeap* heap, const char* text) {

@@ -40,7 +40,7 @@ void MemBufDestroy(MemBuf* buffer) {
 
 void* MemBufAlloc(MemBuf* buffer, int32_t size) {
     if (buffer == nullptr) return nullptr;
-    return vr::TakePiece(buffer->chunks, buffer->unitSize, size);
+    return vr::TakePiece(buffer->chunks, buffer->unitSize, size, VR_MODULE);
 }
 
 int32_t MemBufSize(const MemBuf* buffer, int32_t* reserved) {

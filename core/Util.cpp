@@ -44,10 +44,14 @@ struct {
 
 VrExitRoutine exitChain[kVrExitChainSlots];
 int32_t exitCount = 0;  // slots taken; UtilInit empties the slots and leaves this
+int32_t exitsLeft = 0;  // slots whose turn is still to come while VrExit runs
 
+// A routine may end the run itself, for want of memory say, and then never return. The
+// place in the chain is kept outside the call, so that the inner VrExit runs what is left.
 void RunExitChain() {
-    for (int32_t i = exitCount - 1; i >= 0; --i) {
-        if (exitChain[i] != nullptr) exitChain[i]();
+    while (exitsLeft > 0) {
+        const VrExitRoutine routine = exitChain[--exitsLeft];
+        if (routine != nullptr) routine();
     }
 }
 
@@ -70,12 +74,11 @@ void VrExitAdd(VrExitRoutine routine) {
     exitChain[exitCount++] = routine;
 }
 
-// The flag also keeps the chain from running twice: its routines give back what
-// they hold and need not clear it.
+// The chain runs once: its routines give back what they hold and need not clear it.
 void VrExit(int32_t code) {
-    const bool first = inExit == 0;
+    if (inExit == 0) exitsLeft = exitCount;
     inExit = 1;
-    if (first) RunExitChain();
+    RunExitChain();
 
     const int32_t launcher = GetEnvironLauncher();
     if (launcher == kVrLauncherExe && code != 0) ExitProcess(static_cast<uint32_t>(code));

@@ -64,16 +64,19 @@ void* ResizePlatformBlock(void* payload, uint32_t size, const char* tag, int32_t
     return static_cast<char*>(block) + header;
 }
 
-// Editing trusts capacity, length and memo. A block of fewer than four bytes has not
-// even the length word.
+// Editing trusts capacity, length and memo. The spare byte holds the zero, so all bytes but
+// the length word are text; a block of fewer than four bytes has not even that word.
 void FitLongString(void* payload, uint32_t size) {
-    const uint32_t capacity = size > vr::kStringOverhead ? size - vr::kStringOverhead : 0;
-    vr::LongHeaderOf(payload).memo = {};
-    vr::LongHeaderOf(payload).capacity = capacity;
     auto s = static_cast<VrString>(payload);
-    if (size < sizeof s->length || s->length <= static_cast<int32_t>(capacity)) return;
-    s->length = static_cast<int32_t>(capacity);
-    VrStrText(s)[capacity] = 0;
+    vr::LongHeader& header = vr::LongHeaderOf(payload);
+    header.capacity = size > sizeof s->length ? size - sizeof s->length : 0;
+    if (size < sizeof s->length) return;
+    if (s->length > static_cast<int32_t>(header.capacity)) {
+        s->length = static_cast<int32_t>(header.capacity);
+        VrStrText(s)[header.capacity] = 0;
+    }
+    const int32_t end = s->length + static_cast<int32_t>(sizeof s->length);  // as a cursor
+    if (header.memo.cursor > end) header.memo = {};
 }
 
 void* MoveSlotToLargeBlock(void* slot, uint32_t size, const char* tag, int32_t line) {

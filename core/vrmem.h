@@ -87,8 +87,7 @@ void* TakeSlot(uint32_t size);
 void GiveSlotBack(void* payload);
 uint32_t SlotSize(void* payload);
 
-// Runs the callbacks of a kind. One that needs of itself what is short does not run
-// them again, which might never come to an end.
+// Runs the callbacks of a kind, except those that are running already.
 void RaiseCallbacks(int32_t kind);
 
 // The reserves (vrmem_recovery.cpp).

@@ -1,6 +1,8 @@
 // The callback lists: who wants to hear when memory is short, when the run ends
 // for lack of it, or when too many files are open. Each kind has ten slots, and an
-// empty slot is one without a routine, so the lists need no start-up.
+// empty slot is one without a routine, so the lists need no start-up. A routine that runs
+// short itself is not called again before it has returned, which might never end; the
+// others of its kind are.
 
 #include "core/vrmem.h"
 
@@ -9,6 +11,7 @@ namespace {
 struct Slot {
     MemCallback routine;
     VrWord data;
+    bool isRunning;  // a routine of this slot was called and has not returned
 };
 
 using Slots = Slot[kVrCallbackSlots];
@@ -26,26 +29,32 @@ Slot* FindSlot(Slots& slots, MemCallback routine, VrWord data) {
     return nullptr;
 }
 
+void Fill(Slot& slot, MemCallback routine, VrWord data) {
+    slot.routine = routine;
+    slot.data = data;
+}
+
 }  // namespace
 
 void vr::RaiseCallbacks(int32_t kind) {
-    static bool raising[kVrCallbackKinds];
-    if (raising[kind]) return;
-    raising[kind] = true;
-    MemCallCallbacks(kind, 0);
-    raising[kind] = false;
+    for (Slot& slot : lists[kind]) {
+        if (slot.routine == nullptr || slot.isRunning) continue;
+        slot.isRunning = true;
+        slot.routine(slot.data, 0);
+        slot.isRunning = false;
+    }
 }
 
 int32_t MemAddCallback(int32_t kind, MemCallback routine, VrWord data) {
     if (!IsKind(kind)) return -1;
     if (routine == nullptr) return 1;
-    if (Slot* empty = FindSlot(lists[kind], nullptr, 0)) *empty = {routine, data};
+    if (Slot* empty = FindSlot(lists[kind], nullptr, 0)) Fill(*empty, routine, data);
     return 1;
 }
 
 int32_t MemRemoveCallback(int32_t kind, MemCallback routine, VrWord data) {
     if (!IsKind(kind)) return -1;
-    if (Slot* slot = FindSlot(lists[kind], routine, data)) *slot = {};
+    if (Slot* slot = FindSlot(lists[kind], routine, data)) Fill(*slot, nullptr, 0);
     return 1;
 }
 

@@ -1,6 +1,6 @@
 // Field records: the walk over a field list leads through a record, gathering into a
 // buffer or writing through the one editor of dynamic arrays. A list that is short
-// enough for any of its attributes to fit is walked in a static buffer.
+// enough for any of its attributes to fit is walked without allocating them.
 
 #define VR_MODULE "Vrstr"
 
@@ -16,19 +16,17 @@
 
 namespace {
 
-constexpr uint32_t kSharedBufferSize = 1000;
+constexpr uint32_t kAttributeBufferSize = 1000;
 constexpr uint32_t kEntryBufferSize = 100;
-constexpr int32_t kFirstLengthTooLong = 992;  // for the shared buffer
+constexpr int32_t kFirstLengthTooLong = 992;  // for that buffer
 constexpr int32_t kGatherStep = 4000;
 
-char sharedBuffer[kSharedBufferSize];
-
-// Attribute after attribute of a list, in the shared buffer or allocated. What `next`
-// gave is good until the next call.
+// Attribute after attribute of a list, in the walk's own buffer or allocated. A result of
+// Next is good until the next call.
 class ListWalk {
 public:
     explicit ListWalk(VrString list)
-        : list_(list), size_(vr::LengthOf(list) < kFirstLengthTooLong ? kSharedBufferSize : 0) {}
+        : list_(list), size_(vr::LengthOf(list) < kFirstLengthTooLong ? kAttributeBufferSize : 0) {}
     ~ListWalk() {
         Release();
     }
@@ -40,7 +38,7 @@ public:
     }
     VrString Next() {
         Release();
-        if (size_ != 0) current_ = reinterpret_cast<VrString>(sharedBuffer);
+        if (size_ != 0) current_ = reinterpret_cast<VrString>(buffer_);
         cursor_ = UtilGetNextAttribute(list_, cursor_, &current_, size_);
         return current_;
     }
@@ -54,6 +52,7 @@ private:
     uint32_t size_;
     int32_t cursor_ = kVrFirstCursor;
     VrString current_ = nullptr;
+    char buffer_[kAttributeBufferSize];
 };
 
 int32_t NumberOf(VrString text) {

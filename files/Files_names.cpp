@@ -139,13 +139,13 @@ VrString OsFileLongName(VrString name, const char* extension) {
 }
 
 VrString GetUniqueFileName(const char* prefix) {
-    static char nameTemplate[kTemplateSize];
+    char nameTemplate[kTemplateSize];
     const int wanted = std::snprintf(nameTemplate, sizeof nameTemplate, "%sXXXXXX", prefix);
     return UniqueNameFrom(nameTemplate, wanted);
 }
 
 VrString GetUniqueTempFileName(const char* prefix) {
-    static char nameTemplate[kTemplateSize];
+    char nameTemplate[kTemplateSize];
     const char* directory = DLLGetEnv("VRLTEMP");
     if (directory == nullptr) return GetUniqueFileName(prefix);
     if (*directory == '\0') return vr::NullString();  // too long to be read

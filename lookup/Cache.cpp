@@ -27,23 +27,9 @@ constexpr size_t kFirstNameOffset = 18;
 constexpr size_t kSecondNameOffset = 22;
 constexpr int32_t kNoSuchItem = 32;
 
-bool releaseMode = false;  // of the process: set while bodies are released
-
-// A host's routine may run short of memory, and so start a release within another.
-class ReleaseScope {
-public:
-    ReleaseScope() {
-        releaseMode = true;
-    }
-    ~ReleaseScope() {
-        releaseMode = before_;
-    }
-    ReleaseScope(const ReleaseScope&) = delete;
-    ReleaseScope& operator=(const ReleaseScope&) = delete;
-
-private:
-    bool before_ = releaseMode;
-};
+// Of the process: set while bodies are released, but not while a host's routine runs, which
+// may end items of other caches, run short of memory, or end the run.
+bool releaseMode = false;
 
 CacheItem* ItemOf(VrWord value) {
     return reinterpret_cast<CacheItem*>(value);
@@ -53,8 +39,8 @@ CacheItem* Find(const Cache* cache, const char* name) {
     return cache == nullptr ? nullptr : ItemOf(HashTableLookup(cache->table, name));
 }
 
-int32_t Now() {
-    return static_cast<int32_t>(ClockSeconds());
+uint32_t Now() {
+    return static_cast<uint32_t>(ClockSeconds());
 }
 
 int32_t LimitOfEnvironment() {
@@ -74,18 +60,22 @@ void UncountBody(Cache& cache, CacheItem& item) {
     cache.used = std::max(cache.used - item.size, 0);
 }
 
-// Without a release routine nobody can drop a body, and the item stays as it is. A host's
-// routine that runs short of memory starts a release within this one, which must not find
-// the same body again: it is counted out before.
+// Without a release routine nobody can drop a body, and the item stays as it is. A routine
+// that runs short of memory starts a release within this one, which leaves the item in hand.
 void ReleaseBody(Cache& cache, CacheItem& item) {
-    if (cache.release == nullptr || item.resident == 0) return;
-    UncountBody(cache, item);
+    if (cache.release == nullptr || item.resident == 0 || item.inHand != 0) return;
+    item.inHand = 1;
+    releaseMode = false;
     cache.release(item.object, cache.owner);
+    releaseMode = true;
+    item.inHand = 0;
+    UncountBody(cache, item);
 }
 
 void EndItem(Cache& cache, CacheItem* item) {
-    UncountBody(cache, *item);
+    item->inHand = 1;
     if (cache.destroy != nullptr) cache.destroy(item->object, cache.owner);
+    UncountBody(cache, *item);
     free_mem(&item->key);
     free_mem(&item);
 }
@@ -108,8 +98,9 @@ int32_t SelectReleasable(VrWord value, VrWord) {
 }
 
 void ReleaseAll(VrWord data, VrWord) {
-    const ReleaseScope scope;
+    releaseMode = true;
     vr::HashTableReleaseItems(reinterpret_cast<Cache*>(data)->table, SelectReleasable, 0);
+    releaseMode = false;
 }
 
 // Adds the item to the list and selects nothing.
@@ -138,11 +129,12 @@ void ReleaseListed(Cache& cache, VrString items) {
     auto* const first = reinterpret_cast<CacheItem**>(VrStrText(items));
     auto* const end = reinterpret_cast<CacheItem**>(VrStrText(items) + items->length);
     std::sort(first, end, [](const CacheItem* a, const CacheItem* b) { return a->time < b->time; });
-    const ReleaseScope scope;
+    releaseMode = true;
     for (CacheItem** item = first; item != end && !GoalIsReached(cache); ++item) {
         if (!MayBeReleased(**item)) continue;
         vr::HashTableReleaseEntry(cache.table, (*item)->key, reinterpret_cast<VrWord>(*item));
     }
+    releaseMode = false;
 }
 
 void Evict(Cache& cache) {
@@ -171,12 +163,16 @@ void Remove(Cache& cache, const CacheItem* item) {
     HashTableRemove(cache.table, item->key, reinterpret_cast<VrWord>(item));
 }
 
+const char* TextOf(const char* name) {
+    return name == nullptr ? "" : name;
+}
+
 // A name text in the host's record; empty without one.
 const char* NameOf(const CacheItem& item, size_t offset) {
     if (item.object == 0) return "";
     const char* name = nullptr;
     std::memcpy(&name, reinterpret_cast<const char*>(item.object) + offset, sizeof name);
-    return name == nullptr ? "" : name;
+    return TextOf(name);
 }
 
 struct NameMatch {
@@ -287,7 +283,7 @@ void CacheClassDrop(Cache* cache, const char* name) {
 
 int32_t CacheRemoveItems(Cache* cache, const char* first, const char* second, int32_t mark) {
     if (cache == nullptr) return 0;
-    const NameMatch match = {first, second, mark};
+    const NameMatch match = {TextOf(first), TextOf(second), mark};
     HashTableRemoveItems(cache->table, SelectMatching, reinterpret_cast<VrWord>(&match));
     return 0;
 }

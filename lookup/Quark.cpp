@@ -32,6 +32,7 @@ void FreeQuarks() {
     HashTableDestroy(numbers);
     numbers = nullptr;
     free_mem(&texts);
+    capacity = 0;
     nextQuark = 1;
 }
 

@@ -6,6 +6,7 @@
 
 #include "lookup/Tbl.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <cstring>
 
@@ -48,10 +49,14 @@ unsigned char* NewArray(int32_t length, int32_t size) {
     return static_cast<unsigned char*>(alloc_memory(vr::Saturated(bytes)));
 }
 
-int32_t Take(Tbl& table, int32_t slot) {
+void Take(Tbl& table, int32_t slot) {
     MarkOf(table, slot) = kTaken;
     ++table.used;
-    if (table.used > table.maximum) table.maximum = table.used;
+}
+
+int32_t TakeFree(Tbl& table, int32_t slot) {
+    Take(table, slot);
+    table.maximum = std::max(table.maximum, table.used);
     return slot;
 }
 
@@ -67,7 +72,9 @@ int32_t TakeInGrownTable(int32_t handle) {
     table->base = base;
     table->length = oldLength + kSlotsPerStep;
     free_mem(&oldBase);
-    return Take(*table, oldLength);
+    Take(*table, oldLength);
+    ++table->maximum;
+    return oldLength;
 }
 
 void FreeParts(const Tbl& table) {
@@ -152,7 +159,7 @@ int32_t TblAllocHnd(int32_t table) {
     Tbl* record = Find(table);
     if (record == nullptr) return -1;
     for (int32_t slot = 0; slot < record->length; ++slot) {
-        if (MarkOf(*record, slot) == 0) return Take(*record, slot);
+        if (MarkOf(*record, slot) == 0) return TakeFree(*record, slot);
     }
     return TakeInGrownTable(table);
 }

@@ -103,7 +103,9 @@ void ShowFailure(const char* line, uint32_t number) {
     MessageBoxA(nullptr, text, EnvironProduct(), MB_OK);
 }
 
-// Starts the line; `shown` is the one that a failure tells.
+// Starts the line; a failure shows `shown`. No memory is taken here: a shortage could end the
+// run while a batch file waits to be deleted, and its callbacks may use the scratch area
+// that the line may stand in.
 bool Start(const char* line, const CommandLine& shown, int32_t windowMode,
            ProcessInformation& process) {
     if (!shown.fits) {
@@ -116,12 +118,11 @@ bool Start(const char* line, const CommandLine& shown, int32_t windowMode,
         startup.flags = STARTF_USESHOWWINDOW;
         startup.showWindow = static_cast<uint16_t>(windowMode);
     }
-    char* writable = dup_str(line);
+    char writable[kVrScratchSize];
+    std::snprintf(writable, sizeof writable, "%s", line);
     const bool started = CreateProcessA(nullptr, writable, nullptr, nullptr, 0, 0, nullptr, nullptr,
                                         &startup, &process) != 0;
-    const uint32_t error = started ? 0 : GetLastError();
-    free_mem(&writable);
-    if (!started) ShowFailure(shown.text, error);
+    if (!started) ShowFailure(shown.text, GetLastError());
     return started;
 }
 

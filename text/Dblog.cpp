@@ -45,6 +45,7 @@ const char* TextOf(VrString s) {
 
 void Write(const char* format, va_list values) {
     const int wanted = std::vsnprintf(line, kLineSize, format, values);
+    if (wanted < 0) return;  // nothing was formatted
     OsWrite(logHandle, line, std::min(static_cast<uint32_t>(wanted), kLineSize - 1));
 }
 
@@ -159,6 +160,7 @@ void VrdbLogTimeMes1(const char* name, int32_t milliseconds) {
 }
 
 void VrdbLogBTRVMes(int32_t operation, int32_t status) {
+    if ((level & (kDetails | kBtrvErrors)) == 0) return;
     Log(kDetails, kBtrvFormat, operation, status);
     if (IsError(status)) Log(kBtrvErrors, kBtrvFormat, operation, status);
 }

@@ -40,14 +40,16 @@ typedef struct CacheItem {
     VrWord object;         /* the body's address, or what the host knows it by */
     char* key;             /* the name, which belongs to the item */
     VrWord program;        /* the program that the item belongs to, any word */
-    int32_t time;          /* of the last install, in seconds */
+    uint32_t time;         /* of the last install, in seconds since 1970 */
     int32_t stackCount;    /* uses that hold the body */
     int32_t classUseCount; /* uses that hold the item */
     uint8_t pending;       /* was in use when it was to be removed; keeps its body */
     uint8_t resident;      /* its body counts in `used` */
+    uint8_t inHand;        /* a routine of the host runs for it */
+    uint8_t unused;        /* 0 */
     int32_t size;          /* bytes of the body */
 } CacheItem;
-VR_STATIC_ASSERT(sizeof(CacheItem) == 32, "two bytes before the last word, and two unused");
+VR_STATIC_ASSERT(sizeof(CacheItem) == 32, "four bytes before the last word");
 
 VR_BEGIN
 

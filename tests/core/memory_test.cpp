@@ -59,12 +59,15 @@ TEST_F(LibraryTest, WhatIsNoBlock) {
 }
 
 TEST_F(LibraryTest, ReallocOfALongStringKeepsItsHeaderTrue) {
-    for (const auto& [size, length] : {std::pair(1005u, 200), {105, 100}, {4, 0}}) {
+    const std::tuple<uint32_t, int32_t, int32_t> cases[] = {
+        {1004, 200, 7}, {204, 200, 7}, {203, 199, 7}, {154, 150, 7}, {153, 149, 0}, {4, 0, 0}};
+    for (const auto& [size, length, memo] : cases) {
         VrString s = StringOfBytes(std::string(200, 'a'));
-        HeaderOf(s).memoAttribute = 1;
+        HeaderOf(s).memoAttribute = 7;
+        HeaderOf(s).memoCursor = 154;  // the end of a text of 150 bytes
         s = static_cast<VrString>(realloc_mem(s, size));
-        EXPECT_EQ(HeaderOf(s).capacity, std::max(int32_t(size) - 5, 0));
-        EXPECT_EQ(HeaderOf(s).memoAttribute, 0);
+        EXPECT_EQ(HeaderOf(s).capacity, int32_t(size) - 4);
+        EXPECT_EQ(HeaderOf(s).memoAttribute, memo) << size;
         EXPECT_EQ(BytesOf(s), std::string(size_t(length), 'a'));
         EXPECT_EQ(VrStrText(s)[length], 0);
         free_mem(&s);
