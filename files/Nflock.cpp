@@ -2,6 +2,11 @@
 // directory; holding the key is holding that byte. The table has an entry for each
 // lock file with the keys that this process holds in it. The lock file's handle is
 // pinned in the pool while a key is held, since closing it would drop the locks.
+//
+// To open the file may run callbacks of a host, and so may each allocation. They may use the
+// lock manager: register files, so that the table moves, take keys of the very entry, or give
+// its last registration back. So an entry is named by its index across such a step, looked at
+// afresh after it, and stays while a call uses it.
 
 #define VR_MODULE "Nflock"
 
@@ -26,11 +31,18 @@ constexpr int32_t kLockFilePermission = kPermissionRead | kPermissionWrite;
 constexpr int32_t kEntriesPerStep = 5;
 constexpr int32_t kKeysPerStep = 5;
 constexpr int32_t kMostEntries = 0xFFFF;  // that the high half of a handle can name
-constexpr int32_t kTableFull = -1;
-constexpr int32_t kNoHandle = -1;
+constexpr int32_t kNone = -1;             // no index, no handle
 constexpr uint32_t kHashFactor = 31;
 constexpr uint32_t kTestPosition = 0;
-constexpr int32_t kHeldElsewhere = 1;
+
+// As the interface has them. The negative ones are those of OsOpen.
+enum class Result : int32_t {
+    Done = 0,
+    HeldElsewhere = 1,
+    NotGivenBack = 1,  // not held, or the system refused to unlock it
+    Failed = -1,
+    TooManyOpenFiles = -2,
+};
 
 struct HeldKey {
     uint32_t position;
@@ -38,12 +50,13 @@ struct HeldKey {
 };
 
 struct LockFileEntry {
-    int32_t registerCount;  // 0 marks a free entry
+    int32_t registerCount;
+    int32_t calls;  // that use the entry now; an end of the run leaves them open
     int32_t heldCount;
     int32_t keyCapacity;
     HeldKey* keys;  // in the order in which they were taken
     vr::OsPoolHandle pooled;
-    int32_t handle;  // while a key is held
+    int32_t handle;  // while the file is pinned, which a held key and a call may need
 };
 
 LockFileEntry* entries = nullptr;
@@ -61,21 +74,45 @@ uint32_t KeyPosition(VrLockHandle handle, VrString key) {
                 key->length > 0 ? static_cast<size_t>(key->length) : 0);
 }
 
-constexpr int32_t kBadHandle = -1;
+bool IsFree(const LockFileEntry& entry) {
+    return entry.registerCount == 0 && entry.calls == 0;
+}
 
-// The entry's index, or kBadHandle.
+// The entry's index, or kNone for a bad handle.
 int32_t IndexOf(VrLockHandle handle) {
     const auto index = static_cast<int32_t>(handle >> 16) - 1;
-    if (index < 0 || index >= entryCount || entries[index].registerCount == 0) return kBadHandle;
+    if (index < 0 || index >= entryCount || entries[index].registerCount == 0) return kNone;
     return index;
 }
 
-// Makes room for `step` more zeroed elements.
 template <typename T>
-void Grow(T*& array, int32_t& capacity, int32_t step) {
-    const auto size = static_cast<uint32_t>(capacity + step) * static_cast<uint32_t>(sizeof(T));
-    array = static_cast<T*>(array == nullptr ? alloc_memory(size) : realloc_mem(array, size));
-    capacity += step;
+T* NewArray(int32_t capacity) {
+    return static_cast<T*>(
+        alloc_memory(static_cast<uint32_t>(capacity) * static_cast<uint32_t>(sizeof(T))));
+}
+
+// Puts the larger array in the place of the one that is there, unless a callback of its
+// allocation has made that one as large.
+template <typename T>
+void Replace(T*& array, int32_t& capacity, T* larger, int32_t largerCapacity) {
+    if (capacity < largerCapacity) {
+        std::copy_n(array, capacity, larger);
+        std::swap(array, larger);
+        capacity = largerCapacity;
+    }
+    free_mem(&larger);
+}
+
+void GrowTable() {
+    const int32_t capacity = entryCount + kEntriesPerStep;
+    auto* larger = NewArray<LockFileEntry>(capacity);
+    Replace(entries, entryCount, larger, capacity);
+}
+
+void GrowKeys(int32_t index) {
+    const int32_t capacity = entries[index].keyCapacity + kKeysPerStep;
+    auto* larger = NewArray<HeldKey>(capacity);
+    Replace(entries[index].keys, entries[index].keyCapacity, larger, capacity);
 }
 
 HeldKey* FindKey(LockFileEntry& entry, uint32_t position) {
@@ -83,11 +120,6 @@ HeldKey* FindKey(LockFileEntry& entry, uint32_t position) {
     HeldKey* key = std::find_if(
         entry.keys, end, [position](const HeldKey& held) { return held.position == position; });
     return key == end ? nullptr : key;
-}
-
-int32_t Release(LockFileEntry& entry) {
-    entry.handle = kNoHandle;
-    return vr::OsPoolRelease(entry.pooled);
 }
 
 bool LockByte(const LockFileEntry& entry, uint32_t position) {
@@ -98,73 +130,110 @@ bool UnlockByte(const LockFileEntry& entry, uint32_t position) {
     return UnlockFile(FileSystemHandle(entry.handle), position, 0, 1, 0) != 0;
 }
 
-// 0 when the byte is locked, or the file system has no locks; 1 when somebody else
-// has it and the caller does not wait; -1 otherwise.
-int32_t ObtainByte(const LockFileEntry& entry, uint32_t position, bool wait) {
+// A file system without locks grants everything.
+Result ObtainByte(const LockFileEntry& entry, uint32_t position, bool wait) {
     while (!LockByte(entry, position)) {
-        if (errno == kErrorInvalid) return 0;
-        if (errno != kErrorAccessDenied && errno != kErrorDeadlock) return -1;
-        if (!wait) return kHeldElsewhere;
+        if (errno == kErrorInvalid) return Result::Done;
+        if (errno != kErrorAccessDenied && errno != kErrorDeadlock) return Result::Failed;
+        if (!wait) return Result::HeldElsewhere;
     }
-    return 0;
+    return Result::Done;
 }
 
-// The file is pinned while a key is held. To open it again may run callbacks of a host,
-// which may register files, so that the table moves, or take keys of this one.
-int32_t Pin(int32_t index) {
-    if (entries[index].heldCount != 0) return 0;
-    int32_t handle = kNoHandle;
-    const int32_t pinned = vr::OsPoolAcquire(entries[index].pooled, &handle);
-    if (pinned != 0) return pinned;
-    if (entries[index].heldCount != 0) return vr::OsPoolRelease(entries[index].pooled);
-    entries[index].handle = handle;
-    return 0;
+// A lock on a file that no name leads to excludes nobody, so the file is made anew. While it
+// is pinned it stays: to close it would drop the keys.
+Result RenewIfDeleted(int32_t index) {
+    const LockFileEntry& entry = entries[index];
+    if (entry.handle != kNone || !vr::OsPoolIsDeleted(entry.pooled)) return Result::Done;
+    return static_cast<Result>(vr::OsPoolRenew(entry.pooled, kLockFileFlags, kLockFilePermission));
 }
 
-int32_t TakePosition(int32_t index, uint32_t position, bool wait) {
-    const int32_t pinned = Pin(index);
-    if (pinned != 0) return pinned;
-    LockFileEntry& entry = entries[index];
-    if (HeldKey* held = FindKey(entry, position)) {
-        ++held->count;
-        return 0;
+Result Pin(int32_t index) {
+    const vr::OsPoolHandle pooled = entries[index].pooled;
+    int32_t handle = kNone;
+    const Result renewed = RenewIfDeleted(index);
+    if (renewed != Result::Done) return renewed;
+    const auto opened = static_cast<Result>(vr::OsPoolAcquire(pooled, &handle));
+    if (opened != Result::Done) return opened;
+    if (entries[index].handle == kNone) {
+        entries[index].handle = handle;
+    } else {
+        vr::OsPoolRelease(pooled);  // a callback has pinned it
     }
-    if (entry.heldCount == entry.keyCapacity) Grow(entry.keys, entry.keyCapacity, kKeysPerStep);
-    const int32_t result = ObtainByte(entry, position, wait);
-    if (result == 0) {
-        entry.keys[entry.heldCount++] = {position, 1};
-    } else if (entry.heldCount == 0) {
-        Release(entry);
+    return Result::Done;
+}
+
+Result Unpin(LockFileEntry& entry) {
+    if (entry.handle == kNone) return Result::Done;
+    entry.handle = kNone;
+    return static_cast<Result>(vr::OsPoolRelease(entry.pooled));
+}
+
+Result UnpinIfIdle(LockFileEntry& entry) {
+    return entry.heldCount == 0 && entry.calls == 0 ? Unpin(entry) : Result::Done;
+}
+
+// What runs callbacks is done first, and then looked at afresh.
+Result TakePosition(int32_t index, uint32_t position, bool wait) {
+    for (;;) {
+        LockFileEntry& entry = entries[index];
+        if (HeldKey* held = FindKey(entry, position)) {
+            ++held->count;
+            return Result::Done;
+        }
+        if (entry.heldCount == entry.keyCapacity) {
+            GrowKeys(index);
+        } else if (entry.handle == kNone) {
+            const Result pinned = Pin(index);
+            if (pinned != Result::Done) return pinned;
+        } else {
+            const Result result = ObtainByte(entry, position, wait);
+            if (result == Result::Done) entry.keys[entry.heldCount++] = {position, 1};
+            return result;
+        }
     }
-    return result;
 }
 
 // The key leaves the array even when the system refuses to unlock its byte.
-int32_t GivePositionBack(LockFileEntry& entry, uint32_t position) {
+Result GivePositionBack(LockFileEntry& entry, uint32_t position) {
     HeldKey* held = FindKey(entry, position);
-    if (held == nullptr) return 1;
-    if (--held->count != 0) return 0;
+    if (held == nullptr) return Result::NotGivenBack;
+    if (--held->count != 0) return Result::Done;
     std::copy(held + 1, entry.keys + entry.heldCount, held);
     --entry.heldCount;
     const bool unlocked = UnlockByte(entry, position);
-    const int32_t released = entry.heldCount == 0 ? Release(entry) : 0;
-    return unlocked ? released : 1;
+    const Result unpinned = UnpinIfIdle(entry);
+    return unlocked ? unpinned : Result::NotGivenBack;
 }
 
 void CloseEntry(LockFileEntry& entry) {
-    if (--entry.registerCount > 0) return;
     for (int32_t i = 0; i < entry.heldCount; ++i)
         UnlockByte(entry, entry.keys[i].position);
-    if (entry.heldCount != 0) Release(entry);
-    entry.heldCount = 0;
-    entry.keyCapacity = 0;
-    free_mem(&entry.keys);
+    Unpin(entry);
     vr::OsPoolClose(entry.pooled);
+    free_mem(&entry.keys);
+    entry = {};
 }
 
+// A call keeps its entry, though a callback may give the last registration back.
+void BeginCall(int32_t index) {
+    ++entries[index].calls;
+}
+
+void EndCall(int32_t index) {
+    LockFileEntry& entry = entries[index];
+    --entry.calls;
+    if (IsFree(entry)) {
+        CloseEntry(entry);
+    } else {
+        UnpinIfIdle(entry);
+    }
+}
+
+// The calls in progress do not come back from the end of the run, and hold nothing open.
 void CloseTable() {
     for (int32_t i = 0; i < entryCount; ++i) {
-        if (entries[i].registerCount != 0) CloseEntry(entries[i]);
+        if (!IsFree(entries[i]) && --entries[i].registerCount <= 0) CloseEntry(entries[i]);
     }
     free_mem(&entries);
     entryCount = 0;
@@ -175,62 +244,65 @@ bool HasName(const LockFileEntry& entry, const char* lockPath) {
     return vr::OsPoolName(entry.pooled, &name) == 0 && std::strcmp(name, lockPath) == 0;
 }
 
-// The entry of that lock file, or the first free one: the search goes no further.
+// The entry of that lock file, or the first free one: the search goes no further. kNone when
+// the table is full.
 int32_t FindOrGrow(const char* lockPath) {
-    int32_t index = 0;
-    while (index < entryCount && entries[index].registerCount != 0 &&
-           !HasName(entries[index], lockPath)) {
-        ++index;
+    for (;;) {
+        int32_t index = 0;
+        while (index < entryCount && !IsFree(entries[index]) && !HasName(entries[index], lockPath))
+            ++index;
+        if (index == kMostEntries) return kNone;
+        if (index < entryCount) return index;
+        GrowTable();
     }
-    if (index == kMostEntries) return kTableFull;
-    if (index == entryCount) Grow(entries, entryCount, kEntriesPerStep);
-    return index;
 }
 
-// Tells by taking a byte and giving it back whether the file can be locked at all.
-int32_t TestLocking(int32_t index) {
-    const int32_t taken = TakePosition(index, kTestPosition, false);
-    if (taken == kHeldElsewhere) return 0;
-    return taken == 0 ? GivePositionBack(entries[index], kTestPosition) : taken;
+// Takes a byte and gives it back, which says whether the file can be locked at all.
+Result TestLocking(int32_t index) {
+    BeginCall(index);
+    Result result = TakePosition(index, kTestPosition, false);
+    if (result == Result::Done)
+        result = GivePositionBack(entries[index], kTestPosition);
+    else if (result == Result::HeldElsewhere)
+        result = Result::Done;
+    EndCall(index);
+    return result;
 }
 
-void Discard(LockFileEntry& entry, const char* lockPath) {
-    vr::OsPoolClose(entry.pooled);
-    free_mem(&entry.keys);
-    entry.registerCount = 0;
-    FileDelete(lockPath);
-}
-
-bool IsFree(int32_t index) {
-    return index != kTableFull && entries[index].registerCount == 0;
-}
-
-int32_t Join(int32_t index) {
-    if (index == kTableFull) return kTableFull;
+Result Join(int32_t index) {
     ++entries[index].registerCount;
-    return 0;
+    BeginCall(index);
+    const Result renewed = RenewIfDeleted(index);
+    if (renewed != Result::Done) --entries[index].registerCount;
+    EndCall(index);
+    return renewed;
 }
 
-// The open may run callbacks that register files, this one's directory too, so the entry
-// is looked for again behind it.
-int32_t OpenEntry(const char* lockPath, int32_t* index) {
+// The open may run callbacks that register files, this one's directory too, so the entry is
+// looked for again after it.
+Result OpenEntry(const char* lockPath, int32_t* index) {
     vr::OsPoolHandle pooled = 0;
-    const int32_t opened = vr::OsPoolOpen(lockPath, kLockFileFlags, kLockFilePermission, &pooled);
-    if (opened != 0) return opened;
+    const auto opened =
+        static_cast<Result>(vr::OsPoolOpen(lockPath, kLockFileFlags, kLockFilePermission, &pooled));
+    if (opened != Result::Done) return opened;
     *index = FindOrGrow(lockPath);
-    if (!IsFree(*index)) {
+    if (*index == kNone || !IsFree(entries[*index])) {
         vr::OsPoolClose(pooled);
-        return Join(*index);
+        return *index == kNone ? Result::Failed : Join(*index);
     }
-    entries[*index] = {1, 0, 0, nullptr, pooled, kNoHandle};
-    const int32_t tested = TestLocking(*index);
-    if (tested != 0) Discard(entries[*index], lockPath);
+    entries[*index] = {1, 0, 0, 0, nullptr, pooled, kNone};
+    const Result tested = TestLocking(*index);
+    if (tested != Result::Done) {
+        vr::OsPoolDiscard(entries[*index].pooled);
+        CloseEntry(entries[*index]);
+    }
     return tested;
 }
 
-int32_t RegisterLockFile(const char* lockPath, int32_t* index) {
+Result RegisterLockFile(const char* lockPath, int32_t* index) {
     *index = FindOrGrow(lockPath);
-    return IsFree(*index) ? OpenEntry(lockPath, index) : Join(*index);
+    if (*index == kNone) return Result::Failed;
+    return IsFree(entries[*index]) ? OpenEntry(lockPath, index) : Join(*index);
 }
 
 }  // namespace
@@ -249,9 +321,9 @@ int32_t LockRegister(const char* path, VrLockHandle* handle) {
     std::memcpy(lockPath + directoryLength, kLockFileName, sizeof kLockFileName);
 
     int32_t index = 0;
-    const int32_t result = RegisterLockFile(lockPath, &index);
+    const Result result = RegisterLockFile(lockPath, &index);
     free_mem(&lockPath);
-    if (result != 0) return result;
+    if (result != Result::Done) return static_cast<int32_t>(result);
     const uint32_t fileWord =
         Hash(0, reinterpret_cast<const unsigned char*>(baseName), std::strlen(baseName)) & 0xFFFF;
     *handle = static_cast<uint32_t>(index + 1) << 16 | fileWord;
@@ -260,22 +332,25 @@ int32_t LockRegister(const char* path, VrLockHandle* handle) {
 
 int32_t LockLockKey(VrLockHandle handle, VrString key, VrWord, int32_t wait) {
     const int32_t index = IndexOf(handle);
-    if (index == kBadHandle) return -1;
-    ++entries[index].registerCount;  // a callback may deregister the file meanwhile
-    const int32_t result = TakePosition(index, KeyPosition(handle, key), wait != 0);
-    CloseEntry(entries[index]);
-    return IsFree(index) ? -1 : result;
+    if (index == kNone) return static_cast<int32_t>(Result::Failed);
+    BeginCall(index);
+    Result result = TakePosition(index, KeyPosition(handle, key), wait != 0);
+    if (entries[index].registerCount == 0) result = Result::Failed;
+    EndCall(index);
+    return static_cast<int32_t>(result);
 }
 
 int32_t LockUnlockKey(VrLockHandle handle, VrString key) {
     const int32_t index = IndexOf(handle);
-    if (index == kBadHandle) return -1;
-    return GivePositionBack(entries[index], KeyPosition(handle, key));
+    if (index == kNone) return static_cast<int32_t>(Result::Failed);
+    return static_cast<int32_t>(GivePositionBack(entries[index], KeyPosition(handle, key)));
 }
 
 int32_t LockDeregister(VrLockHandle handle) {
     const int32_t index = IndexOf(handle);
-    if (index == kBadHandle) return -1;
-    CloseEntry(entries[index]);
+    if (index == kNone) return static_cast<int32_t>(Result::Failed);
+    LockFileEntry& entry = entries[index];
+    --entry.registerCount;
+    if (IsFree(entry)) CloseEntry(entry);
     return 0;
 }

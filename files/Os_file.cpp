@@ -65,6 +65,25 @@ int32_t IdleTime(const OsPoolEntry& entry) {
     return static_cast<int32_t>(stampCounter - entry.stamp);
 }
 
+void Park(OsPoolEntry& entry) {
+    OsClose(entry.handle);
+    entry.handle = kNoHandle;
+}
+
+// The open may run callbacks of a host, which may have had the file opened again meanwhile.
+int32_t Reopen(vr::OsPoolHandle pooled, int32_t flags, int32_t permission) {
+    int32_t reopened = kNoHandle;
+    const int32_t result = OsOpen(entries[pooled - 1].name, flags, permission, &reopened);
+    if (result != 0) return result;
+    OsPoolEntry& entry = entries[pooled - 1];
+    if (entry.handle == kNoHandle) {
+        entry.handle = reopened;
+    } else {
+        OsClose(reopened);
+    }
+    return 0;
+}
+
 OsPoolEntry* LongestIdle() {
     OsPoolEntry* longest = nullptr;
     int32_t longestTime = 0;
@@ -111,24 +130,23 @@ int32_t vr::OsPoolOpen(const char* path, int32_t flags, int32_t permission, OsPo
     return 0;
 }
 
-// Such a callback may have had the file opened again meanwhile.
 int32_t vr::OsPoolAcquire(OsPoolHandle pooled, int32_t* handle) {
-    OsPoolEntry* entry = Find(pooled);
+    const OsPoolEntry* entry = Find(pooled);
     if (entry == nullptr) return -1;
     if (entry->handle == kNoHandle) {
-        int32_t reopened = kNoHandle;
-        const int32_t result = OsOpen(entry->name, entry->reopenFlags, 0, &reopened);
+        const int32_t result = Reopen(pooled, entry->reopenFlags, 0);
         if (result != 0) return result;
-        entry = &entries[pooled - 1];
-        if (entry->handle == kNoHandle) {
-            entry->handle = reopened;
-        } else {
-            OsClose(reopened);
-        }
     }
-    ++entry->users;
-    *handle = entry->handle;
+    ++entries[pooled - 1].users;
+    *handle = entries[pooled - 1].handle;
     return 0;
+}
+
+int32_t vr::OsPoolRenew(OsPoolHandle pooled, int32_t flags, int32_t permission) {
+    OsPoolEntry* entry = Find(pooled);
+    if (entry == nullptr) return -1;
+    if (entry->handle != kNoHandle) Park(*entry);
+    return Reopen(pooled, flags, permission);
 }
 
 int32_t vr::OsPoolRelease(OsPoolHandle pooled) {
@@ -138,6 +156,16 @@ int32_t vr::OsPoolRelease(OsPoolHandle pooled) {
     --entry->users;
     entry->stamp = NextStamp();
     return 0;
+}
+
+bool vr::OsPoolIsDeleted(OsPoolHandle pooled) {
+    const OsPoolEntry* entry = Find(pooled);
+    return entry != nullptr && entry->handle != kNoHandle && FileIsDeleted(entry->handle) != 0;
+}
+
+void vr::OsPoolDiscard(OsPoolHandle pooled) {
+    const OsPoolEntry* entry = Find(pooled);
+    if (entry != nullptr && entry->handle != kNoHandle) FileDiscard(entry->handle, entry->name);
 }
 
 int32_t vr::OsPoolName(OsPoolHandle pooled, const char** name) {
@@ -163,8 +191,7 @@ void vr::OsPoolReclaim(int32_t count, int32_t* closed) {
     while (done < count) {
         OsPoolEntry* entry = LongestIdle();
         if (entry == nullptr) break;
-        OsClose(entry->handle);
-        entry->handle = kNoHandle;
+        Park(*entry);
         ++done;
     }
     if (closed != nullptr) *closed = done;

@@ -1,6 +1,7 @@
 // The handle pool: files that stay known while their handles come and go.
 //
-// All calls give 0, or -1 for a pool handle that is out of the table or free.
+// Calls that say nothing else return 0, or -1 for a pool handle that is out of the table or
+// free.
 #ifndef FILES_OS_FILE_H
 #define FILES_OS_FILE_H
 
@@ -22,6 +23,16 @@ int32_t OsPoolAcquire(OsPoolHandle pooled, int32_t* handle);
 
 // Takes a pin away; -2 when there is none.
 int32_t OsPoolRelease(OsPoolHandle pooled);
+
+// Whether the file is open, and no name leads to it any more.
+bool OsPoolIsDeleted(OsPoolHandle pooled);
+
+// Closes an idle file and opens what has its name now, by these flags. The code of OsOpen; the
+// file stays parked when that fails.
+int32_t OsPoolRenew(OsPoolHandle pooled, int32_t flags, int32_t permission);
+
+// Deletes a file that was made by its open and that nobody else has open. It stays pooled.
+void OsPoolDiscard(OsPoolHandle pooled);
 
 // The path as it was given; it belongs to the pool.
 int32_t OsPoolName(OsPoolHandle pooled, const char** name);

@@ -11,13 +11,15 @@ struct LockedRange {
 };
 
 struct OpenFile {
-    int descriptor = -1;  // -1 marks a free number
-    bool text = false;
+    int descriptor = -1;             // -1 marks a free number
+    bool text = false;               // its line ends are CR LF on disk
     bool textEnded = false;          // a Ctrl-Z was read
+    bool created = false;            // by this open
+    bool maySignal = false;          // a write can raise a signal
     std::vector<LockedRange> locks;  // that the handle holds
 };
 
-// The file behind a handle; null, with errno, when there is none.
+// The file of a handle; null, with errno, when there is none.
 OpenFile* FindFile(int32_t handle);
 
 #endif

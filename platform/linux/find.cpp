@@ -9,9 +9,12 @@
 #include <cerrno>
 #include <cstring>
 #include <string>
+#include <string_view>
+#include <utility>
 #include <vector>
 
 #include "linux/paths.h"
+#include "linux/shortage.h"
 #include "linux/text.h"
 #include "platform/files.h"
 
@@ -34,13 +37,24 @@ Search* FindSearch(int32_t number) {
     return search.directory == nullptr ? nullptr : &search;
 }
 
-int32_t NewSearch(DIR* directory, const char* pattern) {
+// Takes its memory before the directory is opened.
+int32_t NewSearch(const char* hostPath, const char* pattern) {
     std::vector<Search>& searches = Searches();
     const auto isFree = [](const Search& search) { return search.directory == nullptr; };
     auto free = std::find_if(searches.begin(), searches.end(), isFree);
     if (free == searches.end()) free = searches.emplace(free);
-    *free = {directory, std::strcmp(pattern, "*.*") == 0 ? "*" : pattern};
-    return static_cast<int32_t>(free - searches.begin());
+    free->pattern = std::strcmp(pattern, "*.*") == 0 ? "*" : pattern;
+    free->directory = opendir(hostPath);
+    return free->directory == nullptr ? -1 : static_cast<int32_t>(free - searches.begin());
+}
+
+bool IsLetter(char c) {
+    return FoldCase(c) >= 'a' && FoldCase(c) <= 'z';
+}
+
+// A name that would read as two, or as one on another drive, cannot be opened.
+bool IsNameable(const char* name) {
+    return std::strchr(name, '\\') == nullptr && !(IsLetter(name[0]) && name[1] == ':');
 }
 
 // At a byte that does not fit, the last * takes one byte more.
@@ -85,16 +99,16 @@ void Describe(DIR* directory, const char* name, FindData* data) {
 }  // namespace
 
 int32_t FindFirst(const char* pattern, FindData* data) {
-    const std::string text = pattern == nullptr ? "" : pattern;
-    const size_t separator = text.find_last_of("\\/:");
-    const size_t nameStart = separator == std::string::npos ? 0 : separator + 1;
-    const std::string directoryPath = nameStart == 0 ? "." : text.substr(0, nameStart);
-
+    const std::string_view text = pattern == nullptr ? "" : pattern;
+    const size_t nameStart = text.find_last_of("\\/:") + 1;  // 0 when there is none
+    char directory[kHostPathSize] = ".";
     char hostPath[kHostPathSize];
-    DIR* directory = HostPath(directoryPath.c_str(), hostPath) ? opendir(hostPath) : nullptr;
-    if (directory == nullptr) return -1;
-    const int32_t search = NewSearch(directory, text.c_str() + nameStart);
-    if (FindNext(search, data) == 0) return search;
+    if (nameStart >= sizeof directory) return -1;
+    if (nameStart != 0) directory[text.copy(directory, nameStart)] = '\0';
+    if (!HostPath(directory, hostPath)) return -1;
+    const int32_t search =
+        UnlessShort(-1, [&] { return NewSearch(hostPath, text.data() + nameStart); });
+    if (search == -1 || FindNext(search, data) == 0) return search;
     FindClose(search);
     errno = ENOENT;
     return -1;
@@ -104,8 +118,7 @@ int32_t FindNext(int32_t search, FindData* data) {
     const Search* found = FindSearch(search);
     if (found == nullptr) return -1;
     while (const dirent* entry = readdir(found->directory)) {
-        const bool nameable = std::strchr(entry->d_name, '\\') == nullptr;
-        if (!nameable || !Fits(entry->d_name, found->pattern.c_str())) continue;
+        if (!IsNameable(entry->d_name) || !Fits(entry->d_name, found->pattern.c_str())) continue;
         Describe(found->directory, entry->d_name, data);
         return 0;
     }
@@ -115,7 +128,5 @@ int32_t FindNext(int32_t search, FindData* data) {
 int32_t FindClose(int32_t search) {
     Search* found = FindSearch(search);
     if (found == nullptr) return -1;
-    const int result = closedir(found->directory);
-    *found = {};
-    return result;
+    return closedir(std::exchange(found->directory, nullptr));
 }

@@ -26,4 +26,16 @@ inline ssize_t WriteAll(int descriptor, const char* bytes, size_t count) {
     return static_cast<ssize_t>(done);
 }
 
+// Up to the end or `count` bytes; -1 when a read fails.
+inline ssize_t ReadAll(int descriptor, char* bytes, size_t count) {
+    size_t done = 0;
+    while (done < count) {
+        const ssize_t got = Insist([=] { return read(descriptor, bytes + done, count - done); });
+        if (got < 0) return -1;
+        if (got == 0) break;
+        done += static_cast<size_t>(got);
+    }
+    return static_cast<ssize_t>(done);
+}
+
 #endif

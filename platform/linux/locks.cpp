@@ -11,6 +11,7 @@
 
 #include "linux/failures.h"
 #include "linux/files.h"
+#include "linux/shortage.h"
 #include "platform/control.h"
 #include "platform/files.h"
 
@@ -72,9 +73,12 @@ int32_t LockFile(void* file, uint32_t positionLow, uint32_t positionHigh, uint32
     if (!IsRange(range)) return Refuse(ERANGE);
     const auto overlaps = [&range](const LockedRange& held) { return Overlap(held, range); };
     if (std::ranges::any_of(open->locks, overlaps)) return Refuse(kErrorAccessDenied);
-    if (!SetLock(*open, F_WRLCK, range)) return Refuse(ContractError(errno));
-    open->locks.push_back(range);
-    return 1;
+    return UnlessShort(0, [=] {
+        open->locks.push_back(range);  // first: a byte that is locked must be known
+        if (SetLock(*open, F_WRLCK, range)) return 1;
+        open->locks.pop_back();
+        return Refuse(ContractError(errno));
+    });
 }
 
 int32_t UnlockFile(void* file, uint32_t positionLow, uint32_t positionHigh, uint32_t lengthLow,

@@ -12,6 +12,7 @@
 #include <cstring>
 
 #include "linux/insist.h"
+#include "linux/write.h"
 #include "platform/control.h"
 
 namespace {
@@ -50,7 +51,7 @@ void WriteText(int descriptor, const char* text) {
         const bool shown = (byte >= 32 && byte != 127) || byte == '\n' || byte == '\t';
         chunk[filled++] = shown ? *p : '.';
         if (filled < sizeof chunk && p[1] != '\0') continue;
-        if (WriteAll(descriptor, chunk, filled) < 0) return;
+        if (WriteHolding(descriptor, chunk, filled, true) < 0) return;
         filled = 0;
     }
 }

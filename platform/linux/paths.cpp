@@ -1,10 +1,12 @@
-// Paths in two steps: a text is first made a full drive path, by the current
-// directory and without looking at the disk, and then found under its drive's root,
-// name by name, where a name that is not there as spelled is looked for in any case.
+// Paths in two steps: a text is first made a full drive path, by the current directory and
+// without looking at the disk, and then found under its drive's root, name by name, where a
+// name that is not there as spelled is looked for in any case. All of it happens in buffers
+// of fixed size, so that files can be named when memory is out.
 
 #include "linux/paths.h"
 
 #include <dirent.h>
+#include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -12,10 +14,10 @@
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
-#include <string>
 #include <string_view>
-#include <vector>
+#include <utility>
 
+#include "linux/insist.h"
 #include "platform/files.h"
 #include "platform/text.h"
 
@@ -25,14 +27,22 @@ constexpr std::string_view kSeparators = "\\/";
 constexpr size_t kDriveSize = 2;  // letter and colon
 constexpr char kDefaultDrive = 'C';
 
+using HostPathBuffer = char[kHostPathSize];
+
 // A full path in parts.
 struct FullPath {
-    char drive;  // upper case
-    std::vector<std::string> names;
+    char drive;            // upper case
+    size_t length;         // of the names
+    HostPathBuffer names;  // each after a slash; empty for the drive's root
 };
 
 bool IsSeparator(char c) {
     return kSeparators.find(c) != std::string_view::npos;
+}
+
+bool Refuse(int error) {
+    errno = error;
+    return false;
 }
 
 char DriveOf(std::string_view path) {
@@ -41,20 +51,20 @@ char DriveOf(std::string_view path) {
     return letter >= 'A' && letter <= 'Z' ? letter : '\0';
 }
 
-// The host's directory of the drive's root, without a separator at its end; false for
-// a drive that has none.
-bool DriveRoot(char drive, std::string& root) {
+// The host's directory of the drive's root, without a separator at its end; false for a
+// drive that has none.
+bool DriveRoot(char drive, HostPathBuffer& root) {
     char variable[] = "VRPLATFORM_DRIVE_C";
     variable[sizeof variable - 2] = drive;
     const char* directory = std::getenv(variable);
-    if (directory == nullptr || *directory != '/') {
-        root.clear();
-        return drive == kDefaultDrive;
+    root[0] = '\0';
+    if (directory == nullptr || *directory != '/') return drive == kDefaultDrive;
+    if (realpath(directory, root) == nullptr) {
+        if (std::strlen(directory) >= sizeof root) return false;
+        std::strcpy(root, directory);
     }
-    char real[PATH_MAX];
-    root = realpath(directory, real) == nullptr ? directory : real;
-    while (!root.empty() && root.back() == '/')
-        root.pop_back();
+    for (size_t end = std::strlen(root); end != 0 && root[end - 1] == '/'; --end)
+        root[end - 1] = '\0';
     return true;
 }
 
@@ -63,138 +73,164 @@ bool IsBelow(std::string_view path, std::string_view directory) {
            (path.size() == directory.size() || path[directory.size()] == '/');
 }
 
-void AppendNames(std::string_view text, std::vector<std::string>& names) {
-    while (!text.empty()) {
-        const std::string_view name = text.substr(0, text.find_first_of(kSeparators));
-        text.remove_prefix(std::min(name.size() + 1, text.size()));
-        if (name.empty() || name == ".") continue;
-        if (name != "..") {
-            names.emplace_back(name);
-        } else if (!names.empty()) {
-            names.pop_back();
-        }
-    }
-}
-
-// A path lies on the drive whose root is the nearest above it. A name that holds a
-// backslash cannot be told from two.
-bool SplitHostPath(std::string_view hostPath, FullPath& full) {
-    if (hostPath.find('\\') != std::string_view::npos) return false;
-    std::string nearest;
-    full.drive = '\0';
-    for (char drive = 'A'; drive <= 'Z'; ++drive) {
-        std::string root;
-        if (!DriveRoot(drive, root) || !IsBelow(hostPath, root)) continue;
-        if (full.drive != '\0' && root.size() <= nearest.size()) continue;
-        nearest = root;
-        full.drive = drive;
-    }
-    if (full.drive == '\0') return false;
-    AppendNames(hostPath.substr(nearest.size()), full.names);
+bool AppendName(std::string_view name, FullPath& full) {
+    if (full.length + 1 + name.size() >= sizeof full.names) return Refuse(ENAMETOOLONG);
+    full.names[full.length++] = '/';
+    std::memcpy(full.names + full.length, name.data(), name.size());
+    full.length += name.size();
     return true;
 }
 
+void DropLastName(FullPath& full) {
+    while (full.length != 0 && full.names[--full.length] != '/') {
+    }
+}
+
+bool AppendNames(std::string_view text, FullPath& full) {
+    while (!text.empty()) {
+        const std::string_view name = text.substr(0, text.find_first_of(kSeparators));
+        text.remove_prefix(std::min(name.size() + 1, text.size()));
+        if (name == "..") {
+            DropLastName(full);
+        } else if (!name.empty() && name != "." && !AppendName(name, full)) {
+            return false;
+        }
+    }
+    return true;
+}
+
+// A path lies on the drive whose root is the nearest above it. A name that holds a backslash
+// cannot be told from two.
+bool SplitHostPath(std::string_view hostPath, FullPath& full) {
+    if (hostPath.find('\\') != std::string_view::npos) return false;
+    size_t nearest = 0;
+    full.drive = '\0';
+    full.length = 0;
+    for (char drive = 'A'; drive <= 'Z'; ++drive) {
+        HostPathBuffer root;
+        if (!DriveRoot(drive, root) || !IsBelow(hostPath, root)) continue;
+        const size_t length = std::strlen(root);
+        if (full.drive != '\0' && length <= nearest) continue;
+        nearest = length;
+        full.drive = drive;
+    }
+    return full.drive != '\0' && AppendNames(hostPath.substr(nearest), full);
+}
+
 bool SplitCurrentDirectory(FullPath& full) {
-    char directory[PATH_MAX];
+    HostPathBuffer directory;
     return getcwd(directory, sizeof directory) != nullptr && SplitHostPath(directory, full);
 }
 
-// Where the current directory lies on no drive, or is gone, only what it has no part in
-// can be named; a path from the root is then on drive C.
+// Where the current directory lies on no drive, or is gone, only what it has no part in can
+// be named; a path from the root is then on drive C.
+bool StartSplit(char drive, bool fromRoot, FullPath& full) {
+    const bool isFull = drive != '\0' && fromRoot;
+    if (isFull || !SplitCurrentDirectory(full)) {
+        full.drive = kDefaultDrive;
+        full.length = 0;
+        if (drive == '\0' && !fromRoot) return false;
+    }
+    if (fromRoot || (drive != '\0' && drive != full.drive)) full.length = 0;
+    if (drive != '\0') full.drive = drive;
+    return true;
+}
+
 bool SplitPath(std::string_view path, FullPath& full) {
     const char drive = DriveOf(path);
     if (drive != '\0') path.remove_prefix(kDriveSize);
     const bool fromRoot = !path.empty() && IsSeparator(path.front());
-    const bool current = SplitCurrentDirectory(full);
-    if (!current) full = {kDefaultDrive, {}};
-    if (!current && !fromRoot && drive == '\0') return false;
-    if (fromRoot || (drive != '\0' && drive != full.drive)) full.names.clear();
-    if (drive != '\0') full.drive = drive;
-    AppendNames(path, full.names);
+    return StartSplit(drive, fromRoot, full) && AppendNames(path, full);
+}
+
+// Writes the drive path with a separator at its end, if that is asked for.
+bool CopyOut(const FullPath& full, bool withSeparator, char* buffer, size_t size) {
+    const bool ends = full.length == 0 || withSeparator;
+    const size_t length = kDriveSize + full.length + (ends ? 1 : 0);
+    if (length >= size) return Refuse(ERANGE);
+    *buffer++ = full.drive;
+    *buffer++ = ':';
+    buffer = std::replace_copy(full.names, full.names + full.length, buffer, '/', '\\');
+    if (ends) *buffer++ = '\\';
+    *buffer = '\0';
     return true;
 }
 
-std::string Join(const FullPath& full) {
-    std::string path = {full.drive, ':', '\\'};
-    for (const std::string& name : full.names) {
-        if (path.back() != '\\') path += '\\';
-        path += name;
-    }
-    return path;
-}
-
-bool CopyOut(const std::string& text, char* buffer, size_t size) {
-    if (text.size() >= size) {
-        errno = ERANGE;
-        return false;
-    }
-    std::memcpy(buffer, text.c_str(), text.size() + 1);
-    return true;
-}
-
-bool Exists(const std::string& path) {
+bool Exists(const char* path) {
     struct stat status;
-    return lstat(path.c_str(), &status) == 0;
+    return lstat(path, &status) == 0;
 }
 
 enum class Search { Found, Absent, NotPossible };
 
-// The directory's spelling of the name, when it has one that differs in case alone. Where
-// handles or memory are short nobody can tell, and errno says why.
-Search FindAnyCase(const std::string& directory, std::string& name) {
-    DIR* entries = opendir(directory.empty() ? "/" : directory.c_str());
-    if (entries == nullptr) {
+// Looks through what was read of a directory, and overwrites the name with a spelling that
+// differs in case alone.
+bool TakeSpelling(const char* entries, size_t size, char* name) {
+    for (const char* at = entries; at < entries + size;) {
+        const auto* entry = reinterpret_cast<const dirent64*>(at);
+        if (lstrcmpiA(entry->d_name, name) == 0) {
+            std::memcpy(name, entry->d_name, std::strlen(name));
+            return true;
+        }
+        at += entry->d_reclen;
+    }
+    return false;
+}
+
+// The directory's spelling of the name, when it has one. Where handles or memory are short
+// nobody can tell, and errno says why. The entries are read without the C library, whose
+// buffer for them is larger than the library's reserves.
+Search FindAnyCase(const char* directory, char* name) {
+    const int descriptor =
+        Insist([=] { return open(directory, O_RDONLY | O_DIRECTORY | O_CLOEXEC); });
+    if (descriptor == -1) {
         if (errno == ENFILE) errno = kErrorTooManyOpenFiles;
         const bool isShort = errno == kErrorTooManyOpenFiles || errno == ENOMEM;
         return isShort ? Search::NotPossible : Search::Absent;
     }
-    const dirent* entry = readdir(entries);
-    while (entry != nullptr && lstrcmpiA(entry->d_name, name.c_str()) != 0)
-        entry = readdir(entries);
-    if (entry != nullptr) name = entry->d_name;
-    closedir(entries);
-    return entry != nullptr ? Search::Found : Search::Absent;
+    alignas(dirent64) char entries[8192];
+    bool found = false;
+    ssize_t got = 0;
+    while (!found && (got = getdents64(descriptor, entries, sizeof entries)) > 0)
+        found = TakeSpelling(entries, static_cast<size_t>(got), name);
+    close(descriptor);
+    return found ? Search::Found : Search::Absent;
 }
 
-// The names under the root as they are spelled there, from the first that is not there on
-// as they are given. False when that cannot be told.
-bool FindUnder(const std::string& root, const std::vector<std::string>& names, std::string& path) {
-    path = root;
-    for (const std::string& name : names)
-        path += '/' + name;
-    if (path.empty()) path += '/';
-    if (names.empty() || Exists(path)) return true;
-
-    path = root;
+// Changes the names after the root to their spelling on disk, in place, up to the first one
+// that is not there: names that differ in case alone are equally long. False when that cannot
+// be told.
+bool FindSpelling(char* path, size_t rootLength) {
+    if (Exists(path)) return true;
     Search search = Search::Found;
-    for (std::string name : names) {
-        const size_t directoryLength = path.size();
-        path.append("/").append(name);
-        if (search == Search::Absent || Exists(path)) continue;
-        path.resize(directoryLength);
-        search = FindAnyCase(path, name);
-        if (search == Search::NotPossible) return false;
-        path.append("/").append(name);
+    for (char* name = path + rootLength; *name != '\0' && search == Search::Found;) {
+        char* end = name + 1 + std::strcspn(name + 1, "/");
+        const char separator = std::exchange(*end, '\0');
+        if (!Exists(path)) {
+            *name = '\0';
+            search = FindAnyCase(*path == '\0' ? "/" : path, name + 1);
+            *name = '/';
+        }
+        *end = separator;
+        name = end;
     }
-    return true;
+    return search != Search::NotPossible;
 }
 
 }  // namespace
 
 bool HostPath(const char* name, char (&path)[kHostPathSize]) {
     FullPath full;
-    std::string root;
     errno = ENOENT;
     if (name == nullptr || *name == '\0' || !SplitPath(name, full)) return false;
-    if (!DriveRoot(full.drive, root)) {
-        errno = ENOENT;
-        return false;
-    }
-    std::string found;
-    if (!FindUnder(root, full.names, found)) return false;
-    if (CopyOut(found, path, sizeof path)) return true;
-    errno = ENAMETOOLONG;
-    return false;
+    if (!DriveRoot(full.drive, path)) return Refuse(ENOENT);
+    const size_t rootLength = std::strlen(path);
+    if (rootLength + full.length >= sizeof path) return Refuse(ENAMETOOLONG);
+    std::memcpy(path + rootLength, full.names, full.length);
+    path[rootLength + full.length] = '\0';
+    if (full.length != 0) return FindSpelling(path, rootLength);
+    if (rootLength == 0) std::strcpy(path, "/");
+    return true;
 }
 
 bool ExecutablePath(char (&path)[kHostPathSize]) {
@@ -206,13 +242,13 @@ bool ExecutablePath(char (&path)[kHostPathSize]) {
 
 bool DrivePath(const char* hostPath, char* path, size_t size) {
     FullPath full;
-    return SplitHostPath(hostPath, full) && CopyOut(Join(full), path, size);
+    return SplitHostPath(hostPath, full) && CopyOut(full, false, path, size);
 }
 
 char* CurrentDirectory(char* buffer, int32_t size) {
     FullPath full;
     if (size <= 0 || !SplitCurrentDirectory(full)) return nullptr;
-    return CopyOut(Join(full), buffer, static_cast<size_t>(size)) ? buffer : nullptr;
+    return CopyOut(full, false, buffer, static_cast<size_t>(size)) ? buffer : nullptr;
 }
 
 int32_t ChangeDirectory(const char* path) {
@@ -223,8 +259,7 @@ int32_t ChangeDirectory(const char* path) {
 char* ExpandPath(char* buffer, const char* path, int32_t size) {
     FullPath full;
     if (size <= 0 || path == nullptr || !SplitPath(path, full)) return nullptr;
-    std::string text = Join(full);
     const size_t length = std::strlen(path);
-    if (length != 0 && IsSeparator(path[length - 1]) && text.back() != '\\') text += '\\';
-    return CopyOut(text, buffer, static_cast<size_t>(size)) ? buffer : nullptr;
+    const bool withSeparator = length != 0 && IsSeparator(path[length - 1]);
+    return CopyOut(full, withSeparator, buffer, static_cast<size_t>(size)) ? buffer : nullptr;
 }

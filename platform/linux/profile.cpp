@@ -6,6 +6,7 @@
 #include <string>
 #include <string_view>
 
+#include "linux/shortage.h"
 #include "linux/textfile.h"
 #include "platform/environment.h"
 
@@ -84,18 +85,18 @@ std::string KeyNames(std::string_view text) {
     return names;
 }
 
-std::string ValueOf(std::string_view text, const char* key, const char* defaultValue) {
+std::string_view ValueOf(std::string_view text, const char* key, const char* defaultValue) {
     std::string_view name;
     std::string_view value;
     while (TakeKey(text, name, value)) {
-        if (SameName(name, key)) return std::string(value);
+        if (SameName(name, key)) return value;
     }
     return defaultValue;
 }
 
-uint32_t CopyText(const std::string& text, char* buffer, uint32_t size) {
+uint32_t CopyText(std::string_view text, char* buffer, uint32_t size) {
     const size_t length = std::min(text.size(), size_t{size} - 1);
-    std::memcpy(buffer, text.data(), length);
+    std::memmove(buffer, text.data(), length);
     buffer[length] = '\0';
     return static_cast<uint32_t>(length);
 }
@@ -114,18 +115,34 @@ uint32_t CopyList(const std::string& names, char* buffer, uint32_t size) {
     return size - 2;
 }
 
+struct ProfileRequest {
+    const char* section;  // null lists the sections
+    const char* key;      // null lists the section's keys
+    const char* defaultValue;
+    const char* file;
+};
+
+uint32_t Answer(const ProfileRequest& request, char* buffer, uint32_t size) {
+    std::string content;
+    if (request.file != nullptr) ReadTextFile(PathOf(request.file).c_str(), content);
+    std::string_view text = WithoutMark(content);
+    if (request.section == nullptr) return CopyList(SectionNames(text), buffer, size);
+    const bool found = FindSection(text, request.section);
+    if (request.key == nullptr) return CopyList(found ? KeyNames(text) : "", buffer, size);
+    if (!found) return CopyText(request.defaultValue, buffer, size);
+    return CopyText(ValueOf(text, request.key, request.defaultValue), buffer, size);
+}
+
 }  // namespace
 
 uint32_t GetPrivateProfileStringA(const char* section, const char* key, const char* defaultValue,
                                   char* buffer, uint32_t size, const char* file) {
     if (buffer == nullptr || size == 0) return 0;
-    if (defaultValue == nullptr) defaultValue = "";
-    std::string content;
-    if (file != nullptr) ReadTextFile(PathOf(file).c_str(), content);
-    std::string_view text = content;
-    if (text.starts_with(kUtf8Mark)) text.remove_prefix(kUtf8Mark.size());
-    if (section == nullptr) return CopyList(SectionNames(text), buffer, size);
-    const bool found = FindSection(text, section);
-    if (key == nullptr) return CopyList(found ? KeyNames(text) : "", buffer, size);
-    return CopyText(found ? ValueOf(text, key, defaultValue) : defaultValue, buffer, size);
+    const ProfileRequest request = {section, key, defaultValue == nullptr ? "" : defaultValue,
+                                    file};
+    // What a file that cannot be read gives stands in the buffer first.
+    const bool isList = section == nullptr || key == nullptr;
+    const uint32_t length =
+        isList ? CopyList("", buffer, size) : CopyText(request.defaultValue, buffer, size);
+    return UnlessShort(length, [&] { return Answer(request, buffer, size); });
 }

@@ -14,6 +14,7 @@
 #include <vector>
 
 #include "linux/registry_text.h"
+#include "linux/shortage.h"
 #include "linux/textfile.h"
 
 namespace {
@@ -56,6 +57,16 @@ bool LoadKey(OpenKey& key) {
            ReadRegistryKey(std::move(text), key.path, key.values);
 }
 
+int32_t OpenKeyBelow(HKEY root, const char* path, HKEY* key) {
+    OpenKey opened = {PathOf(root), {}};
+    if (opened.path.empty()) return ERROR_INVALID_HANDLE;
+    if (path != nullptr && *path != '\0') opened.path.append("\\").append(path);
+    if (opened.path.ends_with('\\')) opened.path.pop_back();
+    if (!LoadKey(opened)) return ERROR_FILE_NOT_FOUND;
+    *key = AddOpenKey(std::move(opened));
+    return ERROR_SUCCESS;
+}
+
 const RegistryValue* FindValue(const OpenKey& key, const char* name) {
     const auto value =
         std::find_if(key.values.begin(), key.values.end(),
@@ -82,13 +93,7 @@ void CopyData(const RegistryValue& value, unsigned char* data) {
 int32_t RegOpenKeyExA(HKEY root, const char* path, uint32_t, uint32_t, HKEY* key) {
     if (key == nullptr) return ERROR_INVALID_PARAMETER;
     *key = nullptr;
-    OpenKey opened = {PathOf(root), {}};
-    if (opened.path.empty()) return ERROR_INVALID_HANDLE;
-    if (path != nullptr && *path != '\0') opened.path.append("\\").append(path);
-    if (opened.path.ends_with('\\')) opened.path.pop_back();
-    if (!LoadKey(opened)) return ERROR_FILE_NOT_FOUND;
-    *key = AddOpenKey(std::move(opened));
-    return ERROR_SUCCESS;
+    return UnlessShort(int32_t{ERROR_OUTOFMEMORY}, [=] { return OpenKeyBelow(root, path, key); });
 }
 
 int32_t RegQueryValueExA(HKEY key, const char* name, uint32_t*, uint32_t* type, unsigned char* data,

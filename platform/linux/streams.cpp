@@ -4,7 +4,6 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
-#include <string>
 
 #include "linux/files.h"
 #include "platform/files.h"
@@ -34,9 +33,19 @@ std::FILE* FileOf(PlatformStream* stream) {
     return reinterpret_cast<std::FILE*>(stream);
 }
 
-bool IsMode(const std::string& mode) {
-    return mode == "r" || mode == "w" || mode == "a" || mode == "r+" || mode == "w+" ||
-           mode == "a+";
+constexpr size_t kHostModeSize = 3;
+
+// The mode without the letters that only say how line ends are; false for what is no mode.
+bool HostMode(const char* mode, char (&hostMode)[kHostModeSize]) {
+    size_t length = 0;
+    for (; *mode != '\0'; ++mode) {
+        if (*mode == 't' || *mode == 'b') continue;
+        if (length == kHostModeSize - 1) return false;
+        hostMode[length++] = *mode;
+    }
+    hostMode[length] = '\0';
+    return length != 0 && std::strchr("rwa", hostMode[0]) != nullptr &&
+           (length == 1 || hostMode[1] == '+');
 }
 
 }  // namespace
@@ -44,14 +53,12 @@ bool IsMode(const std::string& mode) {
 PlatformStream* StreamAttach(int32_t handle, const char* mode) {
     OpenFile* file = FindFile(handle);
     if (file == nullptr || mode == nullptr) return nullptr;
-    std::string hostMode = mode;
-    std::erase(hostMode, 't');
-    std::erase(hostMode, 'b');
+    char hostMode[kHostModeSize];
     errno = EINVAL;
-    if (!IsMode(hostMode)) return nullptr;
+    if (!HostMode(mode, hostMode)) return nullptr;
 
     void* cookie = reinterpret_cast<void*>(static_cast<intptr_t>(handle));
-    std::FILE* stream = fopencookie(cookie, hostMode.c_str(), {Read, nullptr, Seek, Close});
+    std::FILE* stream = fopencookie(cookie, hostMode, {Read, nullptr, Seek, Close});
     if (stream == nullptr) return nullptr;
     if (std::strchr(mode, 't') != nullptr) file->text = true;
     if (std::strchr(mode, 'b') != nullptr) file->text = false;

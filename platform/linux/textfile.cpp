@@ -2,11 +2,13 @@
 
 #include "linux/textfile.h"
 
+#include <fcntl.h>
 #include <sys/stat.h>
 
 #include <algorithm>
-#include <cstdio>
 
+#include "linux/descriptor.h"
+#include "linux/insist.h"
 #include "linux/paths.h"
 #include "linux/text.h"
 
@@ -18,16 +20,15 @@ constexpr off_t kLargestTextFile = 64 << 20;
 
 bool ReadTextFile(const char* name, std::string& text) {
     char path[kHostPathSize];
+    if (!HostPath(name, path)) return false;
+    const Descriptor file(Insist([&] { return open(path, O_RDONLY | O_NONBLOCK | O_CLOEXEC); }));
     struct stat status = {};
-    if (!HostPath(name, path) || stat(path, &status) != 0) return false;
+    if (fstat(file.Get(), &status) != 0) return false;
     if (!S_ISREG(status.st_mode) || status.st_size > kLargestTextFile) return false;
-    std::FILE* file = std::fopen(path, "rbe");
-    if (file == nullptr) return false;
     text.resize(static_cast<size_t>(status.st_size));
-    text.resize(std::fread(text.data(), 1, text.size(), file));
-    const bool whole = std::ferror(file) == 0;
-    std::fclose(file);
-    return whole;
+    const ssize_t got = ReadAll(file.Get(), text.data(), text.size());
+    text.resize(static_cast<size_t>(std::max(got, ssize_t{0})));
+    return got >= 0;
 }
 
 bool TakeLine(std::string_view& text, std::string_view& line) {

@@ -8,9 +8,13 @@
 // What a text in UTF-8 may begin with.
 constexpr std::string_view kUtf8Mark = "\xEF\xBB\xBF";
 
-// Reads the regular file of that platform path whole; false for one that cannot be
-// read or has more than 64 MB.
+// Reads the regular file of that platform path whole; false for one that cannot be read or
+// has more than 64 MB.
 bool ReadTextFile(const char* name, std::string& text);
+
+inline std::string_view WithoutMark(std::string_view text) {
+    return text.starts_with(kUtf8Mark) ? text.substr(kUtf8Mark.size()) : text;
+}
 
 // The next line with its LF taken off; false at the end of the text.
 bool TakeLine(std::string_view& text, std::string_view& line);

@@ -16,6 +16,7 @@
 #include <string>
 #include <string_view>
 
+#include "linux/shortage.h"
 #include "linux/textfile.h"
 
 namespace {
@@ -60,7 +61,7 @@ std::string MakeBlock(const char* module, size_t limit) {
         return {};
     }
     std::string block(sizeof(BlockHeader), '\0');
-    std::string_view rest = file;
+    std::string_view rest = WithoutMark(file);
     std::string_view line;
     while (TakeLine(rest, line)) {
         const std::string text = TextOfLine(line);
@@ -114,15 +115,18 @@ std::string_view FindText(std::string_view texts, std::string_view name) {
 
 uint32_t GetFileVersionInfoSizeA(const char* module, uint32_t* ignored) {
     if (ignored != nullptr) *ignored = 0;
-    return static_cast<uint32_t>(MakeBlock(module, UINT32_MAX).size());
+    return UnlessShort(uint32_t{0},
+                       [=] { return static_cast<uint32_t>(MakeBlock(module, UINT32_MAX).size()); });
 }
 
 int32_t GetFileVersionInfoA(const char* module, uint32_t, uint32_t size, void* block) {
     if (block == nullptr) return 0;
-    const std::string made = MakeBlock(module, size);
     std::memset(block, 0, size);
-    std::memcpy(block, made.data(), made.size());
-    return made.empty() ? 0 : 1;
+    return UnlessShort(0, [=] {
+        const std::string made = MakeBlock(module, size);
+        std::memcpy(block, made.data(), made.size());
+        return made.empty() ? 0 : 1;
+    });
 }
 
 int32_t VerQueryValueA(const void* block, const char* query, void** text, uint32_t* length) {

@@ -78,8 +78,9 @@ PLATFORM_API int32_t FileRead(int32_t handle, void* buffer, uint32_t count)
     PLATFORM_SYMBOL(FileRead);
 
 /* Writes at the handle's position: the number of bytes written, or -1. In text mode
- * LF goes out as CR LF, and the result counts the bytes as given. Behind 2 GiB the position
- * cannot be told any more. */
+ * LF goes out as CR LF, and the result counts the bytes as given. After 2 GiB the position
+ * cannot be reported any more. A pipe that nobody reads any more, and the process's limit on
+ * the size of a file, as it was when the file was opened, give -1 and no signal. */
 PLATFORM_API int32_t FileWrite(int32_t handle, const void* buffer, uint32_t count)
     PLATFORM_SYMBOL(FileWrite);
 
@@ -109,6 +110,13 @@ PLATFORM_API int32_t FileIsDirectory(const char* path) PLATFORM_SYMBOL(FileIsDir
 
 /* Deletes a file: 0, or -1. */
 PLATFORM_API int32_t FileDelete(const char* path) PLATFORM_SYMBOL(FileDelete);
+
+/* 1 when no name leads to the open file any more, as far as the system can say; else 0. */
+PLATFORM_API int32_t FileIsDeleted(int32_t handle) PLATFORM_SYMBOL(FileIsDeleted);
+
+/* Deletes the open file, which `path` must lead to, if this handle's own open made it and
+ * nobody else has it open. The handle stays open. 0, or -1; when in doubt the file stays. */
+PLATFORM_API int32_t FileDiscard(int32_t handle, const char* path) PLATFORM_SYMBOL(FileDiscard);
 
 /* Puts the file `from` in the place of `to`, in one step for whoever looks; a link is
  * followed, unless it leads nowhere. A file that stood there leaves its permissions to the

@@ -64,6 +64,7 @@ enum {
     ERROR_SUCCESS = 0,            /* done */
     ERROR_FILE_NOT_FOUND = 2,     /* no such key or value */
     ERROR_INVALID_HANDLE = 6,     /* not a key that is open */
+    ERROR_OUTOFMEMORY = 14,       /* no memory to read it */
     ERROR_INVALID_PARAMETER = 87, /* a null argument that must not be null */
     ERROR_MORE_DATA = 234,        /* a buffer is too small */
     ERROR_NO_MORE_ITEMS = 259     /* no value of that number */
@@ -77,7 +78,7 @@ PLATFORM_BEGIN
  * are ignored: every key can be read and none written.
  *
  * ERROR_SUCCESS and the key in *key, which the caller gives back with RegCloseKey;
- * otherwise ERROR_FILE_NOT_FOUND, ERROR_INVALID_HANDLE for a bad `root` or
+ * otherwise ERROR_FILE_NOT_FOUND, ERROR_OUTOFMEMORY, ERROR_INVALID_HANDLE for a bad `root` or
  * ERROR_INVALID_PARAMETER for a null `key`, and null in *key. */
 PLATFORM_API int32_t RegOpenKeyExA(HKEY root, const char* path, uint32_t options, uint32_t access,
                                    HKEY* key) PLATFORM_SYMBOL(RegOpenKeyExA);

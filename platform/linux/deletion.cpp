@@ -1,0 +1,67 @@
+// Deleting files: by name, or a file of one's own that nobody else has open.
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <csignal>
+
+#include "linux/files.h"
+#include "linux/paths.h"
+#include "platform/files.h"
+
+namespace {
+
+// While it is held nobody else has the file open: another open waits, and its wish would be
+// told by a signal, which is made one that is ignored.
+class WriteLease {
+public:
+    explicit WriteLease(int descriptor)
+        : descriptor_(descriptor),
+          held_(fcntl(descriptor, F_SETSIG, SIGURG) == 0 &&
+                fcntl(descriptor, F_SETLEASE, F_WRLCK) == 0) {}
+    ~WriteLease() {
+        if (held_) fcntl(descriptor_, F_SETLEASE, F_UNLCK);
+    }
+    WriteLease(const WriteLease&) = delete;
+    WriteLease& operator=(const WriteLease&) = delete;
+    bool IsHeld() const {
+        return held_;
+    }
+
+private:
+    int descriptor_;
+    bool held_;
+};
+
+bool IsSameFile(int descriptor, const char* hostPath) {
+    struct stat open;
+    struct stat named;
+    return fstat(descriptor, &open) == 0 && lstat(hostPath, &named) == 0 &&
+           open.st_dev == named.st_dev && open.st_ino == named.st_ino;
+}
+
+}  // namespace
+
+int32_t FileDelete(const char* path) {
+    char hostPath[kHostPathSize];
+    return HostPath(path, hostPath) ? unlink(hostPath) : -1;
+}
+
+int32_t FileIsDeleted(int32_t handle) {
+    const OpenFile* file = FindFile(handle);
+    struct stat status;
+    return file != nullptr && fstat(file->descriptor, &status) == 0 && status.st_nlink == 0;
+}
+
+int32_t FileDiscard(int32_t handle, const char* path) {
+    char hostPath[kHostPathSize];
+    const OpenFile* file = FindFile(handle);
+    if (file == nullptr || !HostPath(path, hostPath)) return -1;
+    errno = EACCES;
+    if (!file->created) return -1;
+    const WriteLease lease(file->descriptor);
+    if (!lease.IsHeld() || !IsSameFile(file->descriptor, hostPath)) return -1;
+    return unlink(hostPath);
+}

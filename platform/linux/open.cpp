@@ -1,0 +1,127 @@
+// How a file is opened: without waiting, above the standard streams, and never for writing
+// without a write permission, which binds the superuser here too.
+
+#include "linux/open.h"
+
+#include <fcntl.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+
+#include "linux/insist.h"
+#include "linux/paths.h"
+#include "platform/files.h"
+
+namespace {
+
+constexpr int32_t kAccessBits = 3;
+constexpr mode_t kAnyWrite = S_IWUSR | S_IWGRP | S_IWOTH;
+constexpr mode_t kAnyRead = S_IRUSR | S_IRGRP | S_IROTH;
+constexpr int kCreateAttempts = 16;
+
+struct OpenRequest {
+    const char* path;  // of the host
+    int32_t flags;     // of the platform
+    int hostFlags;
+    mode_t mode;  // of a file that is made
+};
+
+int Refuse(int error) {
+    errno = error;
+    return -1;
+}
+
+int CloseAndRefuse(int descriptor, int error) {
+    close(descriptor);
+    return Refuse(error);
+}
+
+bool Writes(int32_t flags) {
+    return (flags & kAccessBits) != kOpenReadOnly;
+}
+
+// Whether an existing file may be used. Its permission is looked at before anything is cut.
+bool IsUsable(const OpenRequest& request, const struct stat& status) {
+    if (S_ISDIR(status.st_mode)) return false;
+    return !Writes(request.flags) || (status.st_mode & kAnyWrite) != 0;
+}
+
+// A file that is there. The open itself does not wait for the other end of a pipe; what is
+// read and written later does.
+int OpenExisting(const OpenRequest& request, struct stat& status) {
+    const int descriptor =
+        Insist([&] { return open(request.path, request.hostFlags | O_NONBLOCK); });
+    if (descriptor == -1) return errno == EISDIR ? Refuse(EACCES) : -1;
+    if (fstat(descriptor, &status) != 0 || !IsUsable(request, status)) {
+        return CloseAndRefuse(descriptor, EACCES);
+    }
+    const bool isRegular = S_ISREG(status.st_mode);
+    if (!isRegular && fcntl(descriptor, F_SETFL, request.hostFlags) != 0) {
+        return CloseAndRefuse(descriptor, EACCES);
+    }
+    const bool cuts = isRegular && (request.flags & kOpenTruncate) != 0;
+    if (cuts && Insist([=] { return ftruncate(descriptor, 0); }) != 0) {
+        return CloseAndRefuse(descriptor, EACCES);
+    }
+    return descriptor;
+}
+
+int Create(const OpenRequest& request, OpenFile& file) {
+    const int descriptor = open(request.path, request.hostFlags | O_CREAT | O_EXCL, request.mode);
+    file.created = descriptor != -1;
+    return descriptor;
+}
+
+// Another process may make or delete the file between two steps; a link that leads nowhere
+// would look so for ever.
+int OpenOrCreate(const OpenRequest& request, OpenFile& file, struct stat& status) {
+    const bool creates = (request.flags & kOpenCreate) != 0;
+    if (creates && (request.flags & kOpenExclusive) != 0) return Create(request, file);
+    for (int attempt = 0; attempt < kCreateAttempts; ++attempt) {
+        int descriptor = OpenExisting(request, status);
+        if (descriptor != -1 || errno != ENOENT || !creates) return descriptor;
+        descriptor = Create(request, file);
+        if (descriptor != -1 || errno != EEXIST) return descriptor;
+    }
+    return Refuse(EACCES);
+}
+
+// Where a standard stream was closed its number is free, but a file there would get what the
+// process writes to the stream.
+int AboveStandardStreams(int descriptor) {
+    if (descriptor == -1 || descriptor > STDERR_FILENO) return descriptor;
+    const int above = fcntl(descriptor, F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
+    CloseAndRefuse(descriptor, errno);
+    return above;
+}
+
+// A pipe or a socket whose reader has gone raises SIGPIPE, and a plain file SIGXFSZ where the
+// process has a limit on the size of its files. The limit is asked for when a file is opened
+// for writing, so that plain writes cost nothing more.
+bool MaySignal(const OpenRequest& request, bool isRegular) {
+    if (!Writes(request.flags)) return false;
+    rlimit limit = {};
+    return !isRegular || getrlimit(RLIMIT_FSIZE, &limit) != 0 || limit.rlim_cur != RLIM_INFINITY;
+}
+
+}  // namespace
+
+bool OpenOnHost(const char* path, int32_t flags, int32_t permission, OpenFile& file) {
+    char hostPath[kHostPathSize];
+    if ((flags & kAccessBits) == kAccessBits) return Refuse(EINVAL) == 0;
+    if (!HostPath(path, hostPath)) return false;
+    const int append = (flags & kOpenAppend) != 0 ? O_APPEND : 0;
+    const OpenRequest request = {
+        .path = hostPath,
+        .flags = flags,
+        .hostFlags = (flags & kAccessBits) | append | O_CLOEXEC | O_NOCTTY,
+        .mode = kAnyRead | ((permission & kPermissionWrite) != 0 ? kAnyWrite : 0),
+    };
+    struct stat status = {};
+    file.descriptor = AboveStandardStreams(OpenOrCreate(request, file, status));
+    if (file.descriptor == -1) return false;
+    file.maySignal = MaySignal(request, file.created || S_ISREG(status.st_mode));
+    return true;
+}

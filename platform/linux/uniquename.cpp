@@ -1,0 +1,29 @@
+// Names that nothing has yet.
+
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+
+#include "platform/files.h"
+
+namespace {
+
+constexpr size_t kTemplateEnd = 6;
+
+}  // namespace
+
+char* UniqueName(char* path) {
+    const size_t length = path == nullptr ? 0 : std::strlen(path);
+    errno = EINVAL;
+    if (length < kTemplateEnd) return nullptr;
+    char* place = path + length - kTemplateEnd;
+    if (std::strcmp(place, "XXXXXX") != 0) return nullptr;
+    const unsigned digits = static_cast<unsigned>(getpid()) % 100000;
+    for (char letter = 'a'; letter <= 'z'; ++letter) {
+        std::snprintf(place, kTemplateEnd + 1, "%c%05u", letter, digits);
+        if (FileStatus(path) != 0 && errno == kErrorNoSuchFile) return path;
+    }
+    return nullptr;
+}

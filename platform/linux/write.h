@@ -1,0 +1,28 @@
+// Writing to a descriptor without the signals that a failed write raises.
+#ifndef LINUX_WRITE_H
+#define LINUX_WRITE_H
+
+#include <csignal>
+#include <cstddef>
+
+#include "linux/insist.h"
+
+// Holds back SIGPIPE and SIGXFSZ for its scope, and takes those that came up meanwhile, so
+// that neither kills the host nor reaches its handlers. It changes the calling thread's mask
+// alone.
+class HeldSignals {
+public:
+    HeldSignals();
+    ~HeldSignals();
+    HeldSignals(const HeldSignals&) = delete;
+    HeldSignals& operator=(const HeldSignals&) = delete;
+
+private:
+    sigset_t before_;   // the mask
+    sigset_t pending_;  // signals that were waiting already
+};
+
+// As much as can be written; -1 only when nothing was.
+ssize_t WriteHolding(int descriptor, const char* bytes, size_t count, bool maySignal);
+
+#endif
