@@ -71,11 +71,78 @@ TEST_F(RecoveryTest, OversizedRequestsAreRefusedAtOnce) {
         {[] { _alloc_memory(kVrRefusedSize, nullptr, 12); }, "20971525 bytes .,12."},
         {[] { realloc_mem(alloc_string(200), UINT32_MAX - 15); }, "4294967295"},
         {[] { AddStrToBuffer(BufDscrCreate(5), "", INT32_MAX, 'x'); }, "2147483655"},
+        {[] { vrHeapAlloc(vrHeapCreate(), kVrRefusedSize); }, "20975621 bytes .Heap,"},
+        {[] { MemBufAlloc(MemBufCreate(1), kVrRefusedSize); }, "20971541 bytes .Membuf,"},
     };
     for (const auto& [request, message] : cases)
         EXPECT_EXIT(request(), testing::ExitedWithCode(9), "^0 Can't alloc " + message);
     void* largest = alloc_memory(kVrRefusedSize - 6);
     free_mem(&largest);
+}
+
+TEST_F(RecoveryTest, TheExitChainGoesOnWhereARoutineEndsTheRun) {
+    const auto stop = [] {
+        blocksBefore = ControlBlocksOut();
+        VrExitAdd([] { _alloc_memory(kVrRefusedSize, "core", 1); });
+        VrExit(0);
+    };
+    EXPECT_EXIT(stop(), testing::ExitedWithCode(9),
+                "^0 Can't alloc 20971525 bytes .core,1.:0 exhausted:-1 exit$");
+}
+
+// A callback that runs short itself is not called within its own call.
+TEST_F(RecoveryTest, TheOtherCallbacksHelpOneThatRunsShort) {
+    refusals = 0;
+    MemAddCallback(
+        kVrMemoryShort,
+        [](VrWord, VrWord) {
+            Note("hungry:");
+            ControlFailAllocations(1, 1);
+            void* block = alloc_memory(100);
+            free_mem(&block);
+        },
+        0);
+    MemAddCallback(kVrMemoryShort, Raised, kVrMemoryShort);
+    EXPECT_EXIT(Grow(1), testing::ExitedWithCode(9),
+                "^" + kLow + "-1 short:-1 hungry:-1 " +  // the outer shortage up to the callback
+                    kLow + "-1 short:-1 short:-1 " + kOut + "0 short:0 " +  // the inner one
+                    kOut + "0 kept:0 exit$");
+}
+
+// Results that are made of a static text, while a callback makes others.
+TEST_F(RecoveryTest, CallbacksMayAskForStaticResults) {
+    static bool isCalled;
+    const std::string path(80, 'p');
+    for (const char* variable : {"VRLPRINTPATH", "VRLTEMP"})
+        DLLPutEnv(variable, path.c_str());
+    DLLPutEnv("OTHER", std::string(90, 'o').c_str());
+    MemAddCallback(
+        kVrMemoryShort,
+        [](VrWord, VrWord) {
+            isCalled = true;
+            DLLGetEnv("OTHER");
+            for (VrString other : {GetUniqueFileName("other"),
+                                   UtilPutFieldsInVrString(Array("a"), Array("other"), Array("1"))})
+                free_mem(&other);
+        },
+        0);
+    const std::pair<VrString (*)(), std::string> cases[] = {
+        {EnvironPrintPath, path},
+        {[] { return EnvironFileName(Array("$VRLPRINTPATH/x")); }, path + "\\x"},
+        {[] { return GetUniqueTempFileName("y"); }, path + "\\ya"},
+        {[] {
+             return UtilPutFieldsInVrString(Array("r"), Array(std::string(70, 'v')), Array("1"));
+         },
+         std::string(70, 'v')}};
+    for (const auto& [result, begin] : cases) {
+        isCalled = false;
+        for (uint32_t nth = 1; nth <= 3; ++nth) {
+            ControlFailAllocations(nth, 1);
+            EXPECT_EQ(TakeText(result()).substr(0, begin.size()), begin);
+        }
+        EXPECT_TRUE(isCalled) << begin;
+    }
+    ControlFailAllocations(1, 0);
 }
 
 }  // namespace

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cctype>
+#include <map>
 
 #include "tests/support/library_test.h"
 
@@ -13,12 +14,19 @@ struct __attribute__((packed)) Object {
     const char *first, *second;
 };
 
+Cache* cache = nullptr;
 std::string told;  // the letter of each body to be dropped, a capital for an item that ends
+
+std::map<char, int32_t> usedWhenTold;
+void (*duringRelease)() = nullptr;
 
 template <int (*Spell)(int)>
 void Tell(VrWord object, VrWord owner) {
     EXPECT_EQ(owner, 77u);
-    told += char(Spell(reinterpret_cast<Object*>(object)->letter));
+    const char letter = reinterpret_cast<Object*>(object)->letter;
+    told += char(Spell(letter));
+    if (cache != nullptr) usedWhenTold[letter] = cache->used;
+    if (duringRelease != nullptr) std::exchange(duringRelease, nullptr)();
 }
 
 struct CacheTest : LibraryTest {
@@ -41,7 +49,6 @@ struct CacheTest : LibraryTest {
         std::ranges::sort(told);
         return std::exchange(told, "");
     }
-    Cache* cache;
     Object a = {'a', "", "F", "S"}, b = {'b', "", "F", "T"}, c = {'c', "", "G", "S"},
            d = {'d', "", nullptr, nullptr}, e = {'e', "", "", ""}, f = {'f', "", "", ""};
 };
@@ -100,6 +107,33 @@ TEST_F(CacheTest, ItemsEndByTheNamesTheirObjectsBear) {
     CacheStackCountDec(cache, "a");
     MemCallCallbacks(kVrMemoryShort, 0);
     EXPECT_EQ(Told(), "bcd") << "a pending item keeps its body";
+}
+
+// A routine is called before its body is counted out; one that runs short of memory has the
+// other bodies released, and it may end items of another cache.
+TEST_F(CacheTest, WhatARoutineMayDo) {
+    static Cache* other = CacheCreate(3, Tell<std::toupper>, Tell<std::tolower>, 77);
+    CacheInstall(other, "e", VrWord(&e), 1, 0);
+    CacheStackCountInc(other, "e");
+    for (Object* object : {&a, &b, &c})
+        Install(*object, 30, 0x7FFFFFFF + (object == &a ? 1 : 0));  // in 2038
+    duringRelease = [] {
+        MemCallCallbacks(kVrMemoryShort, 0);
+        CacheClassDrop(other, "e");
+    };
+    Install(d, 30, 0x7FFFFFFF);
+    EXPECT_EQ(told.size(), 4u);
+    EXPECT_EQ(usedWhenTold[told[0]], 120);
+    EXPECT_EQ(Told(), "Eabc") << "each once";
+    EXPECT_EQ(cache->used, 30);
+    EXPECT_EQ(CacheLookup(other, "e"), 0u);
+    for (Object* object : {&a, &b, &c})
+        CacheIncrObjStr(cache, std::string(1, object->letter).c_str());
+    EXPECT_NE(Told().find('b'), std::string::npos);
+    CacheDestroy(std::exchange(other, nullptr));
+    CacheRemoveItems(cache, nullptr, nullptr, 0);
+    EXPECT_EQ(cache->used, 0);
+    told.clear();
 }
 
 }  // namespace
