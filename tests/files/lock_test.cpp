@@ -1,12 +1,15 @@
 // Locks: keys, registrations, and the pool behind them, which the open files and the locks
 // on disk show from outside.
 
+#include <pthread.h>
+
 #include <cerrno>
 #include <map>
 #include <sstream>
 
 #include "platform/files.h"
 #include "platform/locks.h"
+#include "tests/process/counted_library.h"
 #include "tests/support/library_test.h"
 
 namespace {
@@ -86,6 +89,10 @@ TEST_F(LockTest, RefusalsOfTheSystem) {
     ControlFailLocks(1, 1, EIO);
     Run("*a=-1");
     EXPECT_FALSE(std::filesystem::exists("__locks")) << "a file that cannot be locked goes";
+    WriteFile("__locks", "");
+    ControlFailLocks(1, 1, EIO);
+    Run("*a=-1");
+    EXPECT_TRUE(std::filesystem::exists("__locks")) << "but not one of others";
     EXPECT_EQ(handles['a'], 77u) << "no handle is written";
     Run("*a=0");
     ControlFailLocks(1, 1, kErrorDeadlock);
@@ -127,6 +134,36 @@ TEST_F(LockTest, CallbacksOfAnOpenMayUseTheSameLockFile) {
         Run(steps);
         EXPECT_TRUE(pending.empty() && IsFree(kPositionOf1)) << steps;
     }
+}
+
+// A lock on a file that no name leads to would exclude nobody.
+TEST_F(LockTest, ALockFileThatWasDeletedIsMadeAnew) {
+    StartWithFiles();
+    for (const std::string use : {"*a=0", "+a1=0 -a1=0", "*b=0 ~b=0", "+a1=0"}) {
+        Run(use);
+        EXPECT_TRUE(std::filesystem::exists("__locks")) << use;
+        if (use != "+a1=0") std::filesystem::remove("__locks");
+    }
+    EXPECT_FALSE(IsFree(kPositionOf1));
+}
+
+// The host is a library, whose process goes on when memory runs out for it.
+TEST_F(LockTest, TheEndOfTheRunGivesTheKeysBack) {
+    PutLibrary("./host.dll");
+    EXPECT_TRUE(StartHost(nullptr, VrWord(LoadLibraryA(".\\host.dll"))));
+    EnvironProduct();
+    Run("*a=0 +a1=0 +a2=0 +a3=0 +a4=0 +a5=0");
+    pthread_t thread;
+    const auto takeOneMore = [](void* test) -> void* {
+        ControlFailAllocations(1, 1);
+        static_cast<LockTest*>(test)->Run("+a6=0");
+        return nullptr;
+    };
+    pthread_create(&thread, nullptr, takeOneMore, this);
+    void* code = nullptr;
+    pthread_join(thread, &code);
+    EXPECT_EQ(code, reinterpret_cast<void*>(9)) << "cancelled";
+    EXPECT_TRUE(IsFree(kPositionOf1));
 }
 
 }  // namespace

@@ -2,8 +2,12 @@
 
 #include "platform/files.h"
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
+#include <signal.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <cerrno>
 #include <numeric>
@@ -83,6 +87,7 @@ std::string Found(const std::string& pattern) {
 TEST_F(Files, Searches) {
     for (const char* name : {"plain", "a.txt", "ab.TXT", "abc.tx", "b.c.txt"})
         WriteFile(name, "");
+    WriteFile("a:b", "");  // would open on drive A
     mkdir("Sub", 0777);
     chmod("plain", 0444);
     for (const auto& [pattern, names] :
@@ -90,6 +95,43 @@ TEST_F(Files, Searches) {
                  " | *b*.t*t -> 0ab.TXT 0b.c.txt  | sub\\*.* -> 16. 16..  | PLAIN -> 1plain  | "
                  "*.none -> "))
         EXPECT_EQ(Found(pattern), names) << pattern;
+}
+
+// What would kill a process that did not expect it.
+TEST_F(Files, WritesThatRaiseSignalsFail) {
+    mkfifo("pipe", 0666);
+    const int reader = open("pipe", O_RDONLY | O_NONBLOCK);
+    const int32_t pipe = Open("pipe", kOpenWriteOnly);
+    close(reader);
+    EXPECT_EQ(FileWrite(pipe, "x", 1), -1);
+    EXPECT_EQ(errno, EPIPE);
+
+    const rlimit limit = {3, RLIM_INFINITY};
+    setrlimit(RLIMIT_FSIZE, &limit);
+    const int32_t file = Open("file", kNew | kOpenBinary);
+    EXPECT_EQ(FileWrite(file, "abcde", 5), 3);
+    EXPECT_EQ(FileWrite(file, "x", 1), -1);
+    EXPECT_EQ(FileChangeSize(file, 4), -1);
+    EXPECT_EQ(errno, EFBIG);
+    sigset_t pending;
+    sigpending(&pending);
+    EXPECT_EQ(sigismember(&pending, SIGPIPE), 0);
+    EXPECT_EQ(sigismember(&pending, SIGXFSZ), 0);
+}
+
+TEST_F(Files, OnlyAFileOfOnesOwnIsDiscarded) {
+    const int32_t mine = Open("mine", kNew);
+    WriteFile("theirs", "");
+    const int32_t theirs = Open("theirs", kNew);
+    EXPECT_EQ(FileDiscard(theirs, "theirs"), -1);
+    EXPECT_EQ(FileDiscard(mine, "theirs"), -1) << "another file";
+    const int other = open("mine", O_RDONLY);
+    EXPECT_EQ(FileDiscard(mine, "mine"), -1) << "somebody has it open";
+    close(other);
+    EXPECT_EQ(FileIsDeleted(mine), 0);
+    EXPECT_EQ(FileDiscard(mine, "mine"), 0);
+    EXPECT_EQ(FileIsDeleted(mine), 1);
+    EXPECT_EQ(FileStatus("theirs"), 0);
 }
 
 }  // namespace
