@@ -155,8 +155,9 @@ TEST_F(LockTest, TheEndOfTheRunGivesTheKeysBack) {
     Run("*a=0 +a1=0 +a2=0 +a3=0 +a4=0 +a5=0");
     pthread_t thread;
     const auto takeOneMore = [](void* test) -> void* {
+        VrString key = StrToVrStr("6");
         ControlFailAllocations(1, 1);
-        static_cast<LockTest*>(test)->Run("+a6=0");
+        LockLockKey(static_cast<LockTest*>(test)->handles['a'], key, 0, 0);
         return nullptr;
     };
     pthread_create(&thread, nullptr, takeOneMore, this);
