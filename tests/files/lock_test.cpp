@@ -150,21 +150,23 @@ TEST_F(LockTest, ALockFileThatWasDeletedIsMadeAnew) {
 // The host is a library, whose process goes on when memory runs out for it.
 TEST_F(LockTest, TheEndOfTheRunGivesTheKeysBack) {
     PutLibrary("./host.dll");
-    EXPECT_TRUE(StartHost(nullptr, VrWord(LoadLibraryA(".\\host.dll"))));
-    EnvironProduct();
-    Run("*a=0 +a1=0 +a2=0 +a3=0 +a4=0 +a5=0");
-    pthread_t thread;
-    const auto takeOneMore = [](void* test) -> void* {
-        VrString key = StrToVrStr("6");
-        ControlFailAllocations(1, 1);
-        LockLockKey(static_cast<LockTest*>(test)->handles['a'], key, 0, 0);
-        return nullptr;
+    const auto run = [this] {
+        StartHost(nullptr, VrWord(LoadLibraryA(".\\host.dll")));
+        EnvironProduct();
+        Run("*a=0 +a1=0 +a2=0 +a3=0 +a4=0 +a5=0");
+        pthread_t thread;
+        const auto takeOneMore = [](void* handle) -> void* {
+            VrString key = StrToVrStr("6");
+            ControlFailAllocations(1, 1);
+            LockLockKey(*static_cast<VrLockHandle*>(handle), key, 0, 0);
+            return nullptr;
+        };
+        pthread_create(&thread, nullptr, takeOneMore, &handles['a']);
+        void* code = nullptr;
+        pthread_join(thread, &code);
+        _exit(IsFree(kPositionOf1) ? static_cast<int>(reinterpret_cast<intptr_t>(code)) : 1);
     };
-    pthread_create(&thread, nullptr, takeOneMore, this);
-    void* code = nullptr;
-    pthread_join(thread, &code);
-    EXPECT_EQ(code, reinterpret_cast<void*>(9)) << "cancelled";
-    EXPECT_TRUE(IsFree(kPositionOf1));
+    EXPECT_EXIT(run(), testing::ExitedWithCode(9), "");
 }
 
 }  // namespace
