@@ -12,6 +12,11 @@ namespace {
 
 constexpr size_t kTemplateEnd = 6;
 
+// Nothing exists below a file either. Any other failure says nothing.
+bool IsFree(const char* path) {
+    return FileStatus(path) != 0 && (errno == ENOENT || errno == ENOTDIR);
+}
+
 }  // namespace
 
 char* UniqueName(char* path) {
@@ -23,7 +28,7 @@ char* UniqueName(char* path) {
     const unsigned digits = static_cast<unsigned>(getpid()) % 100000;
     for (char letter = 'a'; letter <= 'z'; ++letter) {
         std::snprintf(place, kTemplateEnd + 1, "%c%05u", letter, digits);
-        if (FileStatus(path) != 0 && errno == kErrorNoSuchFile) return path;
+        if (IsFree(path)) return path;
     }
     return nullptr;
 }

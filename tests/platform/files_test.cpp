@@ -134,4 +134,13 @@ TEST_F(Files, OnlyAFileOfOnesOwnIsDiscarded) {
     EXPECT_EQ(FileStatus("theirs"), 0);
 }
 
+TEST_F(Files, UniqueNamesAreFreeWhereverNothingExists) {
+    WriteFile("file", "");
+    for (const std::string prefix : {"", "absent\\", "file\\"}) {
+        std::string name = prefix + "XXXXXX";
+        EXPECT_NE(UniqueName(name.data()), nullptr) << prefix;
+        EXPECT_EQ(name[prefix.size()], 'a');
+    }
+}
+
 }  // namespace

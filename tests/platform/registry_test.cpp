@@ -85,7 +85,7 @@ TEST_F(Registry, Version5IsLatin1) {
 
 TEST_F(Registry, VersionTextsByName) {
     WriteFile("m.version",
-              " ProductName \t= My = App \r\n;A=1\n # B=2\nno line\n=x\n"
+              "\xEF\xBB\xBF ProductName \t= My = App \r\n;A=1\n # B=2\nno line\n=x\n"
               "productname=second\nEmpty=\r\nLast=\xFF");
     std::vector<char> block(GetFileVersionInfoSizeA("m", nullptr));
     ASSERT_EQ(GetFileVersionInfoA("m", 0, block.size(), block.data()), 1);
