@@ -58,7 +58,9 @@ bool WriteRecord(const char* path, VrString record) {
         return false;
     }
     int32_t handle = -1;
-    if (OsOpen(newName.c_str(), kWriteFlags, kReadWritePermission, &handle) != 0) {
+    // FileReplace widens the permissions to the old record's once all is written.
+    const int32_t privacy = FileStatus(path) == 0 ? kOpenPrivate : 0;
+    if (OsOpen(newName.c_str(), kWriteFlags | privacy, kReadWritePermission, &handle) != 0) {
         Complain(newName.c_str(), "cannot be written");
         return false;
     }

@@ -9,6 +9,7 @@
 
 #include "linux/files.h"
 #include "linux/paths.h"
+#include "linux/resolve.h"
 #include "platform/files.h"
 
 namespace {
@@ -35,18 +36,15 @@ private:
     bool held_;
 };
 
-bool IsSameFile(int descriptor, const char* hostPath) {
-    struct stat open;
-    struct stat named;
-    return fstat(descriptor, &open) == 0 && lstat(hostPath, &named) == 0 &&
-           open.st_dev == named.st_dev && open.st_ino == named.st_ino;
+int Unlink(const Place& place) {
+    return place.Directory() == -1 ? -1 : unlinkat(place.Directory(), place.Name(), 0);
 }
 
 }  // namespace
 
 int32_t FileDelete(const char* path) {
     char hostPath[kHostPathSize];
-    return HostPath(path, hostPath) ? unlink(hostPath) : -1;
+    return HostPath(path, hostPath) ? Unlink(Place(hostPath, false)) : -1;
 }
 
 int32_t FileIsDeleted(int32_t handle) {
@@ -62,6 +60,7 @@ int32_t FileDiscard(int32_t handle, const char* path) {
     errno = EACCES;
     if (!file->created) return -1;
     const WriteLease lease(file->descriptor);
-    if (!lease.IsHeld() || !IsSameFile(file->descriptor, hostPath)) return -1;
-    return unlink(hostPath);
+    const Place place(hostPath, false);
+    if (!lease.IsHeld() || !place.Has(file->descriptor)) return -1;
+    return Unlink(place);
 }

@@ -4,11 +4,13 @@
 
 #include <unistd.h>
 
+#include <utility>
+
 class Descriptor {
 public:
     explicit Descriptor(int number) : number_(number) {}
     ~Descriptor() {
-        if (number_ != -1) close(number_);
+        Reset(-1);
     }
     Descriptor(const Descriptor&) = delete;
     Descriptor& operator=(const Descriptor&) = delete;
@@ -16,6 +18,15 @@ public:
     // -1 when nothing was opened.
     int Get() const {
         return number_;
+    }
+
+    // Closes what is held, and holds that one instead.
+    void Reset(int number) {
+        const int before = std::exchange(number_, number);
+        if (before != -1) close(before);
+    }
+    void Swap(Descriptor& other) {
+        std::swap(number_, other.number_);
     }
 
 private:

@@ -1,5 +1,6 @@
-// How a file is opened: without waiting, above the standard streams, and never for writing
-// without a write permission, which binds the superuser here too.
+// How a file is opened: without waiting, above the standard streams, never through what a
+// stranger planted, and never for writing without a write permission, which binds the
+// superuser here too.
 
 #include "linux/open.h"
 
@@ -12,6 +13,7 @@
 
 #include "linux/insist.h"
 #include "linux/paths.h"
+#include "linux/resolve.h"
 #include "platform/files.h"
 
 namespace {
@@ -44,15 +46,14 @@ bool Writes(int32_t flags) {
 
 // Whether an existing file may be used. Its permission is looked at before anything is cut.
 bool IsUsable(const OpenRequest& request, const struct stat& status) {
-    if (S_ISDIR(status.st_mode)) return false;
+    if (S_ISDIR(status.st_mode) || !IsTrustedPipe(request.path, status)) return false;
     return !Writes(request.flags) || (status.st_mode & kAnyWrite) != 0;
 }
 
 // A file that is there. The open itself does not wait for the other end of a pipe; what is
 // read and written later does.
 int OpenExisting(const OpenRequest& request, struct stat& status) {
-    const int descriptor =
-        Insist([&] { return open(request.path, request.hostFlags | O_NONBLOCK); });
+    const int descriptor = OpenResolved(request.path, request.hostFlags | O_NONBLOCK, 0);
     if (descriptor == -1) return errno == EISDIR ? Refuse(EACCES) : -1;
     if (fstat(descriptor, &status) != 0 || !IsUsable(request, status)) {
         return CloseAndRefuse(descriptor, EACCES);
@@ -69,7 +70,8 @@ int OpenExisting(const OpenRequest& request, struct stat& status) {
 }
 
 int Create(const OpenRequest& request, OpenFile& file) {
-    const int descriptor = open(request.path, request.hostFlags | O_CREAT | O_EXCL, request.mode);
+    const int descriptor =
+        OpenResolved(request.path, request.hostFlags | O_CREAT | O_EXCL, request.mode);
     file.created = descriptor != -1;
     return descriptor;
 }
@@ -106,6 +108,11 @@ bool MaySignal(const OpenRequest& request, bool isRegular) {
     return !isRegular || getrlimit(RLIMIT_FSIZE, &limit) != 0 || limit.rlim_cur != RLIM_INFINITY;
 }
 
+mode_t ModeOf(int32_t flags, int32_t permission) {
+    if ((flags & kOpenPrivate) != 0) return S_IRUSR | S_IWUSR;
+    return kAnyRead | ((permission & kPermissionWrite) != 0 ? kAnyWrite : 0);
+}
+
 }  // namespace
 
 bool OpenOnHost(const char* path, int32_t flags, int32_t permission, OpenFile& file) {
@@ -117,7 +124,7 @@ bool OpenOnHost(const char* path, int32_t flags, int32_t permission, OpenFile& f
         .path = hostPath,
         .flags = flags,
         .hostFlags = (flags & kAccessBits) | append | O_CLOEXEC | O_NOCTTY,
-        .mode = kAnyRead | ((permission & kPermissionWrite) != 0 ? kAnyWrite : 0),
+        .mode = ModeOf(flags, permission),
     };
     struct stat status = {};
     file.descriptor = AboveStandardStreams(OpenOrCreate(request, file, status));

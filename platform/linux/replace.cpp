@@ -1,38 +1,67 @@
-// Putting a file in the place of another, in one step for whoever looks.
+// Putting a file in the place of another, in one step for whoever looks. What is checked and
+// changed is the new file itself and not its name, which another may take meanwhile in a
+// directory that he may write.
 
+#include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <cstdio>
-#include <cstdlib>
 
+#include "linux/descriptor.h"
+#include "linux/insist.h"
 #include "linux/paths.h"
+#include "linux/resolve.h"
 #include "platform/files.h"
 
 namespace {
 
-// In full, or else the group alone, which many may share a file by.
-bool GiveTo(const struct stat& other, const struct stat& own, const char* path) {
-    const bool sameGroup = own.st_gid == other.st_gid;
-    if (own.st_uid == other.st_uid && sameGroup) return true;
-    return chown(path, other.st_uid, other.st_gid) == 0 || sameGroup ||
-           chown(path, own.st_uid, other.st_gid) == 0;
+constexpr mode_t kRights = S_IRWXU | S_IRWXG | S_IRWXO;
+constexpr int kGroupShift = 3;
+
+bool Refuse(int error) {
+    errno = error;
+    return false;
 }
 
-// Gives a file the owner, the group and the permissions of another. What cannot be given to
-// the group is kept from it and from others.
-bool TakeOver(const char* path, const char* from) {
-    struct stat own;
-    struct stat other;
-    if (stat(path, &own) != 0 || stat(from, &other) != 0) return false;
-    if (!S_ISREG(other.st_mode)) {
-        errno = EACCES;
-        return false;
-    }
-    mode_t mode = other.st_mode & (S_IRWXU | S_IRWXG | S_IRWXO);
-    if (!GiveTo(other, own, path)) mode &= S_IRWXU;
-    return (own.st_mode & ~mode_t{S_IFMT}) == mode || chmod(path, mode) == 0;
+// The new file, if it is a regular one of the process's own without a second name.
+int OpenOwn(const Place& from, struct stat& status) {
+    const int descriptor = Insist([&] {
+        return openat(from.Directory(), from.Name(),
+                      O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC);
+    });
+    if (descriptor == -1) return -1;
+    const bool isOwn = fstat(descriptor, &status) == 0 && S_ISREG(status.st_mode) &&
+                       status.st_uid == geteuid() && status.st_nlink == 1;
+    if (isOwn) return descriptor;
+    close(descriptor);
+    Refuse(EACCES);
+    return -1;
+}
+
+// Gives the file an owner and a group; the group alone, which many may share a file by, where
+// the owner cannot be given. Returns whether it has the group.
+bool GiveTo(const struct stat& other, const struct stat& own, int file) {
+    const bool sameGroup = own.st_gid == other.st_gid;
+    if (own.st_uid == other.st_uid && sameGroup) return true;
+    return fchown(file, other.st_uid, other.st_gid) == 0 || sameGroup ||
+           fchown(file, own.st_uid, other.st_gid) == 0;
+}
+
+// In another group, everybody but the owner gets what both the group and the others had.
+mode_t RightsInAnotherGroup(mode_t rights) {
+    const mode_t both = rights >> kGroupShift & rights & S_IRWXO;
+    return (rights & S_IRWXU) | both << kGroupShift | both;
+}
+
+// Gives the file the owner, the group and the rights of what it is to replace, the rights
+// last: until then nobody else can read it.
+bool TakeOver(int file, const struct stat& own, const struct stat& other) {
+    if (!S_ISREG(other.st_mode)) return Refuse(EACCES);
+    mode_t rights = other.st_mode & kRights;
+    if (!GiveTo(other, own, file)) rights = RightsInAnotherGroup(rights);
+    return fchmod(file, rights) == 0;
 }
 
 }  // namespace
@@ -40,8 +69,22 @@ bool TakeOver(const char* path, const char* from) {
 int32_t FileReplace(const char* from, const char* to) {
     char hostFrom[kHostPathSize];
     char hostTo[kHostPathSize];
-    char target[kHostPathSize];
     if (!HostPath(from, hostFrom) || !HostPath(to, hostTo)) return -1;
-    if (realpath(hostTo, target) == nullptr) return std::rename(hostFrom, hostTo);
-    return TakeOver(hostFrom, target) ? std::rename(hostFrom, target) : -1;
+    const Place source(hostFrom, false);
+    const Place target(hostTo, true);
+    if (source.Directory() == -1 || target.Directory() == -1) return -1;
+
+    struct stat own;
+    struct stat other;
+    const Descriptor file(OpenOwn(source, own));
+    if (file.Get() == -1) return -1;
+    const bool replaces =
+        fstatat(target.Directory(), target.Name(), &other, AT_SYMLINK_NOFOLLOW) == 0;
+    if (!replaces && errno != ENOENT) return -1;
+    if (replaces && !TakeOver(file.Get(), own, other)) return -1;
+    if (!source.Has(file.Get())) {
+        errno = EACCES;
+        return -1;
+    }
+    return renameat(source.Directory(), source.Name(), target.Directory(), target.Name());
 }

@@ -10,6 +10,7 @@
 #include "linux/descriptor.h"
 #include "linux/insist.h"
 #include "linux/paths.h"
+#include "linux/resolve.h"
 #include "linux/text.h"
 
 namespace {
@@ -21,7 +22,7 @@ constexpr off_t kLargestTextFile = 64 << 20;
 bool ReadTextFile(const char* name, std::string& text) {
     char path[kHostPathSize];
     if (!HostPath(name, path)) return false;
-    const Descriptor file(Insist([&] { return open(path, O_RDONLY | O_NONBLOCK | O_CLOEXEC); }));
+    const Descriptor file(OpenResolved(path, O_RDONLY | O_NONBLOCK | O_CLOEXEC, 0));
     struct stat status = {};
     if (fstat(file.Get(), &status) != 0) return false;
     if (!S_ISREG(status.st_mode) || status.st_size > kLargestTextFile) return false;

@@ -8,7 +8,11 @@
  * stops at the root. Names are found without regard to case, the exact spelling
  * first; a new file takes the spelling given.
  *
- * Failures give the result told with each service, and leave the reason in errno:
+ * Strangers. In a directory that its group or everybody may write, a link or a named pipe whose
+ * owner is neither the process's user, nor the superuser, nor the owner of the directory is
+ * not followed or opened: opens, replacements and deletions through it fail with 13.
+ *
+ * A failure gives the result named with each service, and leaves the reason in errno:
  * 2 no such file, 9 bad handle, 13 access denied, 17 exists, 22 invalid argument, 24
  * too many open files, 28 disk full, 34 result too long, 36 name too long, 75 beyond 31
  * bits; others are the host's. */
@@ -34,6 +38,7 @@ enum {
     kOpenCreate = 0x0100,    /* make the file if it does not exist */
     kOpenTruncate = 0x0200,  /* cut an existing file to length 0 */
     kOpenExclusive = 0x0400, /* with kOpenCreate: fail if it exists */
+    kOpenPrivate = 0x0800,   /* with kOpenCreate: only its owner may open a file that is made */
     kOpenText = 0x4000,      /* line ends are CR LF on disk */
     kOpenBinary = 0x8000     /* bytes are as they are on disk */
 };
@@ -118,10 +123,12 @@ PLATFORM_API int32_t FileIsDeleted(int32_t handle) PLATFORM_SYMBOL(FileIsDeleted
  * nobody else has it open. The handle stays open. 0, or -1; when in doubt the file stays. */
 PLATFORM_API int32_t FileDiscard(int32_t handle, const char* path) PLATFORM_SYMBOL(FileDiscard);
 
-/* Puts the file `from` in the place of `to`, in one step for whoever looks; a link is
- * followed, unless it leads nowhere. A file that stood there leaves its permissions to the
- * new one, and its owner and group as far as the caller may give files away; what cannot
- * go to the group is granted to the owner alone. 0, or -1, also for what is no file. */
+/* Puts the file `from` in the place of `to`, in one step for whoever looks; a link in the
+ * place of `to` is followed. `from` must be a regular file of the process's user with no other
+ * name, made with kOpenPrivate if its content must not be seen early. A file that stood there
+ * leaves its permissions to the new one, and its owner and group as far as the caller may give
+ * files away; in another group than before, group and others get what both had. Without such
+ * a file it keeps its own. 0, or -1, also when `to` is no regular file. */
 PLATFORM_API int32_t FileReplace(const char* from, const char* to) PLATFORM_SYMBOL(FileReplace);
 
 /* Replaces the six X at the end of `path`, in place: the last five by the low five
