@@ -23,6 +23,7 @@ namespace {
 constexpr char kFileName[] = "\\VRLINK.INI";
 constexpr size_t kLineSize = 256;
 constexpr int32_t kReadText = kOpenText;
+constexpr int32_t kLargestFile = 64 << 20;  // bytes on disk
 constexpr char kNameBytes[] = "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789;";
 constexpr char kSeparators[] = " \t=";
 
@@ -31,8 +32,14 @@ void FreeText() {
     ini_buf = nullptr;
 }
 
+// A file beyond the limit counts as none.
 int32_t OpenCandidate() {
-    return FileOpen(ini_path, kReadText, kShareDenyNone, 0);
+    const int32_t handle = FileOpen(ini_path, kReadText, kShareDenyNone, 0);
+    if (handle == -1) return -1;
+    const int32_t length = FileLength(handle);
+    if (length >= 0 && length <= kLargestFile) return handle;
+    FileClose(handle);
+    return -1;
 }
 
 int32_t OpenGiven(const char* path) {

@@ -5,6 +5,8 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "linux/variables.h"
+
 namespace {
 
 constexpr char kDefaultWindowsDirectory[] = "C:\\WINDOWS";
@@ -26,7 +28,7 @@ uint32_t GetEnvironmentVariableA(const char* name, char* buffer, uint32_t size) 
 
 int32_t SetEnvironmentVariableA(const char* name, const char* value) {
     if (name == nullptr) return 0;
-    const int result = value == nullptr ? unsetenv(name) : setenv(name, value, 1);
+    const int result = value == nullptr ? unsetenv(name) : SetVariable(name, value);
     return result == 0 ? 1 : 0;
 }
 

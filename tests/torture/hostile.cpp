@@ -146,9 +146,16 @@ TEST_F(Hostile, NoStandardStreams) {
 }
 
 TEST_F(Hostile, TenThousandVariables) {
-    for (int i = 0; i < 10'000; ++i)
-        setenv(("VARIABLE" + std::to_string(i)).c_str(), "value", 1);
     StartHere();
+    for (int i = 0; i < 10'000; ++i)
+        DLLPutEnv(("VARIABLE" + std::to_string(i)).c_str(), "before");
+    setenv("ANOTHER", "by others", 1);
+    unsetenv("VARIABLE500");
+    for (int i = 501; i < 10'000; ++i)
+        DLLPutEnv(("VARIABLE" + std::to_string(i)).c_str(), "value");
+    EXPECT_STREQ(getenv("VARIABLE499"), "before");
+    EXPECT_EQ(getenv("VARIABLE500"), nullptr);
+    EXPECT_STREQ(getenv("ANOTHER"), "by others");
     EXPECT_STREQ(DLLGetEnv("VARIABLE9999"), "value");
     EXPECT_EQ(System("test \"$VARIABLE9999\" = value", nullptr), 0);
     if (IsEmulated()) GTEST_SKIP() << "no start fails in the emulator";

@@ -1,0 +1,125 @@
+// A large environment becomes a table of ours with an index by name. The host may go on with
+// the C library's calls: those that change the table in place keep each name where it is, and
+// the others leave the table to the C library, which is then copied anew.
+
+#include "linux/variables.h"
+
+#include <unistd.h>
+
+#include <cstdint>
+#include <cstdlib>
+#include <cstring>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "linux/shortage.h"
+
+namespace {
+
+constexpr size_t kFew = 512;  // variables that the C library may search
+constexpr uint32_t kHashFactor = 31;
+
+struct Environment {
+    std::vector<char*> table;     // `environ`, with the null at its end
+    std::vector<uint32_t> index;  // place in the table and 1, by hash; at most half in use
+};
+
+// Never destroyed, since exit handlers may still read variables.
+Environment& Ours() {
+    static auto* environment = new Environment;
+    return *environment;
+}
+
+bool AreFew() {
+    size_t count = 0;
+    while (environ != nullptr && environ[count] != nullptr && count < kFew)
+        ++count;
+    return count < kFew;
+}
+
+// A variable that was taken out has moved the null from the end.
+bool IsInUse(const std::vector<char*>& table) {
+    return table.size() > 1 && environ == table.data() && table.back() == nullptr &&
+           table[table.size() - 2] != nullptr;
+}
+
+std::string_view NameOf(const char* text) {
+    return {text, std::strcspn(text, "=")};
+}
+
+// The place in the index where the name is, or would be.
+uint32_t& Find(Environment& ours, std::string_view name) {
+    uint32_t hash = 0;
+    for (const char c : name)
+        hash = hash * kHashFactor + static_cast<unsigned char>(c);
+    const size_t mask = ours.index.size() - 1;
+    size_t at = hash & mask;
+    while (ours.index[at] != 0 && NameOf(ours.table[ours.index[at] - 1]) != name)
+        at = (at + 1) & mask;
+    return ours.index[at];
+}
+
+// Of a name that is there twice the first counts, as for the C library.
+void MakeIndex(Environment& ours) {
+    size_t size = 4 * kFew;
+    while (size < 4 * ours.table.size())
+        size *= 2;
+    ours.index.assign(size, 0);
+    for (uint32_t i = 0; i + 1 < ours.table.size(); ++i) {
+        uint32_t& place = Find(ours, NameOf(ours.table[i]));
+        if (place == 0) place = i + 1;
+    }
+}
+
+void TakeOver() {
+    size_t count = 0;
+    while (environ[count] != nullptr)
+        ++count;
+    Environment copy;
+    copy.table.assign(environ, environ + count + 1);
+    MakeIndex(copy);
+    environ = copy.table.data();
+    Ours() = std::move(copy);
+}
+
+// Room for one more. The table may move.
+void MakeRoom(Environment& ours) {
+    if (ours.index.size() < 2 * (ours.table.size() + 1)) MakeIndex(ours);
+    if (ours.table.size() == ours.table.capacity()) ours.table.reserve(2 * ours.table.size());
+    environ = ours.table.data();
+}
+
+// The variable as the environment holds it. It is never freed: somebody may read it.
+char* NewText(std::string_view name, std::string_view value) {
+    char* text = new char[name.size() + value.size() + 2];
+    std::memcpy(text, name.data(), name.size());
+    text[name.size()] = '=';
+    std::memcpy(text + name.size() + 1, value.data(), value.size());
+    text[name.size() + 1 + value.size()] = '\0';
+    return text;
+}
+
+int SetInOurs(std::string_view name, std::string_view value) {
+    if (!IsInUse(Ours().table)) TakeOver();
+    Environment& ours = Ours();
+    MakeRoom(ours);
+    char* text = NewText(name, value);
+    uint32_t& place = Find(ours, name);
+    if (place != 0) {
+        ours.table[place - 1] = text;
+        return 0;
+    }
+    ours.table.back() = text;
+    ours.table.push_back(nullptr);
+    place = static_cast<uint32_t>(ours.table.size() - 1);
+    return 0;
+}
+
+}  // namespace
+
+int SetVariable(const char* name, const char* value) {
+    const bool isName = *name != '\0' && std::strchr(name, '=') == nullptr;
+    if (!isName || AreFew()) return setenv(name, value, 1);
+    return UnlessShort(-1, [=] { return SetInOurs(name, value); });
+}

@@ -1,0 +1,9 @@
+// Setting a variable in an environment of many thousands, which the C library searches from
+// its start for each.
+#ifndef LINUX_VARIABLES_H
+#define LINUX_VARIABLES_H
+
+// As setenv with replacement, whatever the number of variables.
+int SetVariable(const char* name, const char* value);
+
+#endif
