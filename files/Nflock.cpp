@@ -26,7 +26,9 @@
 namespace {
 
 constexpr char kLockFileName[] = "__locks";
-constexpr int32_t kLockFileFlags = kOpenBinary | kOpenReadWrite | kOpenCreate;
+// Who may write the directory may lock in it, whatever the first host's umask, and who may
+// not cannot block it with locks of his own.
+constexpr int32_t kLockFileFlags = kOpenBinary | kOpenReadWrite | kOpenCreate | kOpenLikeFolder;
 constexpr int32_t kLockFilePermission = kPermissionRead | kPermissionWrite;
 constexpr int32_t kEntriesPerStep = 5;
 constexpr int32_t kKeysPerStep = 5;

@@ -69,10 +69,29 @@ int OpenExisting(const OpenRequest& request, struct stat& status) {
     return descriptor;
 }
 
+// The directory's owner and group, as far as they can be given, and their rights to write.
+void TakeFolderRights(int descriptor, const char* path) {
+    constexpr int kGroup = 3;
+    constexpr int kOwner = 6;
+    constexpr mode_t kReadAndWrite = S_IROTH | S_IWOTH;
+    const Place place(path, false);
+    struct stat folder;
+    if (place.Directory() == -1 || fstat(place.Directory(), &folder) != 0) return;
+    const bool hasGroup = fchown(descriptor, folder.st_uid, folder.st_gid) == 0 ||
+                          fchown(descriptor, static_cast<uid_t>(-1), folder.st_gid) == 0;
+    mode_t rights = kReadAndWrite << kOwner;
+    if ((folder.st_mode & S_IWGRP) != 0 && hasGroup) rights |= kReadAndWrite << kGroup;
+    if ((folder.st_mode & S_IWOTH) != 0) rights |= kReadAndWrite;
+    fchmod(descriptor, rights);
+}
+
 int Create(const OpenRequest& request, OpenFile& file) {
     const int descriptor =
         OpenResolved(request.path, request.hostFlags | O_CREAT | O_EXCL, request.mode);
     file.created = descriptor != -1;
+    if (file.created && (request.flags & kOpenLikeFolder) != 0) {
+        TakeFolderRights(descriptor, request.path);
+    }
     return descriptor;
 }
 
@@ -109,7 +128,7 @@ bool MaySignal(const OpenRequest& request, bool isRegular) {
 }
 
 mode_t ModeOf(int32_t flags, int32_t permission) {
-    if ((flags & kOpenPrivate) != 0) return S_IRUSR | S_IWUSR;
+    if ((flags & (kOpenPrivate | kOpenLikeFolder)) != 0) return S_IRUSR | S_IWUSR;
     return kAnyRead | ((permission & kPermissionWrite) != 0 ? kAnyWrite : 0);
 }
 

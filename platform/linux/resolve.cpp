@@ -53,11 +53,9 @@ bool IsTrusted(int directory, const struct stat& status) {
     return status.st_uid == geteuid() || status.st_uid == 0 || status.st_uid == parent.st_uid;
 }
 
-// Takes the next name off the path, with the slashes around it; false at the end.
+// Takes the next name off the path, with the slashes after it; false when it is too long.
 bool TakeName(const char*& path, char (&name)[NAME_MAX + 1]) {
-    path += std::strspn(path, "/");
     const size_t length = std::strcspn(path, "/");
-    if (length == 0) return false;
     if (length >= sizeof name) return Refuse(ENAMETOOLONG);
     std::memcpy(name, path, length);
     name[length] = '\0';
@@ -93,7 +91,9 @@ Step FollowLink(Walk& walk, const struct stat& link) {
 }
 
 Step TakeStep(Walk& walk, bool followLast) {
-    if (!TakeName(walk.rest, walk.name)) return Step::There;
+    walk.rest += std::strspn(walk.rest, "/");
+    if (*walk.rest == '\0') return Step::There;
+    if (!TakeName(walk.rest, walk.name)) return Step::Failed;
     const bool isLast = *walk.rest == '\0';
     struct stat status;
     if ((!isLast || followLast) && IsLink(walk.directory.Get(), walk.name, status)) {

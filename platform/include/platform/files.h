@@ -31,16 +31,19 @@ enum {
 
 /* Flags of FileOpen; reading only, in text mode, when none is given. */
 enum {
-    kOpenReadOnly = 0x0000,  /* reading */
-    kOpenWriteOnly = 0x0001, /* writing */
-    kOpenReadWrite = 0x0002, /* both */
-    kOpenAppend = 0x0008,    /* every write goes to the end */
-    kOpenCreate = 0x0100,    /* make the file if it does not exist */
-    kOpenTruncate = 0x0200,  /* cut an existing file to length 0 */
-    kOpenExclusive = 0x0400, /* with kOpenCreate: fail if it exists */
-    kOpenPrivate = 0x0800,   /* with kOpenCreate: only its owner may open a file that is made */
-    kOpenText = 0x4000,      /* line ends are CR LF on disk */
-    kOpenBinary = 0x8000     /* bytes are as they are on disk */
+    kOpenReadOnly = 0x0000,   /* reading */
+    kOpenWriteOnly = 0x0001,  /* writing */
+    kOpenReadWrite = 0x0002,  /* both */
+    kOpenAppend = 0x0008,     /* every write goes to the end */
+    kOpenCreate = 0x0100,     /* make the file if it does not exist */
+    kOpenTruncate = 0x0200,   /* cut an existing file to length 0 */
+    kOpenExclusive = 0x0400,  /* with kOpenCreate: fail if it exists */
+    kOpenPrivate = 0x0800,    /* with kOpenCreate: only its owner may open a file that is made */
+    kOpenLikeFolder = 0x1000, /* with kOpenCreate: who may write the directory of a file that is
+                               * made, and nobody else, may read and write it, as far as the
+                               * process may give files away */
+    kOpenText = 0x4000,       /* line ends are CR LF on disk */
+    kOpenBinary = 0x8000      /* bytes are as they are on disk */
 };
 
 /* What others may do with the file meanwhile; there is this one sharing mode. */
