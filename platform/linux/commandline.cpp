@@ -1,18 +1,18 @@
 // Command lines. The first word decides: the shell by its words, a batch file by its
-// name, and otherwise a program that gets the words behind it.
+// name, and otherwise a program that gets the words after it.
 
 #include "linux/commandline.h"
 
+#include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
-#include <cerrno>
 #include <cstdlib>
-#include <fstream>
-#include <iterator>
 
+#include "linux/insist.h"
 #include "linux/paths.h"
+#include "linux/redirects.h"
 #include "platform/text.h"
 
 namespace {
@@ -22,6 +22,8 @@ constexpr char kBlanks[] = " \t";
 constexpr char kCtrlZ = 26;
 constexpr int kNoSuchProgram = 2;
 constexpr int kNoSuchDirectory = 3;
+constexpr int kNoMemory = 8;
+constexpr off_t kLargestBatch = 128 * 1024;
 
 bool Same(const std::string& a, const char* b) {
     return lstrcmpiA(a.c_str(), b) == 0;
@@ -45,7 +47,7 @@ bool IsBlank(char c) {
     return c == ' ' || c == '\t';
 }
 
-// Takes a run of backslashes, and the quote behind it if there is one. In front of a
+// Takes a run of backslashes, and the quote after it if there is one. Before a
 // quote two of them are one, and an odd one makes the quote a byte like any other.
 void TakeBackslashes(const std::string& line, size_t& at, std::string& word, bool& quoted) {
     const size_t end = std::min(line.find_first_not_of('\\', at), line.size());
@@ -132,7 +134,7 @@ bool FindProgram(const std::string& name, std::string& found) {
            FindInPath(name, found);
 }
 
-// Sets `at` behind the program's name. An unquoted name grows word by word until it is
+// Sets `at` after the program's name. An unquoted name grows word by word until it is
 // a file.
 bool FindFirstWord(const std::string& line, size_t& at, std::string& found) {
     if (line[at] == '"') return FindProgram(TakeWord(line, at), found);
@@ -155,14 +157,47 @@ int NotFound(const std::string& name) {
     return exists ? kNoSuchProgram : kNoSuchDirectory;
 }
 
-// A batch file's lines, which the shell gets as a text.
-bool ReadBatch(const std::string& hostPath, std::string& text) {
-    std::ifstream file(hostPath, std::ios::binary);
-    if (!file) return false;
-    text.assign(std::istreambuf_iterator<char>(file), {});
+enum class Batch { IsRead, IsNone, TooLarge };
+
+// A name may be that of a pipe by now, whose opening would wait for the other side.
+struct BatchFile {
+    explicit BatchFile(const char* hostPath)
+        : descriptor(open(hostPath, O_RDONLY | O_NONBLOCK | O_CLOEXEC)) {}
+    ~BatchFile() {
+        if (descriptor >= 0) close(descriptor);
+    }
+    BatchFile(const BatchFile&) = delete;
+    BatchFile& operator=(const BatchFile&) = delete;
+
+    int descriptor;
+};
+
+bool ReadAll(int descriptor, std::string& text) {
+    size_t done = 0;
+    while (done < text.size()) {
+        const ssize_t count =
+            Insist([&] { return read(descriptor, text.data() + done, text.size() - done); });
+        if (count < 0) return false;
+        if (count == 0) break;
+        done += static_cast<size_t>(count);
+    }
+    text.resize(done);
+    return true;
+}
+
+// A batch file's lines as a text for the shell.
+Batch ReadBatch(const std::string& hostPath, std::string& text) {
+    const BatchFile file(hostPath.c_str());
+    struct stat status;
+    if (file.descriptor < 0 || fstat(file.descriptor, &status) != 0) return Batch::IsNone;
+    if (!S_ISREG(status.st_mode)) return Batch::IsNone;
+    if (status.st_size > kLargestBatch) return Batch::TooLarge;
+    text.resize(static_cast<size_t>(status.st_size));
+    if (!ReadAll(file.descriptor, text)) return Batch::IsNone;
     text.resize(std::min(text.find(kCtrlZ), text.size()));
     std::erase_if(text, [](char c) { return c == '\r' || c == '\0'; });
-    return true;
+    text = WithHostRedirects(text);
+    return Batch::IsRead;
 }
 
 // The text's $0 and $1 are the words.
@@ -172,24 +207,36 @@ HostCommand ShellCommand(const std::string& text, const std::vector<std::string>
     return command;
 }
 
-HostCommand BareShell() {
-    return {kShell, {"sh"}};
+// A batch file, with its own name first among the words, or whatever else is found there.
+int FileCommand(const std::string& hostPath, const std::vector<std::string>& words,
+                HostCommand& command) {
+    std::string text;
+    const Batch batch = IsBatchName(hostPath) ? ReadBatch(hostPath, text) : Batch::IsNone;
+    if (batch == Batch::TooLarge) return kNoMemory;
+    command = batch == Batch::IsRead ? ShellCommand(text, words) : HostCommand{hostPath, words};
+    return 0;
 }
 
-// The text behind /c may begin with the name of a batch file, which runs in a shell of its
-// own; what stands behind the name, a redirect maybe, is for the shell around it.
-HostCommand CommandOfText(const std::string& text) {
+// The text after /c may begin with the name of a batch file, which runs in a shell of its
+// own; what follows the name, a redirect maybe, is for the shell around it.
+int TextCommand(const std::string& text, HostCommand& command) {
     std::string found;
-    std::string batch;
-    size_t behind = 0;
-    const std::string name = TakeWord(text, behind);
-    if (IsBatchName(name) && FindByPath(name, IsFile, found) && ReadBatch(found, batch)) {
-        return ShellCommand("sh -c -- \"$1\" \"$0\"" + text.substr(behind), {name, batch});
+    std::string lines;
+    size_t afterName = 0;
+    const std::string name = TakeWord(text, afterName);
+    const bool isFile = IsBatchName(name) && FindByPath(name, IsFile, found);
+    const Batch batch = isFile ? ReadBatch(found, lines) : Batch::IsNone;
+    if (batch == Batch::TooLarge) return kNoMemory;
+    if (batch == Batch::IsNone) {
+        command = ShellCommand(WithHostRedirects(text), {});
+        return 0;
     }
-    return ShellCommand(text, {});
+    const std::string rest = WithHostRedirects(text.substr(afterName));
+    command = ShellCommand("sh -c -- \"$1\" \"$0\"" + rest, {name, lines});
+    return 0;
 }
 
-HostCommand ParseShellLine(const std::string& line, size_t at) {
+int ParseShellLine(const std::string& line, size_t at, HostCommand& command) {
     for (PassBlanks(line, at); line.size() >= at + 2 && line[at] == '/'; PassBlanks(line, at)) {
         if ((line[at + 1] | 0x20) != 'c') {
             at = std::min(line.find_first_of(kBlanks, at), line.size());
@@ -197,9 +244,10 @@ HostCommand ParseShellLine(const std::string& line, size_t at) {
         }
         at += 2;
         PassBlanks(line, at);
-        return CommandOfText(line.substr(at));
+        return TextCommand(line.substr(at), command);
     }
-    return BareShell();
+    command = {kShell, {"sh"}};
+    return 0;
 }
 
 }  // namespace
@@ -208,19 +256,13 @@ int ParseCommandLine(const std::string& line, HostCommand& command) {
     size_t at = 0;
     PassBlanks(line, at);
     if (at == line.size()) return kNoSuchProgram;
-    size_t behindWord = at;
-    const std::string word = TakeWord(line, behindWord);
-    if (IsShellWord(word)) {
-        command = ParseShellLine(line, behindWord);
-        return 0;
-    }
+    size_t afterWord = at;
+    const std::string word = TakeWord(line, afterWord);
+    if (IsShellWord(word)) return ParseShellLine(line, afterWord, command);
     std::string found;
     if (!FindFirstWord(line, at, found)) return NotFound(word);
     std::vector<std::string> words = {word};
     for (PassBlanks(line, at); at < line.size(); PassBlanks(line, at))
         words.push_back(TakeWord(line, at));
-    std::string batch;
-    const bool isBatch = IsBatchName(found) && ReadBatch(found, batch);
-    command = isBatch ? ShellCommand(batch, words) : HostCommand{found, words};
-    return 0;
+    return FileCommand(found, words, command);
 }

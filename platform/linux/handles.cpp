@@ -1,10 +1,10 @@
-// Handles are counted up and never used again, so that a stale one stays bad.
+// Handles are counted up and never used again, so that a stale one stays bad. They are a
+// chain, so that a new one takes a piece of memory of its own and moves no other.
 
 #include "linux/handles.h"
 
-#include <algorithm>
 #include <cstdint>
-#include <vector>
+#include <new>
 
 #include "platform/programs.h"
 
@@ -17,37 +17,46 @@ struct Entry {
     void* handle;
     const HandleKind* kind;
     void* object;
+    Entry* next;
 };
 
-std::vector<Entry>& Entries() {
-    static auto* entries = new std::vector<Entry>;
-    return *entries;
-}
+Entry* first = nullptr;
 
-std::vector<Entry>::iterator Find(void* handle) {
-    return std::ranges::find(Entries(), handle, &Entry::handle);
+// The link that leads to the handle's entry, or the empty one at the end.
+Entry** Find(void* handle) {
+    Entry** link = &first;
+    while (*link != nullptr && (*link)->handle != handle)
+        link = &(*link)->next;
+    return link;
 }
 
 }  // namespace
 
 void* PlatformNewHandle(const HandleKind* kind, void* object) {
     static uintptr_t next = kFirstHandle;
+    if (object == nullptr) return nullptr;
     auto* handle = reinterpret_cast<void*>(next);
+    auto* entry = new (std::nothrow) Entry{handle, kind, object, first};
+    if (entry == nullptr) {
+        kind->close(object);
+        return nullptr;
+    }
+    first = entry;
     next += kHandleStep;
-    Entries().push_back({handle, kind, object});
     return handle;
 }
 
 void* PlatformHandleObject(const HandleKind* kind, void* handle) {
-    const auto entry = Find(handle);
-    return entry == Entries().end() || entry->kind != kind ? nullptr : entry->object;
+    const Entry* entry = *Find(handle);
+    return entry == nullptr || entry->kind != kind ? nullptr : entry->object;
 }
 
 int32_t CloseHandle(void* handle) {
-    const auto entry = Find(handle);
-    if (entry == Entries().end()) return 0;
-    const Entry closed = *entry;
-    Entries().erase(entry);
+    Entry** link = Find(handle);
+    if (*link == nullptr) return 0;
+    const Entry closed = **link;
+    delete *link;
+    *link = closed.next;
     closed.kind->close(closed.object);
     return 1;
 }

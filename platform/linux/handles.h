@@ -10,7 +10,8 @@ struct HandleKind {
 
 PLATFORM_BEGIN
 
-// A handle for an object, which its kind's close gets when CloseHandle is called.
+// A handle for an object, which its kind's close gets when CloseHandle is called. Null when
+// memory is short, and close has got the object then; null for a null object, too.
 PLATFORM_API void* PlatformNewHandle(const HandleKind* kind, void* object)
     PLATFORM_SYMBOL(PlatformNewHandle);
 

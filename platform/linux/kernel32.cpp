@@ -1,12 +1,12 @@
 // The library "kernel32": snapshots of the running processes.
 
-#include <algorithm>
 #include <cstring>
-#include <string>
+#include <memory>
 #include <vector>
 
 #include "linux/handles.h"
 #include "linux/proc.h"
+#include "linux/shortage.h"
 #include "platform/processlist.h"
 
 static_assert(sizeof(ProcessEntry32) == 296);
@@ -22,12 +22,23 @@ constexpr HandleKind kSnapshotKind = {
     [](void* object) { delete static_cast<Snapshot*>(object); },
 };
 
+constexpr char kUnknown[] = "unknown";
+
+Snapshot* NewSnapshot() {
+    auto snapshot = std::make_unique<Snapshot>();
+    NumberWalk all("/proc");
+    for (uint32_t number = 0; all.Next(number);) {
+        if (!IsKernelThread(number)) snapshot->numbers.push_back(number);
+    }
+    return snapshot.release();
+}
+
 }  // namespace
 
 PLATFORM_BEGIN
 
 PLATFORM_API void* CreateToolhelp32Snapshot(uint32_t, uint32_t) {
-    return PlatformNewHandle(&kSnapshotKind, new Snapshot{ProcessNumbers(), 0});
+    return PlatformNewHandle(&kSnapshotKind, UnlessShort<Snapshot*>(nullptr, NewSnapshot));
 }
 
 PLATFORM_API int32_t Process32Next(void* handle, ProcessEntry32* entry) {
@@ -35,12 +46,13 @@ PLATFORM_API int32_t Process32Next(void* handle, ProcessEntry32* entry) {
     if (snapshot == nullptr || entry->size != sizeof *entry) return 0;
     if (snapshot->next == snapshot->numbers.size()) return 0;
     const uint32_t number = snapshot->numbers[snapshot->next++];
-    std::string path;
-    if (!ProgramPath(number, path)) path = "unknown";
+    char program[kProgramNameSize];
+    const bool known = UnlessShort(false, [&] { return ProgramOf(number, program); });
     *entry = {};
     entry->size = sizeof *entry;
     entry->processNumber = number;
-    std::memcpy(entry->path, path.data(), std::min(path.size(), sizeof entry->path - 1));
+    const char* path = known ? program : kUnknown;
+    std::memcpy(entry->path, path, strnlen(path, sizeof entry->path - 1));
     return 1;
 }
 

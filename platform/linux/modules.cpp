@@ -4,14 +4,15 @@
 
 #include <dlfcn.h>
 #include <link.h>
-#include <unistd.h>
+#include <sys/stat.h>
 
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <string>
-#include <vector>
 
 #include "linux/paths.h"
+#include "linux/proc.h"
+#include "linux/shortage.h"
 #include "platform/process.h"
 #include "platform/text.h"
 
@@ -41,53 +42,85 @@ bool ModulePath(void* module, char (&path)[kHostPathSize]) {
     return realpath(name, path) != nullptr;
 }
 
-// A name of the platform's kind, X or X.DLL, may be that of the host's X.so or libX.so.
-std::vector<std::string> FileNamesOf(const std::string& name) {
-    const size_t base = name.find_last_of("\\/:") + 1;  // 0 when there is none
-    std::string stem = name.substr(base);
-    const size_t dot = stem.find_last_of('.');
-    if (dot != std::string::npos && lstrcmpiA(stem.c_str() + dot, ".dll") == 0) stem.resize(dot);
-    const std::string directory = name.substr(0, base);
-    return {name, directory + stem + ".so", directory + "lib" + stem + ".so"};
-}
+// The folder that this library was loaded from, with a separator at its end. It is asked
+// for an object of its own, since a host's address of a service may be that of a stub, and
+// while it is being loaded, since a name from the current directory means nothing later.
+char ownFolder[kHostPathSize];
 
-// The folder that this library was loaded from.
-std::string OwnFolder() {
+__attribute__((constructor)) void FindOwnFolder() {
     Dl_info info = {};
-    if (dladdr(reinterpret_cast<void*>(LoadLibraryA), &info) == 0) return "";
-    const std::string path = info.dli_fname;
-    return path.substr(0, path.find_last_of('/') + 1);
+    if (dladdr(ownFolder, &info) == 0 || realpath(info.dli_fname, ownFolder) == nullptr)
+        ownFolder[0] = '\0';
+    char* separator = std::strrchr(ownFolder, '/');
+    if (separator != nullptr) separator[1] = '\0';
 }
 
-void* LoadFile(const std::string& name) {
+// A name of the platform's kind, X or X.DLL, may be that of the host's X.so or libX.so.
+struct LibraryName {
+    const char* whole;
+    const char* stem;
+    int directoryLength;
+    int stemLength;
+};
+
+LibraryName SplitName(const char* name) {
+    const char* stem = name;
+    while (const char* separator = std::strpbrk(stem, "\\/:"))
+        stem = separator + 1;
+    const char* dot = std::strrchr(stem, '.');
+    const bool hasExtension = dot != nullptr && lstrcmpiA(dot, ".dll") == 0;
+    const size_t stemLength = hasExtension ? static_cast<size_t>(dot - stem) : std::strlen(stem);
+    return {name, stem, static_cast<int>(stem - name), static_cast<int>(stemLength)};
+}
+
+// Anything but a file would be opened before it is refused, and a pipe waits for its other
+// side then.
+void* LoadPath(const char* path) {
+    struct stat status;
+    if (stat(path, &status) != 0 || !S_ISREG(status.st_mode)) return nullptr;
+    return dlopen(path, RTLD_NOW);
+}
+
+void* LoadBare(const char* name) {
+    char path[2 * kHostPathSize];
+    std::snprintf(path, sizeof path, "%s%s", ownFolder, name);
+    void* module = LoadPath(path);
+    return module != nullptr ? module : dlopen(name, RTLD_NOW);
+}
+
+void* LoadFile(const char* name) {
     char path[kHostPathSize];
-    const bool bare = name.find_first_of("\\/:") == std::string::npos;
-    if (bare) {
-        void* module = dlopen((OwnFolder() + name).c_str(), RTLD_NOW);
-        return module != nullptr ? module : dlopen(name.c_str(), RTLD_NOW);
-    }
-    return HostPath(name.c_str(), path) ? dlopen(path, RTLD_NOW) : nullptr;
+    if (std::strpbrk(name, "\\/:") == nullptr) return LoadBare(name);
+    return UnlessShort(false, [&] { return HostPath(name, path); }) ? LoadPath(path) : nullptr;
+}
+
+void* LoadBeside(const LibraryName& name, const char* prefix) {
+    char path[kHostPathSize];
+    const int length = std::snprintf(path, sizeof path, "%.*s%s%.*s.so", name.directoryLength,
+                                     name.whole, prefix, name.stemLength, name.stem);
+    return length < static_cast<int>(sizeof path) ? LoadFile(path) : nullptr;
 }
 
 }  // namespace
 
 uint32_t GetModuleFileNameA(void* module, char* buffer, uint32_t size) {
     char path[kHostPathSize];
-    char drivePath[kHostPathSize];
+    char name[kProgramNameSize];
     if (size == 0 || !ModulePath(module, path)) return 0;
-    if (!DrivePath(path, drivePath, sizeof drivePath)) return 0;
-    const size_t length = strnlen(drivePath, size - 1);
-    std::memcpy(buffer, drivePath, length);
+    if (!UnlessShort(false, [&] { return ProgramName(path, name); })) return 0;
+    const size_t length = strnlen(name, size - 1);
+    std::memcpy(buffer, name, length);
     buffer[length] = '\0';
     return static_cast<uint32_t>(length);
 }
 
 void* LoadLibraryA(const char* name) {
-    if (name == nullptr || *name == '\0') return nullptr;
-    for (const std::string& candidate : FileNamesOf(name)) {
-        if (void* module = LoadFile(candidate)) return module;
-    }
-    return nullptr;
+    if (name == nullptr || *name == '\0' || strnlen(name, kHostPathSize) == kHostPathSize)
+        return nullptr;
+    const LibraryName split = SplitName(name);
+    if (void* module = LoadFile(name)) return module;
+    if (void* module = LoadBeside(split, "")) return module;
+    return LoadBeside(split, "lib");
 }
 
 int32_t FreeLibrary(void* module) {

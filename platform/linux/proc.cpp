@@ -1,55 +1,116 @@
-// A process is a folder of /proc that bears its number, and its program is what the
-// link `exe` in there names.
+// A process is a folder of /proc that bears its number, its threads are folders in its
+// `task`, and its program is what the link `exe` in there names.
 
 #include "linux/proc.h"
 
 #include <dirent.h>
+#include <fcntl.h>
 #include <unistd.h>
 
 #include <algorithm>
-#include <climits>
+#include <cerrno>
+#include <cstdio>
 #include <cstdlib>
-#include <fstream>
+#include <cstring>
+#include <string_view>
 
-#include "linux/paths.h"
+#include "linux/insist.h"
 
 namespace {
 
-constexpr char kDeleted[] = " (deleted)";
+constexpr std::string_view kDeleted = " (deleted)";
+constexpr uint32_t kExiting = 0x00000004;      // PF_EXITING of the kernel
+constexpr uint32_t kOfTheKernel = 0x00200000;  // PF_KTHREAD
+constexpr size_t kStatSize = 256;              // the fields wanted end well before
+constexpr size_t kNameSize = 64;
+
+struct TaskState {
+    char letter;
+    uint32_t flags;
+};
+
+// The state stands after the name, which may hold anything.
+bool ReadState(const char* statFile, TaskState& state) {
+    const int descriptor = open(statFile, O_RDONLY | O_CLOEXEC);
+    if (descriptor < 0) return false;
+    char text[kStatSize];
+    const ssize_t length = Insist([&] { return read(descriptor, text, sizeof text - 1); });
+    close(descriptor);
+    text[std::max<ssize_t>(length, 0)] = '\0';
+    const char* afterName = std::strrchr(text, ')');
+    return afterName != nullptr &&
+           std::sscanf(afterName, ") %c %*d %*d %*d %*d %*d %u", &state.letter, &state.flags) == 2;
+}
+
+bool ReadStateOf(uint32_t process, TaskState& state) {
+    char name[kNameSize];
+    std::snprintf(name, sizeof name, "/proc/%u/stat", process);
+    return ReadState(name, state);
+}
 
 }  // namespace
 
-std::vector<uint32_t> ProcessNumbers() {
-    std::vector<uint32_t> numbers;
-    DIR* folder = opendir("/proc");
-    if (folder == nullptr) return numbers;
-    while (const dirent* entry = readdir(folder)) {
-        const unsigned long number = std::strtoul(entry->d_name, nullptr, 10);
-        if (number != 0) numbers.push_back(static_cast<uint32_t>(number));
+NumberWalk::NumberWalk(const char* folder)
+    : descriptor(open(folder, O_RDONLY | O_DIRECTORY | O_CLOEXEC)) {}
+
+NumberWalk::~NumberWalk() {
+    if (descriptor >= 0) close(descriptor);
+}
+
+bool NumberWalk::Next(uint32_t& number) {
+    for (;;) {
+        if (place == filled) {
+            const ssize_t length = getdents64(descriptor, buffer, sizeof buffer);
+            if (length <= 0) return false;
+            place = 0;
+            filled = static_cast<size_t>(length);
+        }
+        const auto* entry = reinterpret_cast<const dirent64*>(buffer + place);
+        place += entry->d_reclen;
+        number = static_cast<uint32_t>(std::strtoul(entry->d_name, nullptr, 10));
+        if (number != 0) return true;
     }
-    closedir(folder);
-    std::ranges::sort(numbers);
-    return numbers;
 }
 
-// The state stands behind the name, which may hold anything.
-bool IsZombie(const std::string& folder) {
-    std::ifstream file(folder + "/stat");
-    std::string text;
-    std::getline(file, text, '\0');
-    const size_t behindName = text.rfind(')');
-    return behindName != std::string::npos && text.compare(behindName, 3, ") Z") == 0;
+bool IsZombie(pid_t process) {
+    TaskState state;
+    return ReadStateOf(static_cast<uint32_t>(process), state) && state.letter == 'Z';
 }
 
-bool ProgramPath(uint32_t processNumber, std::string& path) {
-    char hostPath[PATH_MAX];
-    char drivePath[PATH_MAX];
-    const std::string link = "/proc/" + std::to_string(processNumber) + "/exe";
-    const ssize_t length = readlink(link.c_str(), hostPath, sizeof hostPath - 1);
-    if (length <= 0) return false;
-    std::string program(hostPath, static_cast<size_t>(length));
-    if (program.ends_with(kDeleted)) program.resize(program.size() - sizeof kDeleted + 1);
-    if (!DrivePath(program.c_str(), drivePath, sizeof drivePath)) return false;
-    path = drivePath;
+// A thread can be joined before it has left /proc; its flags tell that it is on its way.
+bool IsEndingThread(uint32_t thread) {
+    char name[kNameSize];
+    TaskState state;
+    std::snprintf(name, sizeof name, "/proc/self/task/%u/stat", thread);
+    return !ReadState(name, state) || state.letter == 'Z' || (state.flags & kExiting) != 0;
+}
+
+// Threads of the kernel are in no process group, which is a cheap question. A program whose
+// group began outside a container reads 0 too.
+bool IsKernelThread(uint32_t number) {
+    TaskState state;
+    return getpgid(static_cast<pid_t>(number)) == 0 && ReadStateOf(number, state) &&
+           (state.flags & kOfTheKernel) != 0;
+}
+
+bool ProgramName(const char* hostPath, char (&name)[kProgramNameSize]) {
+    errno = 0;
+    if (DrivePath(hostPath, name, sizeof name)) return true;
+    if (errno == ENOMEM) return false;
+    const size_t length = strnlen(hostPath, sizeof name - 1);
+    std::replace_copy(hostPath, hostPath + length, name, '/', '\\');
+    name[length] = '\0';
     return true;
+}
+
+bool ProgramOf(uint32_t process, char (&name)[kProgramNameSize]) {
+    char link[kNameSize];
+    char hostPath[kHostPathSize];
+    std::snprintf(link, sizeof link, "/proc/%u/exe", process);
+    const ssize_t length = readlink(link, hostPath, sizeof hostPath - 1);
+    if (length <= 0) return false;
+    std::string_view program(hostPath, static_cast<size_t>(length));
+    if (program.ends_with(kDeleted)) program.remove_suffix(kDeleted.size());
+    hostPath[program.size()] = '\0';
+    return ProgramName(hostPath, name);
 }

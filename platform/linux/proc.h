@@ -1,19 +1,51 @@
-// What /proc tells of processes, for the queries about them.
+// What /proc says of processes and threads, read into buffers of fixed size: it can be
+// asked when no memory is left.
 #ifndef LINUX_PROC_H
 #define LINUX_PROC_H
 
+#include <sys/types.h>
+
+#include <cstddef>
 #include <cstdint>
-#include <string>
-#include <vector>
 
-// The numbers of all processes, rising.
-std::vector<uint32_t> ProcessNumbers();
+#include "linux/paths.h"
 
-// Whether the process or thread of that folder of /proc has ended, and only waits for
-// somebody to take note of it.
-bool IsZombie(const std::string& folder);
+// A walk through the numbers that name entries of a folder of /proc, in rising order.
+class NumberWalk {
+public:
+    explicit NumberWalk(const char* folder);
+    ~NumberWalk();
+    NumberWalk(const NumberWalk&) = delete;
+    NumberWalk& operator=(const NumberWalk&) = delete;
 
-// The drive path of the process's program; false when it may not be read.
-bool ProgramPath(uint32_t processNumber, std::string& path);
+    // False after the last one.
+    bool Next(uint32_t& number);
+
+private:
+    static constexpr size_t kBufferSize = 2048;
+
+    int descriptor;
+    size_t place = 0;
+    size_t filled = 0;
+    alignas(8) char buffer[kBufferSize];
+};
+
+// Whether the process has ended, and only waits for somebody to take note of it.
+bool IsZombie(pid_t process);
+
+// Whether the thread of this process has ended or is past its last step.
+bool IsEndingThread(uint32_t thread);
+
+// Whether the number is that of a thread of the kernel and not of a program.
+bool IsKernelThread(uint32_t number);
+
+constexpr size_t kProgramNameSize = kHostPathSize + 4;
+
+// The drive path of a program or library, given by its host path. One that no drive path
+// can name has its host path with backslashes for separators. False when memory is short.
+bool ProgramName(const char* hostPath, char (&name)[kProgramNameSize]);
+
+// The name of the process's program; false when it may not be read.
+bool ProgramOf(uint32_t process, char (&name)[kProgramNameSize]);
 
 #endif

@@ -3,27 +3,32 @@
 
 #include "platform/process.h"
 
-#include <dirent.h>
+#include <execinfo.h>
 #include <pthread.h>
 
 #include <cstdlib>
-#include <string>
 
 #include "linux/proc.h"
 #include "linux/reaper.h"
 
 namespace {
 
+// The C library loads the unwinder when it is first needed, and ends the process when there
+// is no memory for that. A thread that ends needs it.
+__attribute__((constructor)) void LoadUnwinder() {
+    void* frame = nullptr;
+    backtrace(&frame, 1);
+}
+
+// Whether no other thread of the host's is left. The library's own does not count.
 bool IsLastThread() {
-    DIR* tasks = opendir("/proc/self/task");
-    if (tasks == nullptr) return false;
+    const uint32_t reaper = ReaperThread();
+    NumberWalk threads("/proc/self/task");
     int count = 0;
-    while (const dirent* entry = readdir(tasks)) {
-        const std::string task = entry->d_name;
-        if (task[0] != '.' && !IsZombie("/proc/self/task/" + task)) ++count;
+    for (uint32_t thread = 0; threads.Next(thread);) {
+        if (thread != reaper && !IsEndingThread(thread)) ++count;
     }
-    closedir(tasks);
-    return count - ReaperThreads() == 1;
+    return count == 1;
 }
 
 }  // namespace

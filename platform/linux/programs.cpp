@@ -1,11 +1,14 @@
 // Programs are spawned with nothing of ours but the standard streams. A process object
-// is shared by its handles; when the last of them goes before the process has ended, a
-// thread of its own waits for the end, so that no zombie stays.
+// is shared by its handles; when the last of them goes before the process has ended, the
+// reaper waits for the end, so that no zombie stays. All memory is taken before a program
+// starts: nothing can fail once it runs.
 
 #include "platform/programs.h"
 
+#include <poll.h>
 #include <pthread.h>
 #include <spawn.h>
+#include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -13,6 +16,8 @@
 #include <chrono>
 #include <csignal>
 #include <ctime>
+#include <memory>
+#include <new>
 #include <string>
 #include <vector>
 
@@ -21,6 +26,7 @@
 #include "linux/insist.h"
 #include "linux/proc.h"
 #include "linux/reaper.h"
+#include "linux/shortage.h"
 #include "platform/control.h"
 
 static_assert(sizeof(StartupInfo) == 68);
@@ -35,12 +41,12 @@ constexpr uint32_t kNotOffered = 87;
 constexpr uint32_t kNotAProgram = 193;
 constexpr int kKilledBase = 128;
 constexpr int32_t kWindowModeNotSet = -1;
-constexpr long kPollNanoseconds = 2'000'000;
+constexpr long kPauseNanoseconds = 2'000'000;
 constexpr uint32_t kDefaultPlatformNumber = 2;
 
 struct Process {
     pid_t number;
-    bool isChild;  // that this process has to wait for
+    std::unique_ptr<Child> child;  // null for what this process does not have to wait for
     bool ended;
     uint32_t exitCode;
     int references;
@@ -59,7 +65,10 @@ int32_t Fail(uint32_t error) {
 void CloseProcess(void* object) {
     auto* process = static_cast<Process*>(object);
     if (--process->references != 0) return;
-    if (process->isChild && !process->ended) ReapInBackground(process->number);
+    if (process->child != nullptr && !process->ended) {
+        process->child->number = process->number;
+        ReapInBackground(std::move(process->child));
+    }
     delete process;
 }
 
@@ -78,9 +87,9 @@ void NoteEnd(Process& process, int status) {
 
 void Poll(Process& process, int options) {
     if (process.ended) return;
-    if (!process.isChild) {
-        process.ended = (kill(process.number, 0) != 0 && errno == ESRCH) ||
-                        IsZombie("/proc/" + std::to_string(process.number));
+    if (process.child == nullptr) {
+        process.ended =
+            (kill(process.number, 0) != 0 && errno == ESRCH) || IsZombie(process.number);
         return;
     }
     int status = 0;
@@ -105,49 +114,113 @@ uint32_t ErrorOfSpawn(int error) {
     }
 }
 
-// What a host of ours blocks or ignores is no matter of the program's.
-int Spawn(const HostCommand& command, pid_t& number) {
-    std::vector<char*> words;
-    for (const std::string& word : command.words)
-        words.push_back(const_cast<char*>(word.c_str()));
-    words.push_back(nullptr);
+// Only the standard streams, none of the signals that the host blocks or ignores.
+struct SpawnSettings {
+    SpawnSettings() {
+        sigset_t none;
+        sigset_t all;
+        sigemptyset(&none);
+        sigfillset(&all);
+        posix_spawn_file_actions_init(&actions);
+        error = posix_spawn_file_actions_addclosefrom_np(&actions, STDERR_FILENO + 1);
+        posix_spawnattr_init(&attributes);
+        posix_spawnattr_setsigmask(&attributes, &none);
+        posix_spawnattr_setsigdefault(&attributes, &all);
+        posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF);
+    }
+    ~SpawnSettings() {
+        posix_spawn_file_actions_destroy(&actions);
+        posix_spawnattr_destroy(&attributes);
+    }
+    SpawnSettings(const SpawnSettings&) = delete;
+    SpawnSettings& operator=(const SpawnSettings&) = delete;
 
     posix_spawn_file_actions_t actions;
     posix_spawnattr_t attributes;
-    sigset_t none;
-    sigset_t all;
-    sigemptyset(&none);
-    sigfillset(&all);
-    posix_spawn_file_actions_init(&actions);
-    posix_spawn_file_actions_addclosefrom_np(&actions, STDERR_FILENO + 1);
-    posix_spawnattr_init(&attributes);
-    posix_spawnattr_setsigmask(&attributes, &none);
-    posix_spawnattr_setsigdefault(&attributes, &all);
-    posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF);
-    const int error =
-        posix_spawn(&number, command.program.c_str(), &actions, &attributes, words.data(), environ);
-    posix_spawn_file_actions_destroy(&actions);
-    posix_spawnattr_destroy(&attributes);
-    return error;
+    int error;
+};
+
+int Spawn(const char* program, char* const* words, pid_t& number) {
+    const SpawnSettings settings;
+    if (settings.error != 0) return settings.error;
+    return posix_spawn(&number, program, &settings.actions, &settings.attributes, words, environ);
 }
 
-void GiveHandles(Process process, ProcessInformation* information) {
-    process.references = 2;
-    auto* shared = new Process(process);
-    const auto number = static_cast<uint32_t>(process.number);
-    *information = {PlatformNewHandle(&kProcessKind, shared),
-                    PlatformNewHandle(&kThreadKind, shared), number, number};
+std::vector<char*> ArgumentsOf(HostCommand& command) {
+    std::vector<char*> arguments;
+    for (std::string& word : command.words)
+        arguments.push_back(word.data());
+    arguments.push_back(nullptr);
+    return arguments;
+}
+
+void CloseBoth(const ProcessInformation& information) {
+    CloseHandle(information.process);
+    CloseHandle(information.thread);
+}
+
+// Both handles of a process that is yet to start, and counts as ended until then. Null when
+// memory is short.
+Process* NewProcess(ProcessInformation& information) {
+    auto* process = new (std::nothrow) Process{0, nullptr, true, 0, 2};
+    if (process == nullptr) return nullptr;
+    information = {PlatformNewHandle(&kProcessKind, process),
+                   PlatformNewHandle(&kThreadKind, process), 0, 0};
+    if (information.process != nullptr && information.thread != nullptr) return process;
+    CloseBoth(information);
+    return nullptr;
 }
 
 int32_t StartForReal(const char* commandLine, ProcessInformation* information) {
     HostCommand command;
-    pid_t number = 0;
     const int refused = ParseCommandLine(commandLine, command);
     if (refused != 0) return Fail(static_cast<uint32_t>(refused));
-    const int error = Spawn(command, number);
-    if (error != 0) return Fail(ErrorOfSpawn(error));
-    GiveHandles({number, true, false, 0, 0}, information);
+    const std::vector<char*> arguments = ArgumentsOf(command);
+    auto child = std::make_unique<Child>();
+    ProcessInformation handles;
+    Process* process = NewProcess(handles);
+    if (process == nullptr) return Fail(kNoMemory);
+    const int error = Spawn(command.program.c_str(), arguments.data(), process->number);
+    if (error != 0) {
+        CloseBoth(handles);
+        return Fail(ErrorOfSpawn(error));
+    }
+    process->child = std::move(child);
+    process->ended = false;
+    handles.processNumber = handles.threadNumber = static_cast<uint32_t>(process->number);
+    *information = handles;
     return 1;
+}
+
+int32_t StartUnlessShort(const char* commandLine, ProcessInformation* information) {
+    constexpr int32_t kShort = -1;
+    const int32_t started =
+        UnlessShort(kShort, [=] { return StartForReal(commandLine, information); });
+    return started == kShort ? Fail(kNoMemory) : started;
+}
+
+// As if a program had run.
+int32_t GiveEnded(uint32_t exitCode, ProcessInformation* information) {
+    Process* process = NewProcess(*information);
+    if (process == nullptr) return Fail(kNoMemory);
+    process->exitCode = exitCode;
+    return 1;
+}
+
+// Waits until the process has ended, but no longer than so many milliseconds, or any time
+// less: a signal ends the wait, and a system that has no descriptor to give is asked again
+// and again. True when the process is known to have ended.
+bool AwaitEnd(pid_t number, int milliseconds) {
+    const int descriptor = static_cast<int>(syscall(SYS_pidfd_open, number, 0));
+    if (descriptor < 0) {
+        const timespec pause = {0, kPauseNanoseconds};
+        nanosleep(&pause, nullptr);
+        return false;
+    }
+    pollfd request = {descriptor, POLLIN, 0};
+    const int ready = poll(&request, 1, milliseconds);
+    close(descriptor);
+    return ready > 0;
 }
 
 }  // namespace
@@ -160,19 +233,18 @@ int32_t CreateProcessA(const char* application, char* commandLine, void* process
                          threadSecurity == nullptr && inherit == 0 && flags == 0 &&
                          environment == nullptr && directory == nullptr;
     if (!offered || commandLine == nullptr) return Fail(kNotOffered);
-    if (recorder == nullptr) return StartForReal(commandLine, information);
+    if (recorder == nullptr) return StartUnlessShort(commandLine, information);
 
     const bool windowModeSet = startup != nullptr && (startup->flags & STARTF_USESHOWWINDOW) != 0;
     uint32_t code = 0;
     switch (recorder(recorderContext, commandLine,
                      windowModeSet ? startup->showWindow : kWindowModeNotSet, &code)) {
         case kProgramRan:
-            GiveHandles({0, false, true, code, 0}, information);
-            return 1;
+            return GiveEnded(code, information);
         case kProgramFailed:
             return Fail(code);
         default:
-            return StartForReal(commandLine, information);
+            return StartUnlessShort(commandLine, information);
     }
 }
 
@@ -180,22 +252,23 @@ uint32_t GetLastError() {
     return lastError;
 }
 
-int32_t WaitForSingleObject(void* process, int32_t milliseconds) {
+int32_t WaitForSingleObject(void* process, int32_t limit) {
     Process* found = FindProcess(process);
     if (found == nullptr) {
         lastError = kInvalidHandle;
         return INFINITE;
     }
-    if (milliseconds == INFINITE && found->isChild) Poll(*found, 0);
+    if (limit == INFINITE && found->child != nullptr) Poll(*found, 0);
     using Clock = std::chrono::steady_clock;
-    const Clock::time_point end = Clock::now() + std::chrono::milliseconds(milliseconds);
-    for (;;) {
-        Poll(*found, WNOHANG);
-        if (found->ended) return WAIT_OBJECT_0;
-        if (milliseconds != INFINITE && Clock::now() >= end) return WAIT_TIMEOUT;
-        const timespec pause = {0, kPollNanoseconds};
-        nanosleep(&pause, nullptr);
+    using std::chrono::milliseconds;
+    const Clock::time_point end = Clock::now() + milliseconds(limit);
+    for (Poll(*found, WNOHANG); !found->ended; Poll(*found, WNOHANG)) {
+        const auto left = std::chrono::ceil<milliseconds>(end - Clock::now()).count();
+        if (limit != INFINITE && left <= 0) return WAIT_TIMEOUT;
+        const bool ended = AwaitEnd(found->number, limit == INFINITE ? -1 : static_cast<int>(left));
+        if (ended && found->child == nullptr) found->ended = true;
     }
+    return WAIT_OBJECT_0;
 }
 
 int32_t GetExitCodeProcess(void* process, uint32_t* code) {
@@ -212,7 +285,10 @@ void* OpenProcess(uint32_t, int32_t, uint32_t processNumber) {
         Fail(kNotOffered);
         return nullptr;
     }
-    return PlatformNewHandle(&kProcessKind, new Process{number, false, false, 0, 1});
+    auto* process = new (std::nothrow) Process{number, nullptr, false, 0, 1};
+    void* handle = PlatformNewHandle(&kProcessKind, process);
+    if (handle == nullptr) Fail(kNoMemory);
+    return handle;
 }
 
 uint32_t PlatformProcessNumber(void* handle) {

@@ -2,56 +2,82 @@
 
 #include <algorithm>
 #include <cstring>
-#include <string>
 
 #include "linux/handles.h"
 #include "linux/proc.h"
+#include "linux/shortage.h"
 #include "platform/processlist.h"
 
 namespace {
 
-uint32_t CopyOut(const std::string& text, char* buffer, uint32_t size) {
+// The program that was asked for last. A handle is never given out again, so what was read
+// for it stays its own.
+struct Program {
+    void* process;
+    char name[kProgramNameSize];
+};
+
+Program program = {};
+
+// The program itself, the only module that is listed.
+void* const kProgramModule = reinterpret_cast<void*>(0x400000);
+
+bool ReadProgram(void* process) {
+    program.process = nullptr;
+    const uint32_t number = PlatformProcessNumber(process);
+    if (number == 0) return false;
+    if (!UnlessShort(false, [=] { return ProgramOf(number, program.name); })) return false;
+    program.process = process;
+    return true;
+}
+
+bool HasProgram(void* process) {
+    const bool known = process == program.process && PlatformProcessNumber(process) != 0;
+    return known || ReadProgram(process);
+}
+
+uint32_t CopyOut(const char* text, char* buffer, uint32_t size) {
     if (size == 0) return 0;
-    const size_t length = std::min(text.size(), size_t{size} - 1);
-    std::memcpy(buffer, text.data(), length);
+    const size_t length = strnlen(text, size - 1);
+    std::memcpy(buffer, text, length);
     buffer[length] = '\0';
     return static_cast<uint32_t>(length);
 }
 
-// The program itself, the only module that is told of.
-void* const kProgramModule = reinterpret_cast<void*>(0x400000);
+const char* BaseName(const char* path) {
+    const char* separator = std::strrchr(path, '\\');
+    return separator == nullptr ? path : separator + 1;
+}
 
 }  // namespace
 
 PLATFORM_BEGIN
 
 PLATFORM_API int32_t EnumProcesses(uint32_t* numbers, uint32_t bytes, uint32_t* stored) {
-    const std::vector<uint32_t> all = ProcessNumbers();
-    const size_t count = std::min(all.size(), bytes / sizeof *numbers);
-    std::copy_n(all.begin(), count, numbers);
+    NumberWalk all("/proc");
+    const size_t room = bytes / sizeof *numbers;
+    size_t count = 0;
+    for (uint32_t number = 0; count < room && all.Next(number);) {
+        if (!IsKernelThread(number)) numbers[count++] = number;
+    }
     *stored = static_cast<uint32_t>(count * sizeof *numbers);
     return 1;
 }
 
 PLATFORM_API int32_t EnumProcessModules(void* process, void** modules, uint32_t bytes,
                                         uint32_t* needed) {
-    std::string path;
-    if (!ProgramPath(PlatformProcessNumber(process), path)) return 0;
+    if (!ReadProgram(process)) return 0;
     if (bytes >= sizeof *modules) *modules = kProgramModule;
     *needed = sizeof *modules;
     return 1;
 }
 
 PLATFORM_API uint32_t GetModuleFileNameExA(void* process, void*, char* name, uint32_t size) {
-    std::string path;
-    if (!ProgramPath(PlatformProcessNumber(process), path)) return 0;
-    return CopyOut(path, name, size);
+    return HasProgram(process) ? CopyOut(program.name, name, size) : 0;
 }
 
 PLATFORM_API uint32_t GetModuleBaseNameA(void* process, void*, char* name, uint32_t size) {
-    std::string path;
-    if (!ProgramPath(PlatformProcessNumber(process), path)) return 0;
-    return CopyOut(path.substr(path.find_last_of('\\') + 1), name, size);
+    return HasProgram(process) ? CopyOut(BaseName(program.name), name, size) : 0;
 }
 
 PLATFORM_END

@@ -4,9 +4,21 @@
 
 #include <sys/types.h>
 
-void ReapInBackground(pid_t child);
+#include <cstdint>
+#include <memory>
 
-// Threads of the process that are only there for that.
-int ReaperThreads();
+// What has to be kept of a child. Whoever starts one takes this first, so that leaving it
+// to the reaper needs no memory.
+struct Child {
+    pid_t number;
+    Child* next;
+};
+
+// Takes note of the child's end when it comes, so that no zombie stays. Where the system
+// has no thread to give, that happens when the next child is left here.
+void ReapInBackground(std::unique_ptr<Child> child);
+
+// The number of this process's thread that does it; 0 when there is none.
+uint32_t ReaperThread();
 
 #endif

@@ -46,6 +46,13 @@ TEST_P(BackEndTest, ProgramsAreFoundByTheirFullNames) {
     EXPECT_TRUE(isListed("unknown"));
 }
 
+TEST_P(BackEndTest, ThreadsOfTheKernelAreNotListed) {
+    if (ReadFile("/proc/2/comm") != "kthreadd\n") GTEST_SKIP() << "there are none to be seen";
+    const std::string list = ";" + TakeCText(VrProcessList());
+    EXPECT_TRUE(list.starts_with(";1,")) << list;
+    EXPECT_EQ(list.find(";2,"), list.npos) << list;
+}
+
 // A library of the back end's name without its entry points hides the platform's one.
 TEST_P(BackEndTest, ABackEndThatFailsIsTold) {
     const std::string impostor = std::string("./") + GetParam() + ".so";

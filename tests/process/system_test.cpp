@@ -136,4 +136,16 @@ TEST_F(SystemTest, RealProgramsGiveTheirExitCodesAndOutput) {
     }
 }
 
+TEST_F(SystemTest, OutputFilesMayHaveADriveAndBlanks) {
+    std::filesystem::create_directory("Folder");
+    for (const auto& [command, out] :
+         Rows<2>("echo a -> a\n | -0echo b -> b\n | echo c;echo e -> c\ne\n")) {
+        EXPECT_EQ(Result(command, directory.Drive("folder\\two words").c_str()), "0") << command;
+        EXPECT_EQ(ReadFile("Folder/two words"), out) << command;
+    }
+    std::filesystem::remove_all("Folder");
+    std::filesystem::remove("test.ini");
+    EXPECT_TRUE(std::filesystem::is_empty(".")) << "no stray file";
+}
+
 }  // namespace

@@ -22,13 +22,15 @@ PLATFORM_API void ExitThread(uint32_t code) PLATFORM_SYMBOL(ExitThread) __attrib
 
 /* Writes the module's full name as a drive path into `buffer`, cut to
  * `size` - 1 characters, and returns the number of characters written; 0 when
- * there is no such module. */
+ * there is no such module. A module outside every drive has its host path with
+ * backslashes for separators, which begins with a backslash and no drive. */
 PLATFORM_API uint32_t GetModuleFileNameA(void* module, char* buffer, uint32_t size)
     PLATFORM_SYMBOL(GetModuleFileNameA);
 
 /* Loads the shared object of that path, or, for a bare name, the one that the system's
  * search finds, the platform's own folder first. For X and X.DLL the names X.so and
- * libX.so are tried too. Null when there is none. Loads are counted. */
+ * libX.so are tried too. Null when there is none, or it is no regular file. Loads are
+ * counted. */
 PLATFORM_API void* LoadLibraryA(const char* name) PLATFORM_SYMBOL(LoadLibraryA);
 
 /* Takes one load back. 1, or 0 for an unknown module. */

@@ -1,24 +1,35 @@
 /* Running programs.
  *
  * A command line is split by the platform's rules: blanks divide words, double quotes
- * hold blanks in, \" is a quote, and backslashes count double only in front of a quote.
+ * hold blanks in, \" is a quote, and backslashes count double only before a quote.
  * Its first word names the program. One with a directory is found there; another is
  * looked for in the folder of the running program, in the current directory and then in
- * the host's PATH, passing over files that are neither executable nor batch files; each
- * also with .exe behind it. An unquoted name may hold blanks: the shortest start of the
+ * the host's PATH, ignoring files that are neither executable nor batch files; each
+ * also with .exe after it. An unquoted name may hold blanks: the shortest start of the
  * line that is a file is taken.
  *
  * The words CMD and COMMAND.COM, with or without an extension, are the host's shell: with
- * /c it runs the text behind it as it stands, which may begin with the name of a batch
- * file, and alone it reads its commands from standard input. Other switches in front of
- * /c are passed over. A batch file (.bat, .cmd) is a list of lines for that shell, up to a
- * Ctrl-Z (byte 26) and of 128 KiB at most; CR and zero bytes are taken off. Words behind
- * its name are its $1, $2 and so on.
+ * /c it runs the text after it, which may begin with the name of a batch file, and alone it
+ * reads its commands from standard input. Other switches before /c are ignored. A batch file
+ * (.bat, .cmd) is a list of lines for that shell, up to a Ctrl-Z (byte 26) and of 128 KiB at
+ * most; a larger one fails with 8. CR and zero bytes are taken off. Words after its name are
+ * its $1, $2 and so on.
+ *
+ * The text after /c and the lines of a batch file are the shell's as they stand, but for the
+ * names of redirects: one after >, >> or < (or 2> and so on) that has a drive or a backslash
+ * is replaced by its host path, quoted. Whether a > is a redirect goes by the shell's quotes
+ * and comments; >& and << are left alone. A name in double quotes is the text in them. One
+ * that begins with a drive or a backslash may hold blanks: it reaches to the next redirect
+ * (with its number), to | & ; ( ) or the end of the line, less the blanks at its end; double
+ * quotes in it are taken off. Any other name ends at a blank. Left to the shell are names
+ * without drive and backslash, those that hold a $ or a backquote, that end in a backslash or
+ * are otherwise quoted, and those that have no host path. Names are taken from the caller's
+ * current directory, whatever cd the text itself does.
  *
  * A program has the caller's environment, current directory and standard streams, and
- * inherits nothing else. One that nobody waits for leaves no zombie. A host must not
- * ignore SIGCHLD, nor wait for children that are not its own: the exit codes would be
- * lost and read as 0. */
+ * inherits nothing else. One that nobody waits for leaves no zombie: one thread of the
+ * platform's waits for all of these, and ends with the last. A host must not ignore SIGCHLD,
+ * nor wait for children that are not its own: the exit codes would be lost and read as 0. */
 #ifndef PLATFORM_PROGRAMS_H
 #define PLATFORM_PROGRAMS_H
 
@@ -69,7 +80,7 @@ PLATFORM_BEGIN
 
 /* Starts a program. `application`, the security records and `environment` are to be
  * null, `inherit` and `flags` 0, and `directory` null. 1 with the handles filled in; or 0,
- * and GetLastError tells 2 (no such program), 3 (no such directory), 5 (it may not be
+ * and GetLastError reports 2 (no such program), 3 (no such directory), 5 (it may not be
  * run), 8 (no memory), 87 (what is asked for is not offered) or 193 (not a program). */
 PLATFORM_API int32_t CreateProcessA(const char* application, char* commandLine,
                                     void* processSecurity, void* threadSecurity, int32_t inherit,
@@ -87,12 +98,12 @@ PLATFORM_API int32_t WaitForSingleObject(void* process, int32_t milliseconds)
 
 /* The exit code of a process that has ended: 0 to 255, or 128 and the number of the
  * signal that killed it; STILL_ACTIVE before that. 1, or 0 for a bad handle. Of a process
- * that was opened by its number no code can be told: it reads 0. */
+ * that was opened by its number no code is known: it reads 0. */
 PLATFORM_API int32_t GetExitCodeProcess(void* process, uint32_t* code)
     PLATFORM_SYMBOL(GetExitCodeProcess);
 
-/* Opens a process that runs, by its number. Null when there is none. The access is not
- * looked at; what may be read of the process depends on whose it is. */
+/* Opens a process that runs, by its number. Null when there is none (87) or memory is short
+ * (8). The access is not looked at; what may be read of the process depends on whose it is. */
 PLATFORM_API void* OpenProcess(uint32_t access, int32_t inherit, uint32_t processNumber)
     PLATFORM_SYMBOL(OpenProcess);
 
