@@ -1,0 +1,230 @@
+// Two users in one directory: what a stranger plants there, and hosts of both at work on one
+// record. Each user is a process; only the superuser can make them.
+
+#include <fcntl.h>
+#include <grp.h>
+#include <sys/mman.h>
+#include <sys/prctl.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+
+#include <atomic>
+#include <cerrno>
+
+#include "examples/record_file.h"
+#include "platform/files.h"
+#include "tests/support/library_test.h"
+#include "tests/torture/torture.h"
+
+namespace {
+
+constexpr uid_t kHostUser = 20001;
+constexpr uid_t kStranger = 20002;
+constexpr mode_t kRights = 0777;
+
+const std::string kSecret = "nobody else's";
+constexpr char kSecretPath[] = "private/secret";
+
+mode_t RightsOf(const std::string& path) {
+    struct stat status = {};
+    return stat(path.c_str(), &status) == 0 ? status.st_mode & kRights : kRights + 1;
+}
+
+struct Neighbours : HostTest {
+    void SetUp() override {
+        if (getuid() != 0) GTEST_SKIP() << "only the superuser can act for two users";
+        chmod(".", 0777);
+        As(kHostUser, [] {
+            mkdir("private", 0700);
+            WriteFile(kSecretPath, kSecret);
+            chmod(kSecretPath, 0600);
+        });
+    }
+    void TearDown() override {
+        EXPECT_EQ(ReadFile(kSecretPath), getuid() == 0 ? kSecret : "");
+        HostTest::TearDown();
+    }
+    // Starts a process of that user, with a group of the same number.
+    template <typename Body>
+    static pid_t Start(uid_t user, Body body) {
+        return Fork([=] {
+            prctl(PR_SET_PDEATHSIG, SIGKILL);
+            if (setgroups(0, nullptr) != 0 || setresgid(user, user, user) != 0) _exit(98);
+            if (setresuid(user, user, user) != 0) _exit(98);
+            alarm(60);
+            body();
+        });
+    }
+    template <typename Body>
+    static void As(uid_t user, Body body) {
+        int status = -1;
+        waitpid(Start(user, body), &status, 0);
+        EXPECT_EQ(status, 0);
+    }
+    // What opening the file says: 0 or the error.
+    static int ErrorOf(const char* path, int32_t flags) {
+        const int32_t handle = FileOpen(path, flags, kShareDenyNone, kPermissionWrite);
+        return handle == -1 ? errno : FileClose(handle);
+    }
+    TempDirectory directory;
+};
+
+TEST_F(Neighbours, NoLinkOrPipeOfAStrangerIsOpened) {
+    As(kStranger, [] {
+        EXPECT_EQ(symlink(kSecretPath, "LINK"), 0);
+        EXPECT_EQ(symlink("private", "FOLDER"), 0);
+        EXPECT_EQ(symlink(kSecretPath, "$$VRDB.LOG"), 0);
+        EXPECT_EQ(mkfifo("PIPE", 0666), 0);
+        EXPECT_EQ(symlink("PIPE", "settings.ini"), 0);
+    });
+    As(kHostUser, [] {
+        for (const char* planted : {"LINK", "FOLDER\\secret", "PIPE"}) {
+            EXPECT_EQ(ErrorOf(planted, kOpenReadWrite), EACCES) << planted;
+            EXPECT_EQ(ErrorOf(planted, kOpenReadWrite | kOpenCreate | kOpenTruncate), EACCES);
+        }
+        EXPECT_EQ(FileDelete("FOLDER\\secret"), -1);
+        EXPECT_EQ(symlink(kSecretPath, "own"), 0);
+        EXPECT_EQ(ErrorOf("own", kOpenReadOnly), 0) << "one's own";
+        WriteFile("log.ini", "[DB]\nLOG=1\n");
+        StartHost("log.ini");
+        EXPECT_EQ(VrdbLogInit("DB", nullptr), -1);
+    });
+}
+
+TEST_F(Neighbours, AReplacedFileIsTheOneThatWasMade) {
+    As(kHostUser, [] {
+        WriteFile("OLD", "old");
+        chmod("OLD", 0666);
+        WriteFile("NEW", "new");
+        EXPECT_EQ(link("NEW", "second"), 0);
+        EXPECT_EQ(FileReplace("NEW", "OLD"), -1) << "it has two names";
+        unlink("NEW");
+        EXPECT_EQ(symlink(kSecretPath, "NEW"), 0);
+        EXPECT_EQ(FileReplace("NEW", "OLD"), -1) << "it is a link";
+    });
+    EXPECT_EQ(RightsOf(kSecretPath), 0600u);
+    As(kStranger, [] { WriteFile("THEIRS", "x"); });
+    As(kHostUser, [] { EXPECT_EQ(FileReplace("THEIRS", "OLD"), -1); });
+    EXPECT_EQ(ReadFile("OLD"), "old");
+}
+
+// RIGHTS of the old record -> those of the new one, which a user of another group writes.
+TEST_F(Neighbours, ANewRecordIsNoMoreReadableThanTheOldOne) {
+    for (const auto& [before, after] :
+         {std::pair(0644u, 0644u), {0664u, 0644u}, {0660u, 0600u}, {0666u, 0666u}}) {
+        As(kStranger, [before = before] {
+            WriteFile("RECORD", "old");
+            chmod("RECORD", before);
+        });
+        As(kHostUser, [] {
+            umask(0);
+            const int32_t handle =
+                FileOpen("NEW", kOpenWriteOnly | kOpenCreate | kOpenPrivate, kShareDenyNone, 0);
+            EXPECT_EQ(RightsOf("NEW"), 0600u);
+            FileClose(handle);
+            EXPECT_EQ(FileReplace("NEW", "RECORD"), 0);
+        });
+        EXPECT_EQ(RightsOf("RECORD"), after) << before;
+        unlink("RECORD");
+    }
+}
+
+// RIGHTS of the directory -> those of its lock file, which the group or all may need.
+TEST_F(Neighbours, WhoMayWriteTheDirectoryMayLock) {
+    for (const auto& [folder, file] : {std::pair(0777u, 0666u), {0775u, 0660u}, {0755u, 0600u}}) {
+        chmod(".", folder);
+        EXPECT_EQ(chown(".", kHostUser, kHostUser), 0);
+        As(kHostUser, [] {
+            umask(077);
+            StartHost(nullptr);
+            VrLockHandle lock = 0;
+            EXPECT_EQ(LockRegister("RECORD", &lock), 0);
+        });
+        EXPECT_EQ(RightsOf("__locks"), file);
+        unlink("__locks");
+    }
+}
+
+// The stranger puts links in the place of whatever comes up while the host edits.
+TEST_F(Neighbours, NoRaceGetsAtAnothersFile) {
+    WriteFile("RECORD", "old");
+    chmod("RECORD", 0666);
+    const pid_t stranger = Start(kStranger, [] {
+        for (;;) {
+            for (const auto& entry : std::filesystem::directory_iterator(".")) {
+                const std::string name = entry.path().filename();
+                if (!name.starts_with("RECORD")) continue;
+                unlink(name.c_str());
+                if (symlink(kSecretPath, name.c_str()) != 0) continue;
+            }
+        }
+    });
+    As(kHostUser, [] {
+        StartHost(nullptr);
+        ASSERT_NE(std::freopen("/dev/null", "w", stderr), nullptr);
+        for (const auto end = Clock::now() + Seconds(1); Clock::now() < end;) {
+            VrString record = ReadRecord("RECORD");
+            if (record == nullptr) record = StringOfBytes("new");
+            WriteRecord("RECORD", record);
+            free_mem(&record);
+            EXPECT_EQ(RightsOf(kSecretPath), 0600u);
+        }
+    });
+    kill(stranger, SIGKILL);
+    waitpid(stranger, nullptr, 0);
+}
+
+struct Tally {
+    std::atomic<uint32_t> increments, killed;
+};
+
+// Reads the number, adds one, and writes it, under the record's key.
+void Increment(VrLockHandle lock, Tally& tally) {
+    const Array key("RECORD");
+    while (LockLockKey(lock, key, 0, 0) == 1)
+        usleep(500);
+    const Array before(ReadRecord("RECORD"));
+    const Array after(StringOfBytes(std::to_string(std::stoul(BytesOf(before)) + 1)));
+    if (WriteRecord("RECORD", after)) ++tally.increments;
+    EXPECT_EQ(LockUnlockKey(lock, key), 0);
+}
+
+// Six hosts of three users, which are killed at any moment: no increment is lost or torn.
+TEST_F(Neighbours, AnOfficeOfThreeUsers) {
+    auto* tally = static_cast<Tally*>(
+        mmap(nullptr, sizeof(Tally), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0));
+    WriteFile("RECORD", "0");
+    chmod("RECORD", 0666);
+    pid_t hosts[6] = {};
+    const auto work = [tally] {
+        StartHost(nullptr);
+        VrLockHandle lock = 0;
+        EXPECT_EQ(LockRegister("RECORD", &lock), 0);
+        for (;;)
+            Increment(lock, *tally);
+    };
+    for (const auto end = Clock::now() + LengthOf("VR_OFFICE_SECONDS"); Clock::now() < end;) {
+        for (size_t i = 0; i < std::size(hosts); ++i) {
+            if (hosts[i] == 0) hosts[i] = Start(kHostUser + i % 3, work);
+        }
+        usleep(50'000 + Random(50'000));
+        pid_t& victim = hosts[Random(std::size(hosts))];
+        kill(victim, SIGKILL);
+        waitpid(victim, nullptr, 0);
+        victim = 0;
+        ++tally->killed;
+    }
+    for (const pid_t host : hosts) {
+        if (host == 0) continue;
+        kill(host, SIGKILL);
+        waitpid(host, nullptr, 0);
+    }
+    // One who was killed between the write and the count has counted nothing.
+    const uint32_t stored = static_cast<uint32_t>(std::stoul(ReadFile("RECORD")));
+    std::printf("office: %u increments, %u kills\n", stored, +tally->killed);
+    EXPECT_GE(stored, +tally->increments);
+    EXPECT_LE(stored, tally->increments + tally->killed + std::size(hosts));
+    EXPECT_GT(stored, 0u);
+}
+
+}  // namespace
