@@ -10,6 +10,7 @@
 #include <algorithm>
 #include <cstdlib>
 
+#include "linux/descriptor.h"
 #include "linux/insist.h"
 #include "linux/paths.h"
 #include "linux/redirects.h"
@@ -159,41 +160,18 @@ int NotFound(const std::string& name) {
 
 enum class Batch { IsRead, IsNone, TooLarge };
 
-// A name may be that of a pipe by now, whose opening would wait for the other side.
-struct BatchFile {
-    explicit BatchFile(const char* hostPath)
-        : descriptor(open(hostPath, O_RDONLY | O_NONBLOCK | O_CLOEXEC)) {}
-    ~BatchFile() {
-        if (descriptor >= 0) close(descriptor);
-    }
-    BatchFile(const BatchFile&) = delete;
-    BatchFile& operator=(const BatchFile&) = delete;
-
-    int descriptor;
-};
-
-bool ReadAll(int descriptor, std::string& text) {
-    size_t done = 0;
-    while (done < text.size()) {
-        const ssize_t count =
-            Insist([&] { return read(descriptor, text.data() + done, text.size() - done); });
-        if (count < 0) return false;
-        if (count == 0) break;
-        done += static_cast<size_t>(count);
-    }
-    text.resize(done);
-    return true;
-}
-
-// A batch file's lines as a text for the shell.
+// A batch file's lines as a text for the shell. The name may be that of a pipe by now, whose
+// opening would wait for the other side.
 Batch ReadBatch(const std::string& hostPath, std::string& text) {
-    const BatchFile file(hostPath.c_str());
+    const Descriptor file(open(hostPath.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
     struct stat status;
-    if (file.descriptor < 0 || fstat(file.descriptor, &status) != 0) return Batch::IsNone;
+    if (file.Get() == -1 || fstat(file.Get(), &status) != 0) return Batch::IsNone;
     if (!S_ISREG(status.st_mode)) return Batch::IsNone;
     if (status.st_size > kLargestBatch) return Batch::TooLarge;
     text.resize(static_cast<size_t>(status.st_size));
-    if (!ReadAll(file.descriptor, text)) return Batch::IsNone;
+    const ssize_t length = ReadAll(file.Get(), text.data(), text.size());
+    if (length < 0) return Batch::IsNone;
+    text.resize(static_cast<size_t>(length));
     text.resize(std::min(text.find(kCtrlZ), text.size()));
     std::erase_if(text, [](char c) { return c == '\r' || c == '\0'; });
     text = WithHostRedirects(text);

@@ -47,7 +47,7 @@ PLATFORM_API int32_t Process32Next(void* handle, ProcessEntry32* entry) {
     if (snapshot->next == snapshot->numbers.size()) return 0;
     const uint32_t number = snapshot->numbers[snapshot->next++];
     char program[kProgramNameSize];
-    const bool known = UnlessShort(false, [&] { return ProgramOf(number, program); });
+    const bool known = ProgramOf(number, program);
     *entry = {};
     entry->size = sizeof *entry;
     entry->processNumber = number;

@@ -12,7 +12,6 @@
 
 #include "linux/paths.h"
 #include "linux/proc.h"
-#include "linux/shortage.h"
 #include "platform/process.h"
 #include "platform/text.h"
 
@@ -91,7 +90,7 @@ void* LoadBare(const char* name) {
 void* LoadFile(const char* name) {
     char path[kHostPathSize];
     if (std::strpbrk(name, "\\/:") == nullptr) return LoadBare(name);
-    return UnlessShort(false, [&] { return HostPath(name, path); }) ? LoadPath(path) : nullptr;
+    return HostPath(name, path) ? LoadPath(path) : nullptr;
 }
 
 void* LoadBeside(const LibraryName& name, const char* prefix) {
@@ -107,7 +106,7 @@ uint32_t GetModuleFileNameA(void* module, char* buffer, uint32_t size) {
     char path[kHostPathSize];
     char name[kProgramNameSize];
     if (size == 0 || !ModulePath(module, path)) return 0;
-    if (!UnlessShort(false, [&] { return ProgramName(path, name); })) return 0;
+    ProgramName(path, name);
     const size_t length = strnlen(name, size - 1);
     std::memcpy(buffer, name, length);
     buffer[length] = '\0';

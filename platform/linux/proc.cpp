@@ -8,7 +8,6 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <cerrno>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -31,11 +30,9 @@ struct TaskState {
 
 // The state stands after the name, which may hold anything.
 bool ReadState(const char* statFile, TaskState& state) {
-    const int descriptor = open(statFile, O_RDONLY | O_CLOEXEC);
-    if (descriptor < 0) return false;
+    const Descriptor file(open(statFile, O_RDONLY | O_CLOEXEC));
     char text[kStatSize];
-    const ssize_t length = Insist([&] { return read(descriptor, text, sizeof text - 1); });
-    close(descriptor);
+    const ssize_t length = ReadAll(file.Get(), text, sizeof text - 1);
     text[std::max<ssize_t>(length, 0)] = '\0';
     const char* afterName = std::strrchr(text, ')');
     return afterName != nullptr &&
@@ -51,22 +48,18 @@ bool ReadStateOf(uint32_t process, TaskState& state) {
 }  // namespace
 
 NumberWalk::NumberWalk(const char* folder)
-    : descriptor(open(folder, O_RDONLY | O_DIRECTORY | O_CLOEXEC)) {}
-
-NumberWalk::~NumberWalk() {
-    if (descriptor >= 0) close(descriptor);
-}
+    : folder_(open(folder, O_RDONLY | O_DIRECTORY | O_CLOEXEC)) {}
 
 bool NumberWalk::Next(uint32_t& number) {
     for (;;) {
-        if (place == filled) {
-            const ssize_t length = getdents64(descriptor, buffer, sizeof buffer);
+        if (place_ == filled_) {
+            const ssize_t length = getdents64(folder_.Get(), buffer_, sizeof buffer_);
             if (length <= 0) return false;
-            place = 0;
-            filled = static_cast<size_t>(length);
+            place_ = 0;
+            filled_ = static_cast<size_t>(length);
         }
-        const auto* entry = reinterpret_cast<const dirent64*>(buffer + place);
-        place += entry->d_reclen;
+        const auto* entry = reinterpret_cast<const dirent64*>(buffer_ + place_);
+        place_ += entry->d_reclen;
         number = static_cast<uint32_t>(std::strtoul(entry->d_name, nullptr, 10));
         if (number != 0) return true;
     }
@@ -93,14 +86,11 @@ bool IsKernelThread(uint32_t number) {
            (state.flags & kOfTheKernel) != 0;
 }
 
-bool ProgramName(const char* hostPath, char (&name)[kProgramNameSize]) {
-    errno = 0;
-    if (DrivePath(hostPath, name, sizeof name)) return true;
-    if (errno == ENOMEM) return false;
+void ProgramName(const char* hostPath, char (&name)[kProgramNameSize]) {
+    if (DrivePath(hostPath, name, sizeof name)) return;
     const size_t length = strnlen(hostPath, sizeof name - 1);
     std::replace_copy(hostPath, hostPath + length, name, '/', '\\');
     name[length] = '\0';
-    return true;
 }
 
 bool ProgramOf(uint32_t process, char (&name)[kProgramNameSize]) {
@@ -112,5 +102,6 @@ bool ProgramOf(uint32_t process, char (&name)[kProgramNameSize]) {
     std::string_view program(hostPath, static_cast<size_t>(length));
     if (program.ends_with(kDeleted)) program.remove_suffix(kDeleted.size());
     hostPath[program.size()] = '\0';
-    return ProgramName(hostPath, name);
+    ProgramName(hostPath, name);
+    return true;
 }

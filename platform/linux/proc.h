@@ -8,15 +8,13 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "linux/descriptor.h"
 #include "linux/paths.h"
 
 // A walk through the numbers that name entries of a folder of /proc, in rising order.
 class NumberWalk {
 public:
     explicit NumberWalk(const char* folder);
-    ~NumberWalk();
-    NumberWalk(const NumberWalk&) = delete;
-    NumberWalk& operator=(const NumberWalk&) = delete;
 
     // False after the last one.
     bool Next(uint32_t& number);
@@ -24,10 +22,10 @@ public:
 private:
     static constexpr size_t kBufferSize = 2048;
 
-    int descriptor;
-    size_t place = 0;
-    size_t filled = 0;
-    alignas(8) char buffer[kBufferSize];
+    Descriptor folder_;
+    size_t place_ = 0;
+    size_t filled_ = 0;
+    alignas(8) char buffer_[kBufferSize];
 };
 
 // Whether the process has ended, and only waits for somebody to take note of it.
@@ -42,8 +40,8 @@ bool IsKernelThread(uint32_t number);
 constexpr size_t kProgramNameSize = kHostPathSize + 4;
 
 // The drive path of a program or library, given by its host path. One that no drive path
-// can name has its host path with backslashes for separators. False when memory is short.
-bool ProgramName(const char* hostPath, char (&name)[kProgramNameSize]);
+// can name has its host path with backslashes for separators.
+void ProgramName(const char* hostPath, char (&name)[kProgramNameSize]);
 
 // The name of the process's program; false when it may not be read.
 bool ProgramOf(uint32_t process, char (&name)[kProgramNameSize]);

@@ -22,6 +22,7 @@
 #include <vector>
 
 #include "linux/commandline.h"
+#include "linux/descriptor.h"
 #include "linux/handles.h"
 #include "linux/insist.h"
 #include "linux/proc.h"
@@ -211,16 +212,14 @@ int32_t GiveEnded(uint32_t exitCode, ProcessInformation* information) {
 // less: a signal ends the wait, and a system that has no descriptor to give is asked again
 // and again. True when the process is known to have ended.
 bool AwaitEnd(pid_t number, int milliseconds) {
-    const int descriptor = static_cast<int>(syscall(SYS_pidfd_open, number, 0));
-    if (descriptor < 0) {
+    const Descriptor process(static_cast<int>(syscall(SYS_pidfd_open, number, 0)));
+    if (process.Get() == -1) {
         const timespec pause = {0, kPauseNanoseconds};
         nanosleep(&pause, nullptr);
         return false;
     }
-    pollfd request = {descriptor, POLLIN, 0};
-    const int ready = poll(&request, 1, milliseconds);
-    close(descriptor);
-    return ready > 0;
+    pollfd request = {process.Get(), POLLIN, 0};
+    return poll(&request, 1, milliseconds) > 0;
 }
 
 }  // namespace

@@ -5,7 +5,6 @@
 
 #include "linux/handles.h"
 #include "linux/proc.h"
-#include "linux/shortage.h"
 #include "platform/processlist.h"
 
 namespace {
@@ -25,8 +24,7 @@ void* const kProgramModule = reinterpret_cast<void*>(0x400000);
 bool ReadProgram(void* process) {
     program.process = nullptr;
     const uint32_t number = PlatformProcessNumber(process);
-    if (number == 0) return false;
-    if (!UnlessShort(false, [=] { return ProgramOf(number, program.name); })) return false;
+    if (number == 0 || !ProgramOf(number, program.name)) return false;
     program.process = process;
     return true;
 }
