@@ -8,12 +8,13 @@
 #include <fcntl.h>
 #include <unistd.h>
 
-#include <cstdio>
+#include <algorithm>
 #include <cstring>
 
 #include "linux/insist.h"
 #include "linux/write.h"
 #include "platform/control.h"
+#include "platform/text.h"
 
 namespace {
 
@@ -42,17 +43,16 @@ const ButtonSet& ButtonsOf(uint32_t style) {
 }
 
 // A record's bytes may be shown here, so what would steer a terminal is masked. Nobody is
-// left to tell about a terminal that cannot be written.
+// left to hear of a terminal that cannot be written.
 void WriteText(int descriptor, const char* text) {
     char chunk[512];
-    size_t filled = 0;
-    for (const char* p = text; *p != '\0'; ++p) {
-        const auto byte = static_cast<unsigned char>(*p);
-        const bool shown = (byte >= 32 && byte != 127) || byte == '\n' || byte == '\t';
-        chunk[filled++] = shown ? *p : '.';
-        if (filled < sizeof chunk && p[1] != '\0') continue;
-        if (WriteHolding(descriptor, chunk, filled, true) < 0) return;
-        filled = 0;
+    for (size_t left = std::strlen(text); left != 0;) {
+        const size_t taken = std::min(left, sizeof chunk);
+        std::memcpy(chunk, text, taken);
+        MaskControls(chunk, static_cast<uint32_t>(taken), "\n\t");
+        if (WriteHolding(descriptor, chunk, taken, true) < 0) return;
+        text += taken;
+        left -= taken;
     }
 }
 

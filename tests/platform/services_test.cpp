@@ -5,10 +5,13 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
+#include <array>
+#include <cstdlib>
 #include <string>
 
 #include "platform/messagebox.h"
 #include "platform/process.h"
+#include "platform/text.h"
 #include "tests/support/emulated.h"
 
 namespace {
@@ -54,6 +57,22 @@ TEST(EndDeathTest, TheLastThreadEndsTheProcessWithItsCode) {
     EXPECT_EXIT(ExitProcess(5), testing::ExitedWithCode(5), "");
     if (IsEmulated()) GTEST_SKIP() << "the emulator has a thread of its own";
     EXPECT_EXIT(ExitThread(6), testing::ExitedWithCode(6), "");
+}
+
+// LOCALE -> TEXT -> what a terminal may get of it.
+TEST(Text, NothingSteersATerminal) {
+    const std::array<std::string, 3> rows[] = {
+        {"C", "a\x1B[m\n\t\x7F\xFE", "a.[m\n..\xFE"},
+        {"de_DE.UTF-8", "\xC3\x9C\xE2\x82\xAC\xF0\x9F\x98\x80",
+         "\xC3\x9C\xE2\x82\xAC\xF0\x9F\x98\x80"},
+        {"de_DE.utf8", "\xC2\x9Bm\x9B\xC2\xA0\xE2\x82", "\xC2.m.\xC2\xA0\xE2."},
+        {"de_DE.ISO-8859-1", "\xC3\x9C\xC3\xBC", "\xC3.\xC3\xBC"}};
+    for (const auto& [locale, text, shown] : rows) {
+        setenv("LC_ALL", locale.c_str(), 1);
+        std::string masked = text;
+        MaskControls(masked.data(), uint32_t(masked.size()), "\n");
+        EXPECT_EQ(masked, shown) << locale;
+    }
 }
 
 }  // namespace

@@ -27,6 +27,12 @@ PLATFORM_API char* lstrcpyA(char* to, const char* from) PLATFORM_SYMBOL(lstrcpyA
 /* The number of bytes before the zero; 0 for null. */
 PLATFORM_API int32_t lstrlenA(const char* text) PLATFORM_SYMBOL(lstrlenA);
 
+/* Replaces by dots, in place, what would steer a terminal: the bytes 0 to 31 but those in
+ * `kept`, 127, and 128 to 159, alone or as the UTF-8 characters C2 80 to C2 9F. In a locale of
+ * UTF-8 the bytes of its other characters stay; elsewhere no byte from 128 to 159 does. */
+PLATFORM_API void MaskControls(char* text, uint32_t length, const char* kept)
+    PLATFORM_SYMBOL(MaskControls);
+
 PLATFORM_END
 
 #endif
