@@ -38,7 +38,7 @@ constexpr int32_t kNotStarted = 0;
 constexpr int32_t kNotStartedHidden = -1;
 constexpr int32_t kNobodyWaits = 1;
 constexpr char kBatchFile[] = "__aavrtm.bat";
-constexpr int32_t kBatchFlags = kOpenWriteOnly | kOpenCreate | kOpenTruncate;
+constexpr int32_t kBatchFlags = kOpenWriteOnly | kOpenCreate | kOpenTruncate | kOpenPrivate;
 constexpr char kDigits[] = "0123456789";
 
 struct ErrorText {
@@ -173,6 +173,7 @@ bool WriteBatchFile(const char* text, const char* outputFile) {
         const int wanted = std::snprintf(further, sizeof further, " >> %s\n", outputFile);
         if (!vr::Fits(wanted, sizeof further)) return false;
     }
+    FileDelete(kBatchFile);  // an old one may be a second name of another file
     int32_t handle = -1;
     if (OsOpen(kBatchFile, kBatchFlags, kPermissionWrite, &handle) != 0) return false;
     WriteParts(handle, text, first, further);

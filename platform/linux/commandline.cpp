@@ -14,6 +14,7 @@
 #include "linux/insist.h"
 #include "linux/paths.h"
 #include "linux/redirects.h"
+#include "linux/resolve.h"
 #include "platform/text.h"
 
 namespace {
@@ -23,6 +24,7 @@ constexpr char kBlanks[] = " \t";
 constexpr char kCtrlZ = 26;
 constexpr int kNoSuchProgram = 2;
 constexpr int kNoSuchDirectory = 3;
+constexpr int kAccessDenied = 5;
 constexpr int kNoMemory = 8;
 constexpr off_t kLargestBatch = 128 * 1024;
 
@@ -158,15 +160,21 @@ int NotFound(const std::string& name) {
     return exists ? kNoSuchProgram : kNoSuchDirectory;
 }
 
-enum class Batch { IsRead, IsNone, TooLarge };
+enum class Batch { IsRead, IsNone, TooLarge, Denied };
+
+// Whether nobody but the user and the superuser can have written the file under another name.
+bool IsOnesOwn(const struct stat& status) {
+    return (status.st_uid == geteuid() || status.st_uid == 0) && status.st_nlink == 1;
+}
 
 // A batch file's lines as a text for the shell. The name may be that of a pipe by now, whose
 // opening would wait for the other side.
-Batch ReadBatch(const std::string& hostPath, std::string& text) {
-    const Descriptor file(open(hostPath.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
+Batch ReadBatch(const std::string& hostPath, bool mustBeOwn, std::string& text) {
+    const Descriptor file(OpenResolved(hostPath.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC, 0));
     struct stat status;
-    if (file.Get() == -1 || fstat(file.Get(), &status) != 0) return Batch::IsNone;
-    if (!S_ISREG(status.st_mode)) return Batch::IsNone;
+    if (file.Get() == -1) return errno == EACCES ? Batch::Denied : Batch::IsNone;
+    if (fstat(file.Get(), &status) != 0 || !S_ISREG(status.st_mode)) return Batch::IsNone;
+    if (mustBeOwn && !IsOnesOwn(status)) return Batch::Denied;
     if (status.st_size > kLargestBatch) return Batch::TooLarge;
     text.resize(static_cast<size_t>(status.st_size));
     const ssize_t length = ReadAll(file.Get(), text.data(), text.size());
@@ -189,22 +197,26 @@ HostCommand ShellCommand(const std::string& text, const std::vector<std::string>
 int FileCommand(const std::string& hostPath, const std::vector<std::string>& words,
                 HostCommand& command) {
     std::string text;
-    const Batch batch = IsBatchName(hostPath) ? ReadBatch(hostPath, text) : Batch::IsNone;
+    const Batch batch = IsBatchName(hostPath) ? ReadBatch(hostPath, false, text) : Batch::IsNone;
     if (batch == Batch::TooLarge) return kNoMemory;
+    if (batch == Batch::Denied) return kAccessDenied;
     command = batch == Batch::IsRead ? ShellCommand(text, words) : HostCommand{hostPath, words};
     return 0;
 }
 
 // The text after /c may begin with the name of a batch file, which runs in a shell of its
-// own; what follows the name, a redirect maybe, is for the shell around it.
+// own; what follows the name, a redirect maybe, is for the shell around it. A file in the
+// current directory, where a host puts those that it writes for a moment, must be one's own.
 int TextCommand(const std::string& text, HostCommand& command) {
     std::string found;
     std::string lines;
     size_t afterName = 0;
     const std::string name = TakeWord(text, afterName);
     const bool isFile = IsBatchName(name) && FindByPath(name, IsFile, found);
-    const Batch batch = isFile ? ReadBatch(found, lines) : Batch::IsNone;
+    const bool isBare = name.find_first_of("\\/:") == name.npos;
+    const Batch batch = isFile ? ReadBatch(found, isBare, lines) : Batch::IsNone;
     if (batch == Batch::TooLarge) return kNoMemory;
+    if (batch == Batch::Denied) return kAccessDenied;
     if (batch == Batch::IsNone) {
         command = ShellCommand(WithHostRedirects(text), {});
         return 0;

@@ -145,6 +145,35 @@ TEST_F(Neighbours, WhoMayWriteTheDirectoryMayLock) {
     }
 }
 
+// In a directory where everybody deletes his own files alone, the name may be taken.
+TEST_F(Neighbours, NoCommandOfAStrangerRuns) {
+    const auto plant = [] {
+        WriteFile("__aavrtm.bat", "exit 66\n");
+        chmod("__aavrtm.bat", 0666);
+    };
+    As(kStranger, plant);
+    As(kHostUser, [] {
+        StartHost(nullptr);
+        umask(0);
+        EXPECT_EQ(System("true;exit 4", nullptr), 4) << "deleted and made anew";
+        EXPECT_EQ(System("stat -c %a __aavrtm.bat > mode;true", nullptr), 0);
+        EXPECT_EQ(ReadFile("mode"), "600\n");
+    });
+    chmod(".", 01777);
+    As(kStranger, plant);
+    As(kHostUser, [] {
+        StartHost(nullptr);
+        EXPECT_EQ(System("true;exit 4", nullptr), 0) << "not started";
+        EXPECT_EQ(System("exit 4", nullptr), 4);
+    });
+    unlink("__aavrtm.bat");
+    As(kStranger, [] { EXPECT_EQ(symlink(kSecretPath, "__aavrtm.bat"), 0); });
+    As(kHostUser, [] {
+        StartHost(nullptr);
+        EXPECT_EQ(System("true;exit 4", nullptr), 4) << "as one line";
+    });
+}
+
 // The stranger puts links in the place of whatever comes up while the host edits.
 TEST_F(Neighbours, NoRaceGetsAtAnothersFile) {
     WriteFile("RECORD", "old");

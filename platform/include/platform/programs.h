@@ -13,7 +13,8 @@
  * reads its commands from standard input. Other switches before /c are ignored. A batch file
  * (.bat, .cmd) is a list of lines for that shell, up to a Ctrl-Z (byte 26) and of 128 KiB at
  * most; a larger one fails with 8. CR and zero bytes are taken off. Words after its name are
- * its $1, $2 and so on.
+ * its $1, $2 and so on. Where /c names a batch file without a folder, the file must belong to
+ * the user or the superuser and have no other name; otherwise the start fails with 5.
  *
  * The text after /c and the lines of a batch file are the shell's as they stand, but for the
  * names of redirects: one after >, >> or < (or 2> and so on) that has a drive or a backslash
