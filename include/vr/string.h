@@ -52,8 +52,8 @@ extern VR_API unsigned char* TrueVrStr;
 #define VR_SHARED_STRING(block) ((VrString)((block) + 4))
 
 /* A new string of `length` zero bytes, to be filled by the caller. One of 129
- * bytes or more gets a capacity of half as much again. Length 0 gives NullVrStr's
- * string. */
+ * bytes or more gets a capacity of half as much again, so two thirds of kVrRefusedSize is
+ * too long already and ends the run (vr/memory.h). Length 0 gives NullVrStr's string. */
 VR_API VrString _alloc_string(uint32_t length, const char* tag, int32_t line);
 
 /* The same without room to grow, for a string that keeps its length. */
