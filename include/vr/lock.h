@@ -20,10 +20,11 @@
  * unless the file was closed to make room: then LockLockKey returns -1 until every
  * registration of the directory is given back and the directory is registered afresh.
  *
- * Users. The lock file is made at the first use, empty, with the permissions that the
- * process's umask leaves. Hosts of several users share a directory's locks when all of them
- * may write the file: give the directory a group of theirs, the setgid bit and group write
- * permission (chgrp GROUP DIR; chmod g+ws DIR), and run each host with umask 002.
+ * Users. The lock file is made at the first use, empty. Who may write the directory may lock
+ * in it, and nobody else, whatever the umask, as far as the process may give the file away.
+ * For hosts of several users, give the directory a group of theirs, the setgid bit and group
+ * write permission (chgrp GROUP DIR; chmod g+ws DIR): the lock file then takes that group. Run
+ * each host with umask 002, so that the records too are made with group write permission.
  *
  * A fork of a host shares its locks until it runs another program. */
 #ifndef VR_LOCK_H

@@ -19,8 +19,9 @@ VR_BEGIN
  * N is the window mode, 0 to 9, directly after the sign; larger numbers count as 9. It is
  * handed on and shows nothing on Linux. With & and + it is 3 unless given and above 0; a
  * hidden run opens its window unless a 0 is written. The shell is /bin/sh, so TEXT is its
- * text: a backslash quotes, and paths are written with /. A program of & or + is looked for
- * in the folder of the running program, in the current directory and in PATH.
+ * text: a backslash quotes, and paths are written with /. Only the name of a redirect may be a
+ * platform path (platform/programs.h). A program of & or + is looked for in the folder of the
+ * running program, in the current directory and in PATH.
  *
  * A text with a ; goes to the shell as a batch file of its parts, "__aavrtm.bat" in the
  * current directory, also when the ; stands in quotes. Without permission to write it, the
@@ -28,10 +29,10 @@ VR_BEGIN
  * none. When the disk is full, the part that was written runs. Two hosts that do this in
  * one directory overwrite each other's file.
  *
- * A `command` that is null, blank or a bare & or + starts the shell alone. `outputFile`, a
- * path for the shell, receives the output of what runs in the shell, which makes the file;
- * null and empty mean none, and & and + ignore it. A line has 259 characters at most, the
- * name of the shell included, and the output file's name 250 in a batch file.
+ * A `command` that is null, blank or a bare & or + starts the shell alone. `outputFile`,
+ * the name of a redirect too, receives the output of what runs in the shell, which makes the
+ * file; null and empty mean none, and & and + ignore it. A line has 259 characters at most,
+ * the name of the shell included, and the output file's name 250 in a batch file.
  *
  * Returns the exit code: 0 to 255, or 128 and the signal's number for a program that a signal
  * ended, or 0 when the host ignores SIGCHLD or has waited for the child itself. Returns 1
@@ -51,9 +52,9 @@ VR_API void GoToSleep(uint32_t seconds);
 /* The queries below look at 300 processes at most, each time anew. A program's name is the
  * name of its file, with any extension and without its directory, in lower case; a query
  * compares it whole and without regard to case. A process that may not be read, such as
- * another user's, has the name and the path "unknown". The lists come from the libraries
- * psapi and kernel32 beside libvrplatform.so. When they cannot be loaded, a message says so
- * at each query, and no process is found. */
+ * another user's, has the name and the path "unknown"; threads of the kernel are left out. The
+ * lists come from the libraries psapi and kernel32 beside libvrplatform.so. When they cannot
+ * be loaded, a message says so at each query, and no process is found. */
 
 /* The number of the first process of that program; 0 when there is none, and for a null
  * name. The process may have ended by the time that the number is used. */

@@ -4,7 +4,8 @@
  * UtilInit reads the file whole, from the path in its record, else from the current
  * directory, else from the Windows directory, and copies the file's [ENVIRONMENT]
  * section and then the registry's ENVIRONMENT key into the process environment; without
- * a file, or with an empty one, neither is copied. A pipe or a device counts as empty.
+ * a file, or with an empty one, neither is copied. A pipe or a device counts as empty, and
+ * a file of more than 64 MB as none.
  * After that only registry values and environment variables are read again, at each call.
  *
  *     IniGetInt, IniGetString   registry, then file, then the caller's default
