@@ -2,26 +2,32 @@
  *
  * An item has a small descriptor, which stays, and the object's body, which the host
  * owns and can be asked to drop. When the bodies exceed the budget, those not in use
- * are released, the oldest first, until half the budget is reached; when memory runs
- * short anywhere, all of them are, in those caches that found a slot for a callback
- * (vr/memory.h). A released item is still found, and the host brings
- * its body back and says so with CacheIncrObjStr.
+ * are released, the oldest first, until half the budget is reached. When memory runs
+ * short anywhere, all bodies that are not in use are released, in each cache that got a
+ * callback slot (vr/memory.h). A released item is still found; the host brings
+ * its body back and then calls CacheIncrObjStr.
  *
  * The budget is the variable VRLCACHESIZE in bytes, 300000 when it is not set. It
  * rises to what cannot be released, and never falls.
  *
  * Two counts, which the host keeps, say that an item is in use: the stack count holds
- * its body, the class use count the item. A name has one item, and is never null. A
- * null cache is passed over everywhere. The host's routines must not install or remove
- * items of the cache that calls them. */
+ * its body, the class use count the item. A name has one item, and is never null. Every
+ * function ignores a null cache.
+ *
+ * The host's routines. The item's flags and the count of bytes change after the routine has
+ * returned. A routine that runs short of memory does not get the same item again. It must
+ * not install or remove items of the cache that calls it, directly or through another
+ * cache. Removing items of another cache works as long as no call for that cache is in
+ * progress. A release for want of memory can come inside any call, so a release routine that
+ * is to be safe removes and installs nothing in any cache. */
 #ifndef VR_CACHE_H
 #define VR_CACHE_H
 
 #include "vr/abi.h"
 #include "vr/hash.h"
 
-/* A host's routine for an item: gets the item's object, and the owner that CacheCreate was
- * given. */
+/* A host's routine for an item. It gets the item's object, and the owner that was given to
+ * CacheCreate. */
 typedef void (*CacheRoutine)(VrWord object, VrWord owner);
 
 /* A cache. */
@@ -61,16 +67,16 @@ VR_API Cache* CacheCreate(int32_t bucketCount, CacheRoutine destroy, CacheRoutin
 /* Destroys all items, in use or not, and the cache. */
 VR_API void CacheDestroy(Cache* cache);
 
-/* Adds an item of `size` bytes, resident, with no uses. A size below 0 counts as 0. For
- * a name that is there only the time is set, and `object` stays the caller's. */
+/* Adds an item of `size` bytes, resident, with no uses. A size below 0 counts as 0. When the
+ * name is there already, only its time is set, and `object` stays the caller's. */
 VR_API void CacheInstall(Cache* cache, const char* name, VrWord object, int32_t size,
                          VrWord program);
 
 /* The item's object, resident or not; 0 when there is no such item. */
 VR_API VrWord CacheLookup(const Cache* cache, const char* name);
 
-/* Says that the item's body is back. To be called once for each release: the body's
- * size is counted all the same. 0, or 32 when there is no such item. */
+/* Reports that the item's body is back. To be called once for each release, since each call
+ * adds the body's size to `used`. 0, or 32 when there is no such item. */
 VR_API int32_t CacheIncrObjStr(Cache* cache, const char* name);
 
 /* Count uses of an item, down to 0. */
@@ -82,13 +88,15 @@ VR_API void CacheClassUseDecr(Cache* cache, const char* name);
 /* Removes the item for good if its class use count is 0. */
 VR_API void CacheClassDrop(Cache* cache, const char* name);
 
-/* Removes items for good by the two names that their objects bear: each object is the
+/* Removes items for good by the two names in their objects: each object is the
  * address of a record with the address of its first name at byte 18 and that of its
- * second name at byte 22, both zero-terminated. An item matches when
+ * second name at byte 22, both zero-terminated. A null text, in the record or as an
+ * argument, counts as empty. An item matches when
  *   `first` is empty and `mark` is 0, or
  *   `first` is its first name and `second` is empty or its second name.
- * Of the matching items, those without uses go. One in use stays, and `mark` not 0 makes
- * it pending. Always returns 0. */
+ * Matching items without uses are removed. One in use stays, and `mark` not 0 makes
+ * it pending: its body is not released, until a later call removes the item. Always
+ * returns 0. */
 VR_API int32_t CacheRemoveItems(Cache* cache, const char* first, const char* second, int32_t mark);
 
 /* Removes all items of the program whose class use count is 0. Always returns 0. */

@@ -1,18 +1,27 @@
 /* Dynamic arrays by position: inserting, replacing and appending elements, and
- * the two scans by which an element is found.
+ * the two scans that find an element.
  *
  * A position names an element by attribute, value and subvalue number:
  *
  *     1 or more   the element of that number
  *     0           the level is not addressed: the whole element above is meant
- *     below 0     behind the last element of this level; all such numbers are one
+ *     below 0     after the last element of this level; all such numbers are one
  *
  * An element past the end of what exists is made, with the marks that are
- * missing. A string is rewritten in place where its capacity allows; a long
- * string keeps a memo of the attribute found last, so that work on neighbouring
- * attributes does not scan from the start. The memo is trusted: a long string whose
- * marks were changed by other means is copied (alloc_string) before it is edited. Marks
- * and cursors are those of vr/walk.h. */
+ * missing. A string is rewritten in place where its capacity allows. Marks and cursors are
+ * those of vr/walk.h.
+ *
+ * Byte 255 must not occur in a record that is edited: an edit takes it for the end of the
+ * element, of its attribute and of the whole text, while a walk (vr/walk.h) or a read by
+ * number (vr/extract.h) takes it for data. So a record that holds it can be read, edited and
+ * written, and is silently damaged: replacing attribute 1 of a 255 b leaves 255 b in place,
+ * and an attribute that stands after the byte is made a second time before it.
+ *
+ * A long string keeps a memo of the attribute found last, so that work on neighbouring
+ * attributes does not scan from the start. The memo is trusted. After a caller has made or
+ * unmade marks in a long string by other means, the caller copies the text into a new
+ * string and edits the copy: with UtilGetRestOfVrStr from cursor 4, or with alloc_string.
+ * NewString does not help, since it takes the memo along. */
 #ifndef VR_EDIT_H
 #define VR_EDIT_H
 
@@ -23,7 +32,7 @@ VR_BEGIN
 
 /* A position, and where it was found. */
 typedef struct UtilPosition {
-    int32_t attribute; /* these three: 1 or more, 0 or below 0, as told above */
+    int32_t attribute; /* these three: 1 or more, 0 or below 0, as above */
     int32_t value;     /* within the attribute */
     int32_t subvalue;  /* within the value */
     int32_t cursor;    /* out: where the element written begins in the result */
@@ -31,8 +40,8 @@ typedef struct UtilPosition {
 VR_STATIC_ASSERT(sizeof(UtilPosition) == 16, "four words");
 
 /* Writes `element` at `position` and returns the resulting array. With `replace`
- * not 0 the element there is replaced, together with the marks inside it; with 0
- * the new element is inserted in front of it. A negative number anywhere, or an
+ * not 0 it replaces the element there, together with the marks inside that element; with 0
+ * it inserts the new element in front of it. A negative number anywhere, or an
  * element that had to be made, always inserts.
  *
  * The position's numbers are completed first: a subvalue without a value belongs to
@@ -41,16 +50,16 @@ VR_STATIC_ASSERT(sizeof(UtilPosition) == 16, "four words");
  * untouched.
  *
  * The result is `s`, rewritten in place, or another string. In the second case
- * the caller owns both and frees `s`, whose text is then no longer to be relied
- * on. `s` may be a shared string, which is never written to; `element` is only read
- * and must not be `s`. Neither may be null. A number whose marks no string can hold goes
- * the way of every request for too much memory. */
+ * the caller owns both and frees `s`, whose text is no longer reliable. `s` may be a
+ * shared string, which is never written to; `element` is only read and must not be `s`.
+ * Neither may be null. A number that needs more marks than a string can hold ends the run
+ * like every request for too much memory (vr/memory.h). */
 VR_API VrString UtilInsertReplace(UtilPosition* position, VrString s, VrString element,
                                   uint32_t replace);
 
 /* Looks for the element number *count from the element that begins at `cursor`,
- * in the text of `length` bytes, elements being divided by `mark` and the search
- * ending at any higher byte. Returns the cursor reached, and in *count:
+ * in the text of `length` bytes. Elements are divided by `mark`, and any higher byte, 255
+ * included, ends the search. Returns the cursor reached, and in *count:
  *
  *     0          found: the cursor is its first byte
  *     above 0    not there: so many marks are missing, the cursor is the end of
@@ -61,10 +70,10 @@ VR_API VrString UtilInsertReplace(UtilPosition* position, VrString s, VrString e
 VR_API int32_t ScanStr(VrString s, int32_t cursor, int32_t length, unsigned char mark,
                        int32_t* count);
 
-/* Goes back *count attributes from the attribute that begins at `cursor` and
- * returns the cursor of that attribute's first byte, with *count set to 0. When
- * there are fewer, the result is 4 and *count tells how many were short. A cursor
- * of 4 or less, or a count of 0 or less, comes back unchanged. */
+/* Goes back *count attributes from the attribute that begins at `cursor`,
+ * returns the cursor of that attribute's first byte and sets *count to 0. When
+ * there are fewer, it returns 4 and sets *count to the number that is missing. A cursor
+ * of 4 or less, or a count of 0 or less, is left unchanged and the cursor returned. */
 VR_API int32_t SkipBackNAttrs(VrString s, int32_t cursor, int32_t* count);
 
 VR_END

@@ -1,14 +1,15 @@
 /* Files: numbered handles under a budget, the current directory, listings, and names
  * on disk.
  *
- * Handles are the platform's own, small numbers above 0; -1 is none. OsOpen counts
- * the handles that are open. When the count has reached "MaxOpenFiles" of the section
- * "Environment", 120 unless set, it first runs the callbacks of kind
- * kVrTooManyOpenFiles, by which the library's pool of idle handles, and hosts, close
- * something. The budget is soft: the open goes ahead whatever came of that.
+ * Handles are the platform's own, small numbers from 3 on. 0 is never a valid handle, and
+ * -1 is none. OsOpen counts the handles that are open. When the count has reached
+ * "MaxOpenFiles" of the section "Environment", 120 unless set, it first runs the callbacks
+ * of kind kVrTooManyOpenFiles (vr/memory.h), with which the library's pool of idle handles,
+ * and hosts, close something. The budget is soft: the open is tried whatever they did.
  *
- * Paths are the platform's: C:\DATA\ABC, with / for \ as well. Why a call failed is
- * in errno. Text arguments are zero-terminated and must not be null, unless said; a null
+ * Paths are the platform's: C:\DATA\ABC, with / for \ as well. platform/files.h describes
+ * them, and has the open flags, the permissions and the reasons that a failed call leaves in
+ * errno. Text arguments are zero-terminated and must not be null, except where noted; a null
  * VrString counts as empty. */
 #ifndef VR_FILES_H
 #define VR_FILES_H
@@ -16,20 +17,30 @@
 #include "vr/abi.h"
 #include "vr/string.h"
 
+/* Results of OsOpen. */
+enum {
+    kVrOpenDone = 0,         /* of OsOpen: the file is open */
+    kVrOpenFailed = -1,      /* of OsOpen: not opened, for any reason but the next */
+    kVrOpenTooManyFiles = -2 /* of OsOpen: too many files are open, also when tried again */
+};
+
 VR_BEGIN
 
 /* Brings the layer up; called once, after UtilInit and before LockInit. Always
  * returns 1. */
 VR_API int32_t files_init(void);
 
-/* Opens the file with the platform's open flags, shared with everybody, into
- * *handle. `permission` is of use when the flags create the file. Returns 0; -1 when
- * the open failed; -2 when it failed for too many open files, and once more after
- * the callbacks. After a failure *handle is -1. */
+/* Opens the file and writes its handle to *handle. Everybody else may open the file too.
+ * `flags` are the kOpen... flags of platform/files.h. With 0, or without kOpenBinary, the
+ * file is opened in text mode: records need kOpenBinary. `permission` (kPermissionWrite,
+ * kPermissionRead) counts only when the open creates the file.
+ *
+ * Returns kVrOpenDone; kVrOpenFailed; or kVrOpenTooManyFiles when the open failed for too
+ * many open files, and failed again after the callbacks. After a failure *handle is -1. */
 VR_API int32_t OsOpen(const char* path, int32_t flags, int32_t permission, int32_t* handle);
 
-/* Closes the handle and takes 1 off the count, unless that is 0, whether or not the
- * handle was open. Always returns 1. */
+/* Closes the handle and takes 1 off the count, unless the count is 0. A handle that was not
+ * open is counted too. Always returns 1. */
 VR_API int32_t OsClose(int32_t handle);
 
 /* Count a handle that the host opened or closed by other means. OsFilesInc runs the
@@ -56,8 +67,8 @@ VR_API int32_t OsLseek(int32_t handle, int32_t offset, int32_t origin);
 typedef struct PlatformStream VrStream;
 
 /* A buffered stream over a handle, in the handle's text or binary mode unless `mode`
- * names one; null on failure. OsFclose closes the handle with it, which stays counted
- * until OsFilesDec. It returns 0, or -1 on failure. */
+ * names one; null on failure. OsFclose closes the stream and the handle, which stays
+ * counted until OsFilesDec. It returns 0, or -1 on failure. */
 VR_API VrStream* OsFdopen(int32_t handle, const char* mode);
 VR_API int32_t OsFclose(VrStream* stream);
 
@@ -65,18 +76,20 @@ VR_API int32_t OsFclose(VrStream* stream);
  * buffer, or null at the end. */
 VR_API char* OsFgets(char* buffer, int32_t size, VrStream* stream);
 
-/* The path made full, by the current directory, and upper case: a new string that the
+/* The full path, by the current directory, in upper case: a new string that the
  * caller frees. NullVrStr's string when the path is empty or its full form has more
  * than 254 bytes. */
 VR_API VrString GetFullPath(VrString path);
 
-/* Copies the smaller of `size` and 255 bytes of the current directory's text, zero
- * terminator and left-overs behind it included, and returns the buffer. The text is
- * kept from the first call on and renewed by ChDir alone; one of more than 254 bytes
- * leaves the old text. Null, with the buffer untouched, when there is none. */
+/* Copies the smaller of `size` and 255 bytes of the current directory's text, with its zero
+ * and whatever follows that, and returns the buffer. Fewer bytes than the text and its zero
+ * need leave the buffer without a zero. The text is kept from the first call on, and only
+ * ChDir renews it; a directory of more than 254 bytes leaves the old text. Null, with the
+ * buffer untouched, when there is no text. */
 VR_API char* GetCwd(char* buffer, int32_t size);
 
-/* Changes the current directory. 0, or -1. */
+/* Changes the current directory. 0, or -1. Lock files of relative names follow it
+ * (vr/lock.h). */
 VR_API int32_t ChDir(const char* path);
 
 /* Does nothing. Always returns 1. */
@@ -91,44 +104,45 @@ typedef struct DirSearch {
     int32_t writeTime;    /* of the last writing */
     uint32_t size;        /* bytes */
     char name[260];       /* zero-terminated */
-    int32_t searchHandle; /* -1 when nothing was found */
+    int32_t searchHandle; /* -1 when the search found nothing */
 } DirSearch;
 
 /* Lists a directory, "." and ".." and folders included, in the platform's order.
- * DirFirst makes *search, whatever comes of it, and returns the first name, or null
+ * DirFirst makes *search in any case, and returns the first name, or null
  * when the directory is empty, missing, or does not fit 255 bytes with its pattern.
- * DirNext returns the next name, or null at the end or for null. Names are good until
- * the next call. DirClose, owed after every DirFirst, frees *search and clears it; a
- * cleared one is passed over. */
+ * DirNext returns the next name, or null at the end or for null. Names are valid until
+ * the next call. DirClose frees *search and clears it, and ignores one that is null. It is
+ * needed after every DirFirst, also after one that returned null. */
 VR_API const char* DirFirst(const char* directory, DirSearch** search);
 VR_API const char* DirNext(DirSearch* search);
 VR_API void DirClose(DirSearch** search);
 
 /* Turns a free-text name into one for the disk, of up to eight characters and the
- * extension (up to three characters, null for none), in upper case, which nothing in
- * the current directory bears yet: where the plain name will not do, a hexadecimal
+ * extension (up to three characters, null for none), in upper case, that nothing in
+ * the current directory has yet: where the plain name cannot be used, a hexadecimal
  * number ends it. Without an extension, one dot among the last four characters may
- * stay, and the name have twelve. A new string that the caller frees, or NullVrStr's
- * string when no name is free; a folder that cannot be looked into counts as empty. The
+ * stay, and the name may have twelve. A new string that the caller frees, or NullVrStr's
+ * string when no name is free; a folder that cannot be searched counts as empty. The
  * extension is upper-cased in the caller's memory. */
 VR_API VrString OsFileName(VrString name, char* extension);
 
-/* The counterpart for long names: up to 260 characters as they are but for * made ^,
- * then a dot and the extension as far as the string's capacity of 390 goes. A new
- * string that the caller frees. No disk is asked. */
+/* The counterpart for long names: up to 260 characters unchanged, except that * becomes ^,
+ * then a dot and the extension, as far as they fit 390 bytes. A new string that the caller
+ * frees. It does not look at the disk. */
 VR_API VrString OsFileLongName(VrString name, const char* extension);
 
-/* A name of the prefix and six characters that nothing bears, in the current directory
+/* A name of the prefix and six characters that no file has, in the current directory
  * or, for the temporary one, in the directory that VRLTEMP names, if any. A new string
- * that the caller frees; NullVrStr's string when no name can be had, a prefix (with its
- * directory) of more than 97 (96) characters included, and a VRLTEMP of 8192 bytes or
- * more. */
+ * that the caller frees; NullVrStr's string when there is no such name, when the prefix has
+ * more than 97 characters (96 together with the directory of VRLTEMP), and when VRLTEMP has
+ * 8192 bytes or more. Nothing is made on the disk. */
 VR_API VrString GetUniqueFileName(const char* prefix);
 VR_API VrString GetUniqueTempFileName(const char* prefix);
 
-/* What follows the prefix and the white space behind it in a line that begins with
- * the prefix, in any case: a new string that the caller frees, or null when there is
- * nothing. The prefix is upper-cased in the caller's memory. */
+/* What follows the prefix, and white space after it, in a line that begins with
+ * the prefix in upper or lower case: a new string that the caller frees, or null when
+ * nothing follows, when the line begins otherwise, and for a null or empty prefix. The
+ * prefix is upper-cased in the caller's memory. */
 VR_API VrString ExtractBaseName(VrString line, char* prefix);
 
 VR_END

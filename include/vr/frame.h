@@ -3,8 +3,8 @@
  * A host fills a UtilInitRecord and calls UtilInit once, before anything else of
  * the library, and VrExit once, at the end. Loading the library does nothing.
  * Between the two, modules and hosts add routines to the exit chain, which
- * VrExit runs from the one added last to the one added first, so that whoever
- * uses a service goes before the service does. */
+ * VrExit runs from the one added last to the one added first, so that a user
+ * of a service is taken down before the service. */
 #ifndef VR_FRAME_H
 #define VR_FRAME_H
 
@@ -12,7 +12,7 @@
 
 VR_BEGIN
 
-/* What a host tells at the start. Read during UtilInit only. */
+/* What a host gives to UtilInit, which reads it only during the call. */
 typedef struct UtilInitRecord {
     VrWord EngineInstance; /* any value; GetEngineInstance gives it back */
     VrWord VrlinkInstance; /* module handle of the host; 0 is the executable */
@@ -26,16 +26,16 @@ typedef void (*VrExitRoutine)(void);
 /* A host's routine for a break, carried for the host and never called here. */
 typedef void (*VrBreakRoutine)(VrWord data);
 
-/* Routines that the exit chain holds. */
+/* The number of routines that the exit chain holds. */
 enum { kVrExitChainSlots = 100 };
 
 /* Brings the library up: clears the exit chain, then starts the modules in their
- * fixed order. Routines added before are gone, though their slots stay counted.
+ * fixed order. Routines added before are lost, though their slots stay counted.
  * A null `record` counts as one of zeroes. A second call does nothing. Always
  * returns 1. */
 VR_API int32_t UtilInit(const UtilInitRecord* record);
 
-/* Adds `routine` to the exit chain. A null routine is dropped, and so is every
+/* Adds `routine` to the exit chain. A null routine is ignored, and so is every
  * routine once all kVrExitChainSlots slots are taken. One added while VrExit runs does
  * not run. */
 VR_API void VrExitAdd(VrExitRoutine routine);
@@ -47,7 +47,11 @@ VR_API void VrExitAdd(VrExitRoutine routine);
  *   any other:          returns.
  * With code 0 in an executable it returns too, for the host's own exit. After
  * that no call of the library is valid but VrExitInExit and the accessors below.
- * A second call runs no routine again, and ends the process or thread as told. */
+ *
+ * Each routine runs exactly once. A VrExit inside an exit routine, which a shortage of
+ * memory there may be the cause of, runs the rest of the chain itself and then ends the
+ * process or thread by its own code and the rules above; the routine that it interrupts is
+ * not continued then. A call after the chain has run only applies those rules. */
 VR_API void VrExit(int32_t code);
 
 /* 1 from the moment VrExit was first entered, before that 0. */
@@ -57,8 +61,8 @@ VR_API int32_t VrExitInExit(void);
 VR_API VrWord GetEngineInstance(void);
 VR_API VrWord GetVrlinkInstance(void);
 
-/* The module handle by which the host's own folder is found when it loads
- * libraries or runs commands; 0, the executable, unless set. */
+/* The module handle through which the library finds the host's own folder, to load
+ * libraries and run commands; 0, the executable, unless set. */
 VR_API VrWord GetHInstance(void);
 VR_API void SetHInstance(VrWord module);
 
@@ -66,12 +70,12 @@ VR_API void SetHInstance(VrWord module);
 VR_API int32_t GetRunStatus(void);
 VR_API void SetRunStatus(int32_t status);
 
-/* A nesting count of breaks. SetBreakState(0) adds one; SetBreakState with any
- * other value takes one off, down to 0. */
+/* A nesting count of breaks. SetBreakState(0) adds 1; SetBreakState with any
+ * other value takes 1 off, down to 0. */
 VR_API int32_t GetBreakState(void);
 VR_API void SetBreakState(int32_t state);
 
-/* Stores the pair, in place of the one held. Nothing in the library calls it. */
+/* Stores the pair, in place of the one before. Nothing in the library calls it. */
 VR_API void SetBreakCallback(VrBreakRoutine routine, VrWord data);
 
 /* Shows a message box with an OK button, titled with the product's name, and

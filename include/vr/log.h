@@ -7,10 +7,14 @@
  *
  * Its file is $$VRDB.LOG in the directory that VRLTEMP names, else in the current one.
  * Each line is written at once, from byte 0 of the file on; a line is CR LF and then its
- * text, cut at 1022 bytes. A file that an earlier process left is not opened again: it is
- * made without write permission. A call whose group is off costs one test. Before
- * VrdbLogInit all are off. Null texts and strings are written as empty ones, and a zero byte
- * in a file name or key ends its text. */
+ * text, cut at 1022 bytes. A call whose group is off costs one test. All groups are off
+ * before VrdbLogInit. Null texts and strings are written as empty ones, and a zero byte
+ * in a file name or key ends its text.
+ *
+ * The file is made without write permission, so nobody can open it for writing again, the
+ * superuser included: VrdbLogInit fails in every later run, and in every other process that
+ * uses the directory, until somebody deletes the file by hand. Each process that is to log
+ * needs a directory of its own, and the old file out of the way first. */
 #ifndef VR_LOG_H
 #define VR_LOG_H
 
@@ -20,9 +24,11 @@
 VR_BEGIN
 
 /* Turns the log on by the setting "LOG" of the section, and writes its first line with
- * the title (null: a title of its own). 0; or -1 when the file cannot be opened, or its
- * path has 256 bytes or more, which is not tried again. A mask outside 1 to 63 leaves
- * the log off. */
+ * the title (null: a title of its own). Returns 0, also when the log stays off, as it does
+ * for a mask outside 1 to 63. Returns -1 when the file cannot be opened, which includes a
+ * file that an earlier run left, and when its path has 256 bytes or more. The log then stays
+ * off for the life of the process: a later call returns 0 and does nothing, as does one with
+ * the log on already. Nothing turns the log off again. */
 VR_API int32_t VrdbLogInit(const char* section, const char* title);
 
 /* Does nothing, since every line is written at once. */
@@ -57,8 +63,9 @@ VR_API void VrdbLogOutChar(const char* name, const char* value);
 /* The group of times. The line is NAME time: SECONDS, with six decimals and a point. */
 VR_API void VrdbLogTimeMes1(const char* name, int32_t milliseconds);
 
-/* The group of details; and once more as a BTRV error, for a status that is not 0, 4, 9,
- * 22 or 59. */
+/* The group of details; for a status other than 0, 4, 9, 22 and 59 also the group of BTRV
+ * errors. The line is ***BTRV Op: N Stat: N, with both numbers three places wide. An error
+ * is written twice where both groups are on. */
 VR_API void VrdbLogBTRVMes(int32_t operation, int32_t status);
 
 /* The group of locks. The line is LOCK Key K Ret: N. Both write the same. */

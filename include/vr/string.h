@@ -7,12 +7,17 @@
  *
  * Text may hold any byte: the length, not the zero, says where it ends. A string
  * made with a length of 129 bytes or more is a long one and has the three words
- * in front: room to grow, and a memo by which the editing of large dynamic arrays
+ * in front: room to grow, and a memo with which the editing of large dynamic arrays
  * finds its place again. A short string has only the header word.
  *
  * Whoever receives a VrString owns it and gives it back with free_mem. The three
- * shared strings may be given to free_mem too, which passes over them; they are
- * never written to. An empty result is NullVrStr's string, not null. */
+ * shared strings may be given to free_mem too, which ignores them; they are
+ * never written to. An empty result is NullVrStr's string, not null.
+ *
+ * A caller may lay out a string in a buffer of its own for functions that only read it. The
+ * word in front of the length word must then be zero, since the library reads the class byte
+ * in it, and a zero byte follows the text. Such a string is never given to free_mem or
+ * realloc_mem. The walks (vr/walk.h) write strings of this layout into buffers. */
 #ifndef VR_STRING_H
 #define VR_STRING_H
 
@@ -47,15 +52,16 @@ extern VR_API unsigned char* TrueVrStr;
 #define VR_SHARED_STRING(block) ((VrString)((block) + 4))
 
 /* A new string of `length` zero bytes, to be filled by the caller. One of 129
- * bytes or more gets a capacity of half as much again. Length 0 gives NullVrStr's
- * string. */
+ * bytes or more gets a capacity of half as much again, so two thirds of kVrRefusedSize is
+ * too long already and ends the run (vr/memory.h). Length 0 gives NullVrStr's string. */
 VR_API VrString _alloc_string(uint32_t length, const char* tag, int32_t line);
 
 /* The same without room to grow, for a string that keeps its length. */
 VR_API VrString _alloc_simple_string(uint32_t length, const char* tag, int32_t line);
 
-/* A copy of `s`, memo included, with a capacity of its own. Null and empty
- * strings give NullVrStr's string; the other shared strings give themselves. */
+/* A copy of `s` with a capacity of its own, and with the memo of `s` where both are long.
+ * Null and empty strings give NullVrStr's string; the other shared strings give
+ * themselves. */
 VR_API VrString _NewString(VrString s, const char* tag, int32_t line);
 
 /* A new string of the zero-terminated `text`. Null or empty text gives
@@ -63,7 +69,7 @@ VR_API VrString _NewString(VrString s, const char* tag, int32_t line);
 VR_API VrString _StrToVrStr(const char* text, const char* tag, int32_t line);
 
 /* A copy of the zero-terminated `text` as a zero-terminated text, not a VrString.
- * Goes back through free_mem. Null gives NullVrStr's string, which reads as an
+ * The caller frees it with free_mem. Null gives NullVrStr's string, which reads as an
  * empty text. */
 VR_API char* _dup_str(const char* text, const char* tag, int32_t line);
 
@@ -76,7 +82,7 @@ VR_API char* _dup_str(const char* text, const char* tag, int32_t line);
 #endif
 
 /* Orders by unsigned bytes, a shorter string before a longer one that begins
- * with it, null before everything. Below 0, 0 or above 0; only the sign has a
+ * with it, null before everything. The result is below 0, 0 or above 0; only its sign has a
  * meaning. */
 VR_API int32_t CompareVrStrings(VrString a, VrString b);
 
