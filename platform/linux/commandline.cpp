@@ -24,7 +24,7 @@ constexpr char kCtrlZ = 26;
 constexpr int kNoSuchProgram = 2;
 constexpr int kNoSuchDirectory = 3;
 constexpr int kNoMemory = 8;
-constexpr off_t kLargestBatch = 128 * 1024;
+constexpr off_t kLargestBatch = off_t{128} * 1024;
 
 bool Same(const std::string& a, const char* b) {
     return lstrcmpiA(a.c_str(), b) == 0;
