@@ -26,7 +26,7 @@ constexpr int kNoSuchProgram = 2;
 constexpr int kNoSuchDirectory = 3;
 constexpr int kAccessDenied = 5;
 constexpr int kNoMemory = 8;
-constexpr off_t kLargestBatch = 128 * 1024;
+constexpr off_t kLargestBatch = off_t{128} * 1024;
 
 bool Same(const std::string& a, const char* b) {
     return lstrcmpiA(a.c_str(), b) == 0;

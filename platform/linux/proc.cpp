@@ -21,6 +21,7 @@ constexpr std::string_view kDeleted = " (deleted)";
 constexpr uint32_t kExiting = 0x00000004;      // PF_EXITING of the kernel
 constexpr uint32_t kOfTheKernel = 0x00200000;  // PF_KTHREAD
 constexpr size_t kStatSize = 256;              // the fields wanted end well before
+constexpr int kBlanksBeforeFlags = 7;          // after the name
 constexpr size_t kNameSize = 64;
 
 struct TaskState {
@@ -34,9 +35,14 @@ bool ReadState(const char* statFile, TaskState& state) {
     char text[kStatSize];
     const ssize_t length = ReadAll(file.Get(), text, sizeof text - 1);
     text[std::max<ssize_t>(length, 0)] = '\0';
-    const char* afterName = std::strrchr(text, ')');
-    return afterName != nullptr &&
-           std::sscanf(afterName, ") %c %*d %*d %*d %*d %*d %u", &state.letter, &state.flags) == 2;
+    const char* field = std::strrchr(text, ')');
+    if (field == nullptr || std::strlen(field) < 3) return false;
+    state.letter = field[2];
+    for (int i = 0; i < kBlanksBeforeFlags && field != nullptr; ++i)
+        field = std::strchr(field + 1, ' ');
+    if (field == nullptr) return false;
+    state.flags = static_cast<uint32_t>(std::strtoul(field, nullptr, 10));
+    return true;
 }
 
 bool ReadStateOf(uint32_t process, TaskState& state) {

@@ -37,10 +37,11 @@ bool IsOurs(std::string_view name) {
 std::string Quoted(std::string_view path) {
     std::string quoted = "'";
     for (const char c : path) {
-        if (c == '\'')
+        if (c == '\'') {
             quoted += "'\\''";
-        else
+        } else {
             quoted += c;
+        }
     }
     return quoted + "'";
 }
