@@ -23,7 +23,7 @@ constexpr uintptr_t kHighestHandle = 0x7FFFFFFF;  // the roots lie above
 
 struct OpenKey {
     std::string path;  // from the root's name on
-    std::vector<RegistryValue> values;
+    RegistryKey contents;
 };
 
 std::map<uintptr_t, OpenKey> openKeys;
@@ -54,7 +54,7 @@ bool LoadKey(OpenKey& key) {
     const char* file = std::getenv("VRPLATFORM_REGISTRY");
     std::string text;
     return file != nullptr && ReadTextFile(file, text) &&
-           ReadRegistryKey(std::move(text), key.path, key.values);
+           key.contents.Read(std::move(text), key.path);
 }
 
 int32_t OpenKeyBelow(HKEY root, const char* path, HKEY* key) {
@@ -67,14 +67,15 @@ int32_t OpenKeyBelow(HKEY root, const char* path, HKEY* key) {
     return ERROR_SUCCESS;
 }
 
-const RegistryValue* FindValue(const OpenKey& key, const char* name) {
-    const auto value =
-        std::find_if(key.values.begin(), key.values.end(),
-                     [name](const RegistryValue& each) { return SameName(each.name, name); });
-    return value == key.values.end() ? nullptr : &*value;
+bool FindValue(const RegistryKey& key, const char* name, RegistryValue& value) {
+    for (size_t i = 0; i < key.Count(); ++i) {
+        value = key.At(i);
+        if (SameName(value.name, name)) return true;
+    }
+    return false;
 }
 
-// Tells the type and the size, and whether the data fits.
+// Stores the type and the size, and returns whether the data fits.
 bool Describe(const RegistryValue& value, uint32_t* type, const unsigned char* data,
               uint32_t* size) {
     const auto wanted = static_cast<uint32_t>(value.data.size());
@@ -86,6 +87,35 @@ bool Describe(const RegistryValue& value, uint32_t* type, const unsigned char* d
 
 void CopyData(const RegistryValue& value, unsigned char* data) {
     if (data != nullptr) std::copy(value.data.begin(), value.data.end(), data);
+}
+
+int32_t Query(const OpenKey& key, const char* name, uint32_t* type, unsigned char* data,
+              uint32_t* size) {
+    RegistryValue value;
+    if (!FindValue(key.contents, name, value)) return ERROR_FILE_NOT_FOUND;
+    if (!Describe(value, type, data, size)) return ERROR_MORE_DATA;
+    CopyData(value, data);
+    return ERROR_SUCCESS;
+}
+
+// Where an enumeration stores what it finds.
+struct EnumeratedValue {
+    char* name;
+    uint32_t* nameSize;
+    uint32_t* type;
+    unsigned char* data;
+    uint32_t* dataSize;
+};
+
+int32_t Enumerate(const OpenKey& key, uint32_t index, const EnumeratedValue& out) {
+    if (index >= key.contents.Count()) return ERROR_NO_MORE_ITEMS;
+    const RegistryValue value = key.contents.At(index);
+    const bool nameFits = value.name.size() < *out.nameSize;
+    *out.nameSize = static_cast<uint32_t>(value.name.size());
+    if (!Describe(value, out.type, out.data, out.dataSize) || !nameFits) return ERROR_MORE_DATA;
+    std::memcpy(out.name, value.name.c_str(), value.name.size() + 1);
+    CopyData(value, out.data);
+    return ERROR_SUCCESS;
 }
 
 }  // namespace
@@ -101,11 +131,9 @@ int32_t RegQueryValueExA(HKEY key, const char* name, uint32_t*, uint32_t* type, 
     const OpenKey* opened = FindOpenKey(key);
     if (opened == nullptr) return ERROR_INVALID_HANDLE;
     if (data != nullptr && size == nullptr) return ERROR_INVALID_PARAMETER;
-    const RegistryValue* value = FindValue(*opened, name == nullptr ? "" : name);
-    if (value == nullptr) return ERROR_FILE_NOT_FOUND;
-    if (!Describe(*value, type, data, size)) return ERROR_MORE_DATA;
-    CopyData(*value, data);
-    return ERROR_SUCCESS;
+    return UnlessShort(int32_t{ERROR_OUTOFMEMORY}, [=] {
+        return Query(*opened, name == nullptr ? "" : name, type, data, size);
+    });
 }
 
 int32_t RegEnumValueA(HKEY key, uint32_t index, char* name, uint32_t* nameSize, uint32_t*,
@@ -114,14 +142,9 @@ int32_t RegEnumValueA(HKEY key, uint32_t index, char* name, uint32_t* nameSize, 
     if (opened == nullptr) return ERROR_INVALID_HANDLE;
     if (name == nullptr || nameSize == nullptr) return ERROR_INVALID_PARAMETER;
     if (data != nullptr && dataSize == nullptr) return ERROR_INVALID_PARAMETER;
-    if (index >= opened->values.size()) return ERROR_NO_MORE_ITEMS;
-    const RegistryValue& value = opened->values[index];
-    const bool nameFits = value.name.size() < *nameSize;
-    *nameSize = static_cast<uint32_t>(value.name.size());
-    if (!Describe(value, type, data, dataSize) || !nameFits) return ERROR_MORE_DATA;
-    std::memcpy(name, value.name.c_str(), value.name.size() + 1);
-    CopyData(value, data);
-    return ERROR_SUCCESS;
+    return UnlessShort(int32_t{ERROR_OUTOFMEMORY}, [=] {
+        return Enumerate(*opened, index, {name, nameSize, type, data, dataSize});
+    });
 }
 
 int32_t RegCloseKey(HKEY key) {
