@@ -7,6 +7,7 @@
 #include <string>
 
 #include "platform/files.h"
+#include "shown_text.h"
 #include "vr/files.h"
 #include "vr/memory.h"
 
@@ -17,7 +18,7 @@ constexpr int32_t kWriteFlags = kOpenBinary | kOpenWriteOnly | kOpenCreate | kOp
 constexpr int32_t kReadWritePermission = kPermissionRead | kPermissionWrite;
 
 void Complain(const char* path, const char* what) {
-    std::fprintf(stderr, "record_host: %s: %s\n", path, what);
+    std::fprintf(stderr, "record_host: %s: %s\n", Shown(path, stderr).c_str(), what);
 }
 
 bool WriteWhole(int32_t handle, VrString record) {

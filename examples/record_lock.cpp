@@ -7,9 +7,11 @@
 #include <chrono>
 #include <cstdio>
 #include <cstring>
+#include <string>
 #include <thread>
 
 #include "record_arguments.h"
+#include "shown_text.h"
 #include "vr/environ.h"
 #include "vr/files.h"
 #include "vr/log.h"
@@ -43,11 +45,12 @@ int TakeKey(const RecordLock& lock, bool wait) {
     }
     VrdbLogMesLock(TextOf(lock.key), taken);
     if (taken == 0) return kExitOk;
+    const std::string key = Shown(TextOf(lock.key), stderr);
     if (taken == 1) {
-        std::fprintf(stderr, "record_host: another process holds the key %s\n", TextOf(lock.key));
+        std::fprintf(stderr, "record_host: another process holds the key %s\n", key.c_str());
         return kExitHeldElsewhere;
     }
-    std::fprintf(stderr, "record_host: the key %s cannot be locked\n", TextOf(lock.key));
+    std::fprintf(stderr, "record_host: the key %s cannot be locked\n", key.c_str());
     return kExitBadRequest;
 }
 
@@ -62,7 +65,7 @@ VrString MapFileName(const char* name) {
     free_mem(&expanded);
     if (whole) return mapped;
     free_mem(&mapped);
-    std::fprintf(stderr, "record_host: %s: the name is too long\n", name);
+    std::fprintf(stderr, "record_host: %s: the name is too long\n", Shown(name, stderr).c_str());
     return nullptr;
 }
 
@@ -70,7 +73,8 @@ int LockRecord(VrString path, const char* key, bool wait, RecordLock& lock) {
     char* lockPath = LockPath(path);
     int result = kExitBadRequest;
     if (LockRegister(lockPath, &lock.file) != 0) {
-        std::fprintf(stderr, "record_host: %s: its folder cannot be locked in\n", TextOf(path));
+        std::fprintf(stderr, "record_host: %s: its folder cannot be locked in\n",
+                     Shown(TextOf(path), stderr).c_str());
     } else {
         lock.key = StrToVrStr(key != nullptr ? key : BaseNameIn(lockPath));
         result = TakeKey(lock, wait);

@@ -8,6 +8,7 @@
 
 #include "platform/files.h"
 #include "record_file.h"
+#include "shown_text.h"
 #include "vr/files.h"
 #include "vr/memory.h"
 
@@ -16,11 +17,15 @@ namespace {
 constexpr int32_t kReadFlags = kOpenReadOnly | kOpenBinary;
 constexpr size_t kChunkSize = 65536;
 
+void Complain(const StoredRecord& record, const char* what) {
+    std::fprintf(stderr, "report_host: %s: %s\n", Shown(record.name, stderr).c_str(), what);
+}
+
 void Add(const StoredRecord& record, std::vector<StoredRecord>& records) {
     if (record.length <= kLongestRecord) {
         records.push_back(record);
     } else {
-        std::fprintf(stderr, "report_host: %s: too long for a record\n", record.name.c_str());
+        Complain(record, "too long for a record");
     }
 }
 
@@ -79,6 +84,6 @@ VrString LoadRecord(const StoredRecord& record) {
     if (handle != -1) OsClose(handle);
     if (whole) return s;
     free_mem(&s);
-    std::fprintf(stderr, "report_host: %s: cannot be read\n", record.name.c_str());
+    Complain(record, "cannot be read");
     return StrToVrStr(nullptr);
 }

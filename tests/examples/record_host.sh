@@ -107,6 +107,47 @@ expect 0 "$host" CATALOGUE get 50001,4,3
 [ "$(cat out)" = shelf ] || fail "CATALOGUE append 50001,4"
 ls | grep -q '\.[a-z][0-9]*$' && fail "a temporary file was left behind"
 
+# What would steer a terminal reaches none, whichever host shows it; a pipe gets each byte.
+bad=$(printf 'A\033[31m\233B')
+cp ORDER "$bad"
+expect 0 "$host" "$bad" replace 1 "$bad"
+printf '  now  %s\n' "$bad" > wanted
+sed -n 3p out | cmp - wanted || fail "a change in a pipe is not exact"
+printf '%s 1\n' "$bad" > DICT
+cat > on_terminal <<'END'
+hosts=${1%/*}
+"$1" --key "$2" --hold 2 ORDER get 8 > held &
+until grep -q holding held; do sleep 0.1; done
+"$1" --key "$2" ORDER append x
+"$1" --plain "$2"
+"$1" --raw "$2"
+"$1" "$2" get 1
+"$1" "$2" get "$2"
+"$1" "$2" replace 1 "$2"
+"$1" "$2.none"
+"$1" "/none/$2" replace 1 x
+"$hosts/run_host" find "$2.none"
+cp "$(command -v sleep)" program && mv program "$2.run"
+"./$2.run" 60 &
+"$hosts/run_host" find "$2.run"
+"$hosts/run_host" list
+kill $!
+"$hosts/run_host" dll "$2"
+"$hosts/report_host" "$2.none" . "$2"
+"$hosts/report_host" DICT "$2.none" "$2"
+"$hosts/report_host" DICT . "$2.none"
+"$hosts/report_host" DICT "$2" "$2"
+wait
+END
+if script -qec 'test -t 1' /dev/null > out 2>&1 < /dev/null; then
+    script -qc "sh ./on_terminal '$host' '$bad'" /dev/null > out < /dev/null
+    tr -d '\r\n\040-\176\240-\377' < out | cmp - /dev/null || fail "a control byte on a terminal"
+    [ "$(grep -ic 'A\.\[31m\.B' out)" -eq 18 ] || { cat out; fail "what a terminal shows"; }
+else
+    echo "no terminal here: $(cat out)"
+fi
+rm "$bad"* DICT
+
 # A disk that fills up, at any page of the new record, takes no change and loses nothing. Not
 # every user may mount one.
 cat > on_small_disk <<'END'
