@@ -113,7 +113,8 @@ int Store(Job& job, UtilPosition position, VrString element) {
         job.record = edited;
     }
     VrdbLogStartMes("WRITE");
-    const bool stored = WriteRecord(job.path, job.record);
+    // A change is made under the record's own key unless another one was asked for.
+    const bool stored = WriteRecord(job.path, job.record, job.arguments.key == nullptr);
     VrdbLogEndMes("WRITE", stored ? job.record->length : -1);
     if (stored) {
         PrintChange(job.arguments, position, old, element);

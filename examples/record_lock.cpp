@@ -6,11 +6,11 @@
 
 #include <chrono>
 #include <cstdio>
-#include <cstring>
 #include <string>
 #include <thread>
 
 #include "record_arguments.h"
+#include "record_place.h"
 #include "shown_text.h"
 #include "vr/environ.h"
 #include "vr/files.h"
@@ -22,18 +22,6 @@ namespace {
 
 const char* TextOf(VrString s) {
     return reinterpret_cast<const char*>(VrStrText(s));
-}
-
-const char* BaseNameIn(const char* path) {
-    const char* separator = std::strrchr(path, '\\');
-    return separator == nullptr ? path : separator + 1;
-}
-
-// The path with its base name in upper case.
-char* LockPath(VrString path) {
-    char* text = dup_str(TextOf(path));
-    ToUpper(const_cast<char*>(BaseNameIn(text)));
-    return text;
 }
 
 // The library's own waiting tries without a pause, which costs a processor.
@@ -70,20 +58,21 @@ VrString MapFileName(const char* name) {
 }
 
 int LockRecord(VrString path, const char* key, bool wait, RecordLock& lock) {
-    char* lockPath = LockPath(path);
+    std::string name = NameIn(TextOf(path));
+    ToUpper(name.data());
+    const std::string lockPath = FolderOf(TextOf(path)) + name;
     int result = kExitBadRequest;
-    if (LockRegister(lockPath, &lock.file) != 0) {
+    if (LockRegister(lockPath.c_str(), &lock.file) != 0) {
         std::fprintf(stderr, "record_host: %s: its folder cannot be locked in\n",
                      Shown(TextOf(path), stderr).c_str());
     } else {
-        lock.key = StrToVrStr(key != nullptr ? key : BaseNameIn(lockPath));
+        lock.key = StrToVrStr(key != nullptr ? key : name.c_str());
         result = TakeKey(lock, wait);
         if (result != kExitOk) {
             free_mem(&lock.key);
             LockDeregister(lock.file);
         }
     }
-    free_mem(&lockPath);
     return result;
 }
 

@@ -8,6 +8,7 @@
 
 #include "platform/files.h"
 #include "record_file.h"
+#include "record_place.h"
 #include "shown_text.h"
 #include "vr/files.h"
 #include "vr/memory.h"
@@ -16,6 +17,7 @@ namespace {
 
 constexpr int32_t kReadFlags = kOpenReadOnly | kOpenBinary;
 constexpr size_t kChunkSize = 65536;
+constexpr char kLockFileName[] = "__locks";
 
 void Complain(const StoredRecord& record, const char* what) {
     std::fprintf(stderr, "report_host: %s: %s\n", Shown(record.name, stderr).c_str(), what);
@@ -46,14 +48,24 @@ void FindLines(const std::string& path, int32_t handle, std::vector<StoredRecord
     if (offset > start) add(offset);  // a last line without its end
 }
 
-void FindFiles(const std::string& folder, DirSearch* search, const char* name,
-               std::vector<StoredRecord>& records) {
+std::vector<StoredRecord> FilesIn(const std::string& folder, DirSearch* search, const char* name) {
+    std::vector<StoredRecord> files;
     for (; name != nullptr; name = DirNext(search)) {
         if ((search->attributes & kFindDirectory) != 0) continue;
         const auto length = static_cast<int32_t>(std::min(search->size, uint32_t{INT32_MAX}));
-        Add({name, folder + "\\" + name, 0, length}, records);
+        files.push_back({name, folder + "\\" + name, 0, length});
     }
-    std::ranges::sort(records, {}, &StoredRecord::name);
+    std::ranges::sort(files, {}, &StoredRecord::name);
+    return files;
+}
+
+// The lock file is no record, nor is what a killed host left of one that lies beside it.
+void AddRecords(const std::vector<StoredRecord>& files, std::vector<StoredRecord>& records) {
+    for (const StoredRecord& file : files) {
+        const std::string_view record = RecordOfTemporary(file.name);
+        const bool isLeft = std::ranges::binary_search(files, record, {}, &StoredRecord::name);
+        if (!isLeft && file.name != kLockFileName) Add(file, records);
+    }
 }
 
 }  // namespace
@@ -69,7 +81,7 @@ bool FindRecords(const std::string& path, std::vector<StoredRecord>& records) {
     DirSearch* search = nullptr;
     const char* name = DirFirst(path.c_str(), &search);
     const bool found = name != nullptr;
-    FindFiles(path, search, name, records);
+    AddRecords(FilesIn(path, search, name), records);
     DirClose(&search);
     return found;
 }

@@ -15,8 +15,9 @@ struct StoredRecord {
     int32_t length;
 };
 
-// The records at the path, in the order of their lines or names. One that is too long for
-// the library is left out, with a message on standard error. False when there is neither a
+// The records at the path, in the order of their lines or names; of a folder without the lock
+// file, and without temporary files beside their record. One that is too long for the library
+// is left out, with a message on standard error. False when there is neither a
 // folder nor a file of less than 2 GiB.
 bool FindRecords(const std::string& path, std::vector<StoredRecord>& records);
 
