@@ -9,6 +9,7 @@
 #include <string>
 #include <thread>
 
+#include "platform/files.h"
 #include "record_arguments.h"
 #include "record_place.h"
 #include "shown_text.h"
@@ -42,6 +43,18 @@ int TakeKey(const RecordLock& lock, bool wait) {
     return kExitBadRequest;
 }
 
+// A refusal comes from the rights of the lock file, or of the folder where one cannot be made.
+std::string WhyRefused(const std::string& folder) {
+    char ownership[100];
+    if (FileOwnership((folder + "__locks").c_str(), ownership, sizeof ownership) == 0) {
+        return std::string(": __locks belongs to ") + ownership;
+    }
+    if (FileOwnership(folder.c_str(), ownership, sizeof ownership) == 0) {
+        return std::string(": the folder belongs to ") + ownership;
+    }
+    return "";
+}
+
 }  // namespace
 
 VrString MapFileName(const char* name) {
@@ -60,18 +73,19 @@ VrString MapFileName(const char* name) {
 int LockRecord(VrString path, const char* key, bool wait, RecordLock& lock) {
     std::string name = NameIn(TextOf(path));
     ToUpper(name.data());
-    const std::string lockPath = FolderOf(TextOf(path)) + name;
-    int result = kExitBadRequest;
-    if (LockRegister(lockPath.c_str(), &lock.file) != 0) {
-        std::fprintf(stderr, "record_host: %s: its folder cannot be locked in\n",
-                     Shown(TextOf(path), stderr).c_str());
-    } else {
-        lock.key = StrToVrStr(key != nullptr ? key : name.c_str());
-        result = TakeKey(lock, wait);
-        if (result != kExitOk) {
-            free_mem(&lock.key);
-            LockDeregister(lock.file);
-        }
+    const std::string folder = FolderOf(TextOf(path));
+    const int32_t registered = LockRegister((folder + name).c_str(), &lock.file);
+    if (registered != 0) {
+        std::fprintf(stderr, "record_host: %s: its folder cannot be locked in%s\n",
+                     Shown(TextOf(path), stderr).c_str(),
+                     registered == -1 ? WhyRefused(folder).c_str() : "");
+        return kExitBadRequest;
+    }
+    lock.key = StrToVrStr(key != nullptr ? key : name.c_str());
+    const int result = TakeKey(lock, wait);
+    if (result != kExitOk) {
+        free_mem(&lock.key);
+        LockDeregister(lock.file);
     }
     return result;
 }

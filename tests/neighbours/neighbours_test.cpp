@@ -12,6 +12,7 @@
 #include <cerrno>
 
 #include "examples/record_file.h"
+#include "examples/record_lock.h"
 #include "platform/files.h"
 #include "tests/support/library_test.h"
 #include "tests/torture/torture.h"
@@ -143,6 +144,45 @@ TEST_F(Neighbours, WhoMayWriteTheDirectoryMayLock) {
         EXPECT_EQ(RightsOf("__locks"), file);
         unlink("__locks");
     }
+}
+
+// What is in the way of a lock -> what the message says of it.
+TEST_F(Neighbours, WhoeverMayNotLockIsToldWhy) {
+    const auto expectRefusal = [](const std::string& reason) {
+        As(kHostUser, [reason] {
+            StartHost(nullptr);
+            RecordLock lock = {};
+            testing::internal::CaptureStderr();
+            EXPECT_NE(LockRecord(Array("RECORD"), nullptr, false, lock), 0);
+            EXPECT_EQ(testing::internal::GetCapturedStderr(),
+                      "record_host: RECORD: its folder cannot be locked in: " + reason + '\n');
+        });
+        unlink("__locks");
+    };
+    As(kStranger, [] {
+        WriteFile("__locks", "");
+        chmod("__locks", 0644);
+    });
+    expectRefusal("__locks belongs to user 20002, group 20002, rights rw-r--r--");
+    As(kStranger, [] { EXPECT_EQ(symlink(kSecretPath, "__locks"), 0); });
+    expectRefusal("__locks belongs to user 20002, group 20002, rights rwxrwxrwx");
+    EXPECT_EQ(chown(".", kStranger, kHostUser), 0);
+    chmod(".", 01751);
+    expectRefusal("the folder belongs to user 20002, group 20001, rights rwxr-x--x");
+}
+
+TEST_F(Neighbours, TheOwnershipFitsOrFails) {
+    const std::string expected = "user 20001, group 20001, rights rw-------";
+    char text[50] = "";
+    EXPECT_EQ(FileOwnership(kSecretPath, text, int32_t(expected.size() + 1)), 0);
+    EXPECT_EQ(text, expected);
+    EXPECT_EQ(FileOwnership(kSecretPath, text, int32_t(expected.size())), -1);
+    EXPECT_EQ(errno, ERANGE);
+    EXPECT_EQ(FileOwnership("nothing", text, sizeof text), -1);
+    EXPECT_EQ(errno, ENOENT);
+    EXPECT_EQ(symlink(kSecretPath, "own"), 0);
+    EXPECT_EQ(FileOwnership("own", text, sizeof text), 0);
+    EXPECT_EQ(text, expected) << "the link of a trusted user";
 }
 
 // The stranger puts links in the place of whatever comes up while the host edits.
