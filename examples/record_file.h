@@ -5,7 +5,7 @@
 #include "vr/string.h"
 
 // The longest record that the library can hold with its room to grow.
-constexpr int32_t kLongestRecord = 13'900'000;
+constexpr int32_t kLongestRecord = kVrLongestString;
 
 // The record as a new string, or null after a message on standard error.
 VrString ReadRecord(const char* path);

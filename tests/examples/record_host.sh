@@ -164,6 +164,19 @@ else
 fi
 rm "$bad"* DICT
 
+# The longest record, and one that is longer. An append brings a mark.
+truncate -s 13980999 LONG
+expect 2 "$host" LONG get 2
+grep -q 'too long' out || fail "a record that is too long"
+truncate -s 13980998 LONG
+expect 0 "$host" LONG get 2
+expect 2 "$host" LONG append ""
+grep -q 'grow too long' out || fail "a record that grows too long"
+truncate -s 13980996 LONG
+expect 0 "$host" LONG append x
+[ "$(stat -c %s LONG)" -eq 13980998 ] || fail "an append to a long record"
+rm LONG
+
 # A disk that fills up, at any page of the new record, takes no change and loses nothing. Not
 # every user may mount one.
 cat > on_small_disk <<'END'
