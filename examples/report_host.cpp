@@ -173,7 +173,7 @@ bool ChooseColumns(Report& report, const std::vector<Field>& fields, char** name
 bool FindObjects(Report& report, const char* path) {
     std::vector<StoredRecord> stored;
     if (!FindRecords(path, stored)) {
-        std::fprintf(stderr, "report_host: %s: no such file or folder\n",
+        std::fprintf(stderr, "report_host: %s: no such file or folder of records\n",
                      Shown(path, stderr).c_str());
         return false;
     }

@@ -70,13 +70,20 @@ void AddRecords(const std::vector<StoredRecord>& files, std::vector<StoredRecord
 
 }  // namespace
 
+// A device or pipe does not move to where it is told, or does not end where its length says.
+bool IsPlainFile(int32_t handle) {
+    const int32_t length = OsFileLength(handle);
+    return length >= 0 && OsLseek(handle, 1, kSeekStart) == 1 &&
+           OsLseek(handle, 0, kSeekEnd) == length && OsLseek(handle, 0, kSeekStart) == 0;
+}
+
 bool FindRecords(const std::string& path, std::vector<StoredRecord>& records) {
     int32_t handle = -1;
     if (OsOpen(path.c_str(), kReadFlags, 0, &handle) == 0) {
-        const bool isReadable = OsFileLength(handle) >= 0;
-        if (isReadable) FindLines(path, handle, records);
+        const bool isPlain = IsPlainFile(handle);
+        if (isPlain) FindLines(path, handle, records);
         OsClose(handle);
-        return isReadable;
+        return isPlain;
     }
     DirSearch* search = nullptr;
     const char* name = DirFirst(path.c_str(), &search);

@@ -61,4 +61,14 @@ for arguments in "NONE INVOICES DATE" "INVOICES.DICT NONE DATE" "INVOICES.DICT I
     "$host" $arguments > /dev/null 2>&1 || status=$?
     [ "$status" -eq 2 ] || fail "report_host $arguments: exit code $status, not 2"
 done
+# Devices and pipes have no records, and some never end.
+mkfifo pipe
+for device in /dev/null /dev/zero pipe; do
+    for arguments in "INVOICES.DICT $device DATE" "$device INVOICES DATE"; do
+        status=0
+        timeout 20 "$host" $arguments > out 2> errors || status=$?
+        [ "$status" -eq 2 ] && [ ! -s out ] || fail "report_host $arguments: exit code $status"
+        grep -q "^report_host: $device: no such" errors || fail "$arguments: $(cat errors)"
+    done
+done
 echo "the reports agree"
