@@ -6,6 +6,8 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "shown_text.h"
+
 namespace {
 
 constexpr long kFarthestNumber = 1'000'000;
@@ -81,7 +83,7 @@ void ParseOption(Arguments& arguments, int argc, char** argv, int& i) {
 int BadPlace(const char* text) {
     std::fprintf(stderr,
                  "record_host: %s: a place is up to three numbers from -%ld to %ld, as in 3,2,1\n",
-                 text, kFarthestNumber, kFarthestNumber);
+                 Shown(text, stderr).c_str(), kFarthestNumber, kFarthestNumber);
     return 0;
 }
 

@@ -7,6 +7,8 @@
 #include <string>
 
 #include "platform/files.h"
+#include "record_place.h"
+#include "shown_text.h"
 #include "vr/files.h"
 #include "vr/memory.h"
 
@@ -17,13 +19,19 @@ constexpr int32_t kWriteFlags = kOpenBinary | kOpenWriteOnly | kOpenCreate | kOp
 constexpr int32_t kReadWritePermission = kPermissionRead | kPermissionWrite;
 
 void Complain(const char* path, const char* what) {
-    std::fprintf(stderr, "record_host: %s: %s\n", path, what);
+    std::fprintf(stderr, "record_host: %s: %s\n", Shown(path, stderr).c_str(), what);
 }
 
 bool WriteWhole(int32_t handle, VrString record) {
     return OsWrite(handle, VrStrText(record), static_cast<uint32_t>(record->length)) ==
                record->length &&
            FileCommit(handle) == 0;
+}
+
+// One that cannot be deleted is in nobody's way but its own name's.
+void DeleteTemporaries(const RecordPlace& place) {
+    for (const std::string& name : place.temporaries)
+        FileDelete((place.folder + name).c_str());
 }
 
 }  // namespace
@@ -51,8 +59,10 @@ VrString ReadRecord(const char* path) {
     return record;
 }
 
-bool WriteRecord(const char* path, VrString record) {
-    std::string newName = std::string(path) + ".XXXXXX";
+bool WriteRecord(const char* path, VrString record, bool holdsKey) {
+    const RecordPlace place = FindPlace(path);
+    if (holdsKey) DeleteTemporaries(place);
+    std::string newName = place.folder + place.name + ".XXXXXX";
     if (UniqueName(newName.data()) == nullptr) {
         Complain(path, "no free name for the new record");
         return false;

@@ -45,9 +45,10 @@ VrString FromInput(const Arguments& arguments, const char* typed) {
     return stored;
 }
 
-// How long the record can get: each number above 0 may add that many marks.
+// How long the record can get: each number above 0 may add that many marks, and the element
+// may come with one of its own.
 bool GrowsTooLong(const UtilPosition& position, VrString record, VrString element) {
-    int64_t length = int64_t{record->length} + element->length;
+    int64_t length = int64_t{record->length} + element->length + 1;
     for (int32_t number : {position.attribute, position.value, position.subvalue}) {
         if (number > 0) length += number;
     }
@@ -113,7 +114,8 @@ int Store(Job& job, UtilPosition position, VrString element) {
         job.record = edited;
     }
     VrdbLogStartMes("WRITE");
-    const bool stored = WriteRecord(job.path, job.record);
+    // A change is made under the record's own key unless another one was asked for.
+    const bool stored = WriteRecord(job.path, job.record, job.arguments.key == nullptr);
     VrdbLogEndMes("WRITE", stored ? job.record->length : -1);
     if (stored) {
         PrintChange(job.arguments, position, old, element);

@@ -6,10 +6,13 @@
 
 #include <chrono>
 #include <cstdio>
-#include <cstring>
+#include <string>
 #include <thread>
 
+#include "platform/files.h"
 #include "record_arguments.h"
+#include "record_place.h"
+#include "shown_text.h"
 #include "vr/environ.h"
 #include "vr/files.h"
 #include "vr/log.h"
@@ -22,18 +25,6 @@ const char* TextOf(VrString s) {
     return reinterpret_cast<const char*>(VrStrText(s));
 }
 
-const char* BaseNameIn(const char* path) {
-    const char* separator = std::strrchr(path, '\\');
-    return separator == nullptr ? path : separator + 1;
-}
-
-// The path with its base name in upper case.
-char* LockPath(VrString path) {
-    char* text = dup_str(TextOf(path));
-    ToUpper(const_cast<char*>(BaseNameIn(text)));
-    return text;
-}
-
 // The library's own waiting tries without a pause, which costs a processor.
 int TakeKey(const RecordLock& lock, bool wait) {
     int32_t taken = LockLockKey(lock.file, lock.key, 0, 0);
@@ -43,12 +34,25 @@ int TakeKey(const RecordLock& lock, bool wait) {
     }
     VrdbLogMesLock(TextOf(lock.key), taken);
     if (taken == 0) return kExitOk;
+    const std::string key = Shown(TextOf(lock.key), stderr);
     if (taken == 1) {
-        std::fprintf(stderr, "record_host: another process holds the key %s\n", TextOf(lock.key));
+        std::fprintf(stderr, "record_host: another process holds the key %s\n", key.c_str());
         return kExitHeldElsewhere;
     }
-    std::fprintf(stderr, "record_host: the key %s cannot be locked\n", TextOf(lock.key));
+    std::fprintf(stderr, "record_host: the key %s cannot be locked\n", key.c_str());
     return kExitBadRequest;
+}
+
+// A refusal comes from the rights of the lock file, or of the folder where one cannot be made.
+std::string WhyRefused(const std::string& folder) {
+    char ownership[100];
+    if (FileOwnership((folder + "__locks").c_str(), ownership, sizeof ownership) == 0) {
+        return std::string(": __locks belongs to ") + ownership;
+    }
+    if (FileOwnership(folder.c_str(), ownership, sizeof ownership) == 0) {
+        return std::string(": the folder belongs to ") + ownership;
+    }
+    return "";
 }
 
 }  // namespace
@@ -62,24 +66,27 @@ VrString MapFileName(const char* name) {
     free_mem(&expanded);
     if (whole) return mapped;
     free_mem(&mapped);
-    std::fprintf(stderr, "record_host: %s: the name is too long\n", name);
+    std::fprintf(stderr, "record_host: %s: the name is too long\n", Shown(name, stderr).c_str());
     return nullptr;
 }
 
 int LockRecord(VrString path, const char* key, bool wait, RecordLock& lock) {
-    char* lockPath = LockPath(path);
-    int result = kExitBadRequest;
-    if (LockRegister(lockPath, &lock.file) != 0) {
-        std::fprintf(stderr, "record_host: %s: its folder cannot be locked in\n", TextOf(path));
-    } else {
-        lock.key = StrToVrStr(key != nullptr ? key : BaseNameIn(lockPath));
-        result = TakeKey(lock, wait);
-        if (result != kExitOk) {
-            free_mem(&lock.key);
-            LockDeregister(lock.file);
-        }
+    std::string name = NameIn(TextOf(path));
+    ToUpper(name.data());
+    const std::string folder = FolderOf(TextOf(path));
+    const int32_t registered = LockRegister((folder + name).c_str(), &lock.file);
+    if (registered != 0) {
+        std::fprintf(stderr, "record_host: %s: its folder cannot be locked in%s\n",
+                     Shown(TextOf(path), stderr).c_str(),
+                     registered == -1 ? WhyRefused(folder).c_str() : "");
+        return kExitBadRequest;
     }
-    free_mem(&lockPath);
+    lock.key = StrToVrStr(key != nullptr ? key : name.c_str());
+    const int result = TakeKey(lock, wait);
+    if (result != kExitOk) {
+        free_mem(&lock.key);
+        LockDeregister(lock.file);
+    }
     return result;
 }
 

@@ -7,6 +7,7 @@
 #include <string>
 
 #include "record_colours.h"
+#include "shown_text.h"
 #include "vr/convert.h"
 #include "vr/extract.h"
 #include "vr/memory.h"
@@ -36,12 +37,12 @@ bool HasMarksBelow(VrString element, int level) {
     return false;
 }
 
-// Control bytes would disturb the terminal.
-void PrintText(VrString text) {
-    const unsigned char* byte = VrStrText(text);
-    for (const unsigned char* end = byte + text->length; byte != end; ++byte) {
-        std::putchar(*byte < ' ' || *byte == 127 ? '.' : *byte);
-    }
+std::string BytesOf(VrString s) {
+    return {reinterpret_cast<const char*>(VrStrText(s)), static_cast<size_t>(s->length)};
+}
+
+void Print(const std::string& line) {
+    std::fwrite(line.data(), 1, line.size(), stdout);
     std::putchar('\n');
 }
 
@@ -54,7 +55,7 @@ struct Style {
 
 void PrintElement(VrString element, const Style& style) {
     VrString shown = style.convert ? CvtConvert(element, kDisplay) : element;
-    PrintText(shown);
+    Print(Masked(BytesOf(shown)));
     if (shown != element) free_mem(&shown);
 }
 
@@ -95,8 +96,7 @@ void PrintLine(VrString text, bool readable, bool convert) {
         UtilSwapChar(shown, kVrSubvalueMark, '\\');
     }
     VrString converted = convert ? CvtConvert(shown, kDisplay) : shown;
-    std::fwrite(VrStrText(converted), 1, static_cast<size_t>(converted->length), stdout);
-    std::putchar('\n');
+    Print(Shown(BytesOf(converted), stdout));
     if (converted != shown) free_mem(&converted);
     free_mem(&shown);
 }

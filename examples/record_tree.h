@@ -6,11 +6,12 @@
 
 // Prints the record's attributes, values and subvalues as an indented tree, each
 // with its number, which stands out in `colours`. With `convert` each text is shown by
-// the display table; the marks are what they are stored as.
+// the display table; the marks are what they are stored as. Control bytes show as dots.
 void PrintTree(VrString record, bool colours, bool convert);
 
 // Prints the text on one line: as it is, or, when `readable`, with the marks as
-// ^ ] \. With `convert` it is shown by the display table after that.
+// ^ ] \. With `convert` it is shown by the display table after that. Only on a terminal do
+// control bytes show as dots.
 void PrintLine(VrString text, bool readable, bool convert);
 
 #endif

@@ -7,6 +7,7 @@
 #include <cstring>
 
 #include "platform/files.h"
+#include "report_source.h"
 #include "vr/extract.h"
 #include "vr/files.h"
 #include "vr/memory.h"
@@ -39,6 +40,10 @@ void AddField(const char* line, std::vector<Field>& fields) {
 bool ReadDictionary(const std::string& path, std::vector<Field>& fields) {
     int32_t handle = -1;
     if (OsOpen(path.c_str(), kOpenReadOnly | kOpenText, 0, &handle) != 0) return false;
+    if (!IsPlainFile(handle)) {
+        OsClose(handle);
+        return false;
+    }
     VrStream* stream = OsFdopen(handle, "r");
     char line[kLineSize];
     while (OsFgets(line, kLineSize, stream) != nullptr) {

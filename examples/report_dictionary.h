@@ -12,8 +12,8 @@ struct Field {
     bool isDate;  // an internal date, to be written out
 };
 
-// Reads lines of `NAME ATTRIBUTE [date]`; others are passed over. False when there is no
-// such file.
+// Reads lines of `NAME ATTRIBUTE [date]` and ignores others. False when there is no
+// such file, or it is no plain one.
 bool ReadDictionary(const std::string& path, std::vector<Field>& fields);
 
 // The field of that name, or null.

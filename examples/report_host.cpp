@@ -12,6 +12,7 @@
 
 #include "report_dictionary.h"
 #include "report_source.h"
+#include "shown_text.h"
 #include "vr/vr.h"
 
 namespace {
@@ -112,7 +113,8 @@ void PrintCells(const Report& report, const std::vector<std::string>& cells) {
         line.append(report.widths[i] + 2 - std::min(cells[i].size(), report.widths[i]), ' ');
     }
     line.erase(line.find_last_not_of(' ') + 1);
-    std::puts(line.c_str());
+    line = Shown(line, stdout) + '\n';
+    std::fwrite(line.data(), 1, line.size(), stdout);
 }
 
 void InstallRecords(Report& report) {
@@ -153,7 +155,8 @@ bool ChooseColumns(Report& report, const std::vector<Field>& fields, char** name
     for (int i = 0; i < count; ++i) {
         const Field* field = FindField(fields, names[i]);
         if (field == nullptr) {
-            std::fprintf(stderr, "report_host: %s: no such field\n", names[i]);
+            std::fprintf(stderr, "report_host: %s: no such field\n",
+                         Shown(names[i], stderr).c_str());
             return false;
         }
         report.columns.push_back(*field);
@@ -170,7 +173,8 @@ bool ChooseColumns(Report& report, const std::vector<Field>& fields, char** name
 bool FindObjects(Report& report, const char* path) {
     std::vector<StoredRecord> stored;
     if (!FindRecords(path, stored)) {
-        std::fprintf(stderr, "report_host: %s: no such file or folder\n", path);
+        std::fprintf(stderr, "report_host: %s: no such file or folder of records\n",
+                     Shown(path, stderr).c_str());
         return false;
     }
     for (const StoredRecord& record : stored)
@@ -181,7 +185,8 @@ bool FindObjects(Report& report, const char* path) {
 int Run(int argc, char** argv) {
     std::vector<Field> fields;
     if (!ReadDictionary(argv[1], fields)) {
-        std::fprintf(stderr, "report_host: %s: no such dictionary\n", argv[1]);
+        std::fprintf(stderr, "report_host: %s: no such dictionary\n",
+                     Shown(argv[1], stderr).c_str());
         return kExitBadRequest;
     }
     Report report;

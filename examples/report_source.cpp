@@ -8,6 +8,8 @@
 
 #include "platform/files.h"
 #include "record_file.h"
+#include "record_place.h"
+#include "shown_text.h"
 #include "vr/files.h"
 #include "vr/memory.h"
 
@@ -15,12 +17,17 @@ namespace {
 
 constexpr int32_t kReadFlags = kOpenReadOnly | kOpenBinary;
 constexpr size_t kChunkSize = 65536;
+constexpr char kLockFileName[] = "__locks";
+
+void Complain(const StoredRecord& record, const char* what) {
+    std::fprintf(stderr, "report_host: %s: %s\n", Shown(record.name, stderr).c_str(), what);
+}
 
 void Add(const StoredRecord& record, std::vector<StoredRecord>& records) {
     if (record.length <= kLongestRecord) {
         records.push_back(record);
     } else {
-        std::fprintf(stderr, "report_host: %s: too long for a record\n", record.name.c_str());
+        Complain(record, "too long for a record");
     }
 }
 
@@ -41,30 +48,47 @@ void FindLines(const std::string& path, int32_t handle, std::vector<StoredRecord
     if (offset > start) add(offset);  // a last line without its end
 }
 
-void FindFiles(const std::string& folder, DirSearch* search, const char* name,
-               std::vector<StoredRecord>& records) {
+std::vector<StoredRecord> FilesIn(const std::string& folder, DirSearch* search, const char* name) {
+    std::vector<StoredRecord> files;
     for (; name != nullptr; name = DirNext(search)) {
         if ((search->attributes & kFindDirectory) != 0) continue;
         const auto length = static_cast<int32_t>(std::min(search->size, uint32_t{INT32_MAX}));
-        Add({name, folder + "\\" + name, 0, length}, records);
+        files.push_back({name, folder + "\\" + name, 0, length});
     }
-    std::ranges::sort(records, {}, &StoredRecord::name);
+    std::ranges::sort(files, {}, &StoredRecord::name);
+    return files;
+}
+
+// The lock file is no record, nor is what a killed host left of one that lies beside it.
+void AddRecords(const std::vector<StoredRecord>& files, std::vector<StoredRecord>& records) {
+    for (const StoredRecord& file : files) {
+        const std::string_view record = RecordOfTemporary(file.name);
+        const bool isLeft = std::ranges::binary_search(files, record, {}, &StoredRecord::name);
+        if (!isLeft && file.name != kLockFileName) Add(file, records);
+    }
 }
 
 }  // namespace
 
+// A device or pipe does not move to where it is told, or does not end where its length says.
+bool IsPlainFile(int32_t handle) {
+    const int32_t length = OsFileLength(handle);
+    return length >= 0 && OsLseek(handle, 1, kSeekStart) == 1 &&
+           OsLseek(handle, 0, kSeekEnd) == length && OsLseek(handle, 0, kSeekStart) == 0;
+}
+
 bool FindRecords(const std::string& path, std::vector<StoredRecord>& records) {
     int32_t handle = -1;
     if (OsOpen(path.c_str(), kReadFlags, 0, &handle) == 0) {
-        const bool isReadable = OsFileLength(handle) >= 0;
-        if (isReadable) FindLines(path, handle, records);
+        const bool isPlain = IsPlainFile(handle);
+        if (isPlain) FindLines(path, handle, records);
         OsClose(handle);
-        return isReadable;
+        return isPlain;
     }
     DirSearch* search = nullptr;
     const char* name = DirFirst(path.c_str(), &search);
     const bool found = name != nullptr;
-    FindFiles(path, search, name, records);
+    AddRecords(FilesIn(path, search, name), records);
     DirClose(&search);
     return found;
 }
@@ -79,6 +103,6 @@ VrString LoadRecord(const StoredRecord& record) {
     if (handle != -1) OsClose(handle);
     if (whole) return s;
     free_mem(&s);
-    std::fprintf(stderr, "report_host: %s: cannot be read\n", record.name.c_str());
+    Complain(record, "cannot be read");
     return StrToVrStr(nullptr);
 }

@@ -8,6 +8,10 @@
 
 #include "vr/string.h"
 
+// Whether the open file is one whose bytes end, and can be read in any order: no device or
+// pipe, and none of 2 GiB or more. Its position is then the start.
+bool IsPlainFile(int32_t handle);
+
 struct StoredRecord {
     std::string name;  // the line's number, or the file's name
     std::string path;
@@ -15,9 +19,10 @@ struct StoredRecord {
     int32_t length;
 };
 
-// The records at the path, in the order of their lines or names. One that is too long for
-// the library is left out, with a message on standard error. False when there is neither a
-// folder nor a file of less than 2 GiB.
+// The records at the path, in the order of their lines or names; of a folder without the lock
+// file, and without temporary files beside their record. One that is too long for the library
+// is left out, with a message on standard error. False when there is neither a
+// folder nor a plain file of less than 2 GiB.
 bool FindRecords(const std::string& path, std::vector<StoredRecord>& records);
 
 // Reads a record; a new string that the caller frees. One that cannot be read, or not

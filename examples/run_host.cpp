@@ -4,6 +4,7 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "shown_text.h"
 #include "vr/vr.h"
 
 namespace {
@@ -32,11 +33,12 @@ int RunCommand(const char* command, const char* outputFile) {
 int FindProgram(const char* name) {
     const uint32_t number = VrFindProcess(name);
     if (number == 0) {
-        std::fprintf(stderr, "run_host: %s: no such program is running\n", name);
+        std::fprintf(stderr, "run_host: %s: no such program is running\n",
+                     Shown(name, stderr).c_str());
         return kExitNotFound;
     }
     char* path = VrProcessPath(name);
-    std::printf("%u %s\n", number, path);
+    std::printf("%u %s\n", number, Shown(path, stdout).c_str());
     free_mem(&path);
     return kExitOk;
 }
@@ -45,7 +47,7 @@ int FindProgram(const char* name) {
 int ListPrograms() {
     char* list = VrProcessList();
     for (char* entry = std::strtok(list, ";"); entry != nullptr; entry = std::strtok(nullptr, ";"))
-        std::puts(entry);
+        std::puts(Shown(entry, stdout).c_str());
     free_mem(&list);
     return kExitOk;
 }
@@ -65,14 +67,14 @@ void PrintReport(int32_t table) {
     char line[kVrTblLineSize];
     for (VrWord number = 0; format(0, 0, 0, number, 0, reinterpret_cast<VrWord>(line)) != 0;
          ++number) {
-        std::printf("%.72s\n", line);
+        std::printf("%.72s\n", Shown(line, stdout).c_str());
     }
 }
 
 int LoadLibrary(const char* name) {
     const VrWord module = DllLoad(name, nullptr);
     if (module == 0) {
-        std::fprintf(stderr, "run_host: %s: no such library\n", name);
+        std::fprintf(stderr, "run_host: %s: no such library\n", Shown(name, stderr).c_str());
         return kExitNotFound;
     }
     PrintReport(FindTable("DLL Table"));

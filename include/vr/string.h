@@ -24,6 +24,10 @@
 #include "vr/abi.h"
 #include "vr/memory.h"
 
+enum {
+    kVrLongestString = 13980998 /* bytes; the longest string that has room to grow */
+};
+
 VR_BEGIN
 
 /* The length word. It is packed since a string in a caller's buffer may stand at
@@ -52,19 +56,20 @@ extern VR_API unsigned char* TrueVrStr;
 #define VR_SHARED_STRING(block) ((VrString)((block) + 4))
 
 /* A new string of `length` zero bytes, to be filled by the caller. One of 129
- * bytes or more gets a capacity of half as much again, so two thirds of kVrRefusedSize is
- * too long already and ends the run (vr/memory.h). Length 0 gives NullVrStr's string. */
+ * bytes or more gets a capacity of half as much again. Length 0 gives NullVrStr's
+ * string. More than kVrLongestString bytes make a block of kVrRefusedSize or more, which
+ * ends the run; a host looks at the length of a file or a message first. */
 VR_API VrString _alloc_string(uint32_t length, const char* tag, int32_t line);
 
-/* The same without room to grow, for a string that keeps its length. */
+/* The same without room to grow, for a string that keeps its length; up to 20971497 bytes. */
 VR_API VrString _alloc_simple_string(uint32_t length, const char* tag, int32_t line);
 
-/* A copy of `s` with a capacity of its own, and with the memo of `s` where both are long.
- * Null and empty strings give NullVrStr's string; the other shared strings give
- * themselves. */
+/* A copy of `s` with a capacity of its own, made by _alloc_string, and with the memo of `s`
+ * where both are long. Null and empty strings give NullVrStr's string; the other shared
+ * strings give themselves. */
 VR_API VrString _NewString(VrString s, const char* tag, int32_t line);
 
-/* A new string of the zero-terminated `text`. Null or empty text gives
+/* A new string of the zero-terminated `text`, made by _alloc_string. Null or empty text gives
  * NullVrStr's string. */
 VR_API VrString _StrToVrStr(const char* text, const char* tag, int32_t line);
 

@@ -20,6 +20,7 @@ constexpr std::string_view kHeaderOfUnicode = "Windows Registry Editor Version 5
 constexpr uint32_t kRemoved = 0x80000000;  // in the place of a line, which is below it
 constexpr size_t kFewPlaces = 1024;
 constexpr unsigned kTagShift = 24;
+constexpr uint32_t kMostTags = 0xFF;
 constexpr uint32_t kMostNumbers = 0xFFFFFF;  // a file of 64 MB has fewer values
 constexpr size_t kShortestValue = 6;         // "a"=""
 
@@ -119,7 +120,7 @@ private:
     }
     static void Enter(Place& place, size_t number, const std::string& name) {
         place.number = number & kMostNumbers;
-        place.tag = HashOf(name) >> kTagShift;
+        place.tag = HashOf(name) >> kTagShift & kMostTags;
     }
 
     // Once, for all that can still come: to double again and again would need more room.

@@ -107,6 +107,76 @@ expect 0 "$host" CATALOGUE get 50001,4,3
 [ "$(cat out)" = shelf ] || fail "CATALOGUE append 50001,4"
 ls | grep -q '\.[a-z][0-9]*$' && fail "a temporary file was left behind"
 
+# What killed hosts left of a record is gone after its next edit, so that its names never run
+# out, however the record is spelled: here all names that the host of this number can use.
+neighbours="ORDER.A12345 ORDER.a1234 ORDER.a123456 ORDER.1a2345 ORDERa12345 order.a12345 CUSTOMER.a12345"
+cat > leave_names <<'END'
+for letter in a b c d e f g h i j k l m n o p q r s t u v w x y z; do
+    : > ORDER.$letter$(printf %05d $(($$ % 100000)))
+done
+exec "$@"
+END
+touch $neighbours ORDER.z00001
+expect 2 sh ./leave_names "$host" --key other ORDER replace 7 lost
+grep -q 'no free name' out || fail "names run out"
+expect 0 sh ./leave_names "$host" ./order replace 7 "after a crash"
+[ "$(ls -d ORDER?* order* CUSTOMER.*)" = "$(ls -d $neighbours)" ] || fail "left over: $(ls)"
+rm $neighbours leave_names
+
+# What would steer a terminal reaches none, whichever host shows it; a pipe gets each byte.
+bad=$(printf 'A\033[31m\233B')
+cp ORDER "$bad"
+expect 0 "$host" "$bad" replace 1 "$bad"
+printf '  now  %s\n' "$bad" > wanted
+sed -n 3p out | cmp - wanted || fail "a change in a pipe is not exact"
+printf '%s 1\n' "$bad" > DICT
+cat > on_terminal <<'END'
+hosts=${1%/*}
+"$1" --key "$2" --hold 2 ORDER get 8 > held &
+until grep -q holding held; do sleep 0.1; done
+"$1" --key "$2" ORDER append x
+"$1" --plain "$2"
+"$1" --raw "$2"
+"$1" "$2" get 1
+"$1" "$2" get "$2"
+"$1" "$2" replace 1 "$2"
+"$1" "$2.none"
+"$1" "/none/$2" replace 1 x
+"$hosts/run_host" find "$2.none"
+cp "$(command -v sleep)" program && mv program "$2.run"
+"./$2.run" 60 &
+"$hosts/run_host" find "$2.run"
+"$hosts/run_host" list
+kill $!
+"$hosts/run_host" dll "$2"
+"$hosts/report_host" "$2.none" . "$2"
+"$hosts/report_host" DICT "$2.none" "$2"
+"$hosts/report_host" DICT . "$2.none"
+"$hosts/report_host" DICT "$2" "$2"
+wait
+END
+if script -qec 'test -t 1' /dev/null > out 2>&1 < /dev/null; then
+    script -qc "sh ./on_terminal '$host' '$bad'" /dev/null > out < /dev/null
+    tr -d '\r\n\040-\176\240-\377' < out | cmp - /dev/null || fail "a control byte on a terminal"
+    [ "$(grep -ic 'A\.\[31m\.B' out)" -eq 18 ] || { cat out; fail "what a terminal shows"; }
+else
+    echo "no terminal here: $(cat out)"
+fi
+rm "$bad"* DICT
+
+# The longest record, and one that is longer. An append brings a mark.
+truncate -s 13980999 LONG
+expect 2 "$host" LONG get 2
+grep -q 'too long' out || fail "a record that is too long"
+truncate -s 13980998 LONG
+expect 0 "$host" LONG get 2
+expect 2 "$host" LONG append ""
+grep -q 'grow too long' out || fail "a record that grows too long"
+truncate -s 13980996 LONG
+expect 0 "$host" LONG append x
+[ "$(stat -c %s LONG)" -eq 13980998 ] || fail "an append to a long record"
+rm LONG
+
 # A disk that fills up, at any page of the new record, takes no change and loses nothing. Not
 # every user may mount one.
 cat > on_small_disk <<'END'

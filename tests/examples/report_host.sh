@@ -53,9 +53,22 @@ mkdir folder
 head -n 3 INVOICES | split -l 1 - folder/
 "$host" INVOICES.DICT folder CUSTOMER DATE > out
 [ "$(sed -n 3p out)" = "MERRICK   20 Nov 1959" ] || fail "folder: $(sed -n 3p out)"
+touch folder/aa.b12345 folder/__locks folder/XX.b12345
+"$host" INVOICES.DICT folder NUMBER > out
+tail -n 1 out | grep -q '^4 records' || fail "the lock file or a temporary file is a record"
 for arguments in "NONE INVOICES DATE" "INVOICES.DICT NONE DATE" "INVOICES.DICT INVOICES NONE" ""; do
     status=0
     "$host" $arguments > /dev/null 2>&1 || status=$?
     [ "$status" -eq 2 ] || fail "report_host $arguments: exit code $status, not 2"
+done
+# Devices and pipes have no records, and some never end.
+mkfifo pipe
+for device in /dev/null /dev/zero pipe; do
+    for arguments in "INVOICES.DICT $device DATE" "$device INVOICES DATE"; do
+        status=0
+        timeout 20 "$host" $arguments > out 2> errors || status=$?
+        [ "$status" -eq 2 ] && [ ! -s out ] || fail "report_host $arguments: exit code $status"
+        grep -q "^report_host: $device: no such" errors || fail "$arguments: $(cat errors)"
+    done
 done
 echo "the reports agree"

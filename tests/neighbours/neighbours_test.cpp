@@ -12,6 +12,7 @@
 #include <cerrno>
 
 #include "examples/record_file.h"
+#include "examples/record_lock.h"
 #include "platform/files.h"
 #include "tests/support/library_test.h"
 #include "tests/torture/torture.h"
@@ -174,6 +175,45 @@ TEST_F(Neighbours, NoCommandOfAStrangerRuns) {
     });
 }
 
+// What is in the way of a lock -> what the message says of it.
+TEST_F(Neighbours, WhoeverMayNotLockIsToldWhy) {
+    const auto expectRefusal = [](const std::string& reason) {
+        As(kHostUser, [reason] {
+            StartHost(nullptr);
+            RecordLock lock = {};
+            testing::internal::CaptureStderr();
+            EXPECT_NE(LockRecord(Array("RECORD"), nullptr, false, lock), 0);
+            EXPECT_EQ(testing::internal::GetCapturedStderr(),
+                      "record_host: RECORD: its folder cannot be locked in: " + reason + '\n');
+        });
+        unlink("__locks");
+    };
+    As(kStranger, [] {
+        WriteFile("__locks", "");
+        chmod("__locks", 0644);
+    });
+    expectRefusal("__locks belongs to user 20002, group 20002, rights rw-r--r--");
+    As(kStranger, [] { EXPECT_EQ(symlink(kSecretPath, "__locks"), 0); });
+    expectRefusal("__locks belongs to user 20002, group 20002, rights rwxrwxrwx");
+    EXPECT_EQ(chown(".", kStranger, kHostUser), 0);
+    chmod(".", 01751);
+    expectRefusal("the folder belongs to user 20002, group 20001, rights rwxr-x--x");
+}
+
+TEST_F(Neighbours, TheOwnershipFitsOrFails) {
+    const std::string expected = "user 20001, group 20001, rights rw-------";
+    char text[50] = "";
+    EXPECT_EQ(FileOwnership(kSecretPath, text, int32_t(expected.size() + 1)), 0);
+    EXPECT_EQ(text, expected);
+    EXPECT_EQ(FileOwnership(kSecretPath, text, int32_t(expected.size())), -1);
+    EXPECT_EQ(errno, ERANGE);
+    EXPECT_EQ(FileOwnership("nothing", text, sizeof text), -1);
+    EXPECT_EQ(errno, ENOENT);
+    EXPECT_EQ(symlink(kSecretPath, "own"), 0);
+    EXPECT_EQ(FileOwnership("own", text, sizeof text), 0);
+    EXPECT_EQ(text, expected) << "the link of a trusted user";
+}
+
 // The stranger puts links in the place of whatever comes up while the host edits.
 TEST_F(Neighbours, NoRaceGetsAtAnothersFile) {
     WriteFile("RECORD", "old");
@@ -212,13 +252,21 @@ void Increment(VrLockHandle lock, Tally& tally) {
     const Array key("RECORD");
     while (LockLockKey(lock, key, 0, 0) == 1)
         usleep(500);
-    const Array before(ReadRecord("RECORD"));
+    const Array before(ReadRecord("record"));
     const Array after(StringOfBytes(std::to_string(std::stoul(BytesOf(before)) + 1)));
-    if (WriteRecord("RECORD", after)) ++tally.increments;
+    if (WriteRecord("record", after, true)) ++tally.increments;
     EXPECT_EQ(LockUnlockKey(lock, key), 0);
 }
 
-// Six hosts of three users, which are killed at any moment: no increment is lost or torn.
+// How many files of that record's name there are, the record itself included.
+ptrdiff_t FilesOf(const std::string& record) {
+    return std::ranges::count_if(std::filesystem::directory_iterator("."), [&](const auto& entry) {
+        return entry.path().filename().string().starts_with(record);
+    });
+}
+
+// Six hosts of three users, which are killed at any moment: no increment is lost or torn, and
+// what the dead left is gone but for the last one's.
 TEST_F(Neighbours, AnOfficeOfThreeUsers) {
     auto* tally = static_cast<Tally*>(
         mmap(nullptr, sizeof(Tally), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0));
@@ -232,7 +280,7 @@ TEST_F(Neighbours, AnOfficeOfThreeUsers) {
         for (;;)
             Increment(lock, *tally);
     };
-    for (const auto end = Clock::now() + LengthOf("VR_OFFICE_SECONDS"); Clock::now() < end;) {
+    for (const auto end = Clock::now() + LengthOf("VR_OFFICE_SECONDS", 10); Clock::now() < end;) {
         for (size_t i = 0; i < std::size(hosts); ++i) {
             if (hosts[i] == 0) hosts[i] = Start(kHostUser + i % 3, work);
         }
@@ -254,6 +302,8 @@ TEST_F(Neighbours, AnOfficeOfThreeUsers) {
     EXPECT_GE(stored, +tally->increments);
     EXPECT_LE(stored, tally->increments + tally->killed + std::size(hosts));
     EXPECT_GT(stored, 0u);
+    EXPECT_EQ(FilesOf("record"), 0);
+    EXPECT_LE(FilesOf("RECORD"), 2);
 }
 
 }  // namespace

@@ -116,6 +116,12 @@ PLATFORM_API int32_t FileStatus(const char* path) PLATFORM_SYMBOL(FileStatus);
 /* 1 when a directory of that name exists, else 0. */
 PLATFORM_API int32_t FileIsDirectory(const char* path) PLATFORM_SYMBOL(FileIsDirectory);
 
+/* Writes whose the file or directory is and who may do what with it, with a zero, into `size`
+ * bytes: "user 0, group 0, rights rwxr-xr-x", the rights being those of its user, its group and
+ * the others. A link is followed unless it is a stranger's. 0, or -1. */
+PLATFORM_API int32_t FileOwnership(const char* path, char* text, int32_t size)
+    PLATFORM_SYMBOL(FileOwnership);
+
 /* Deletes a file: 0, or -1. */
 PLATFORM_API int32_t FileDelete(const char* path) PLATFORM_SYMBOL(FileDelete);
 
