@@ -1,4 +1,4 @@
-// Programs, their handles and lists: what they cost, and what comes when memory is short.
+// Programs, what they cost their host, and modules.
 
 #include "platform/programs.h"
 
@@ -15,9 +15,7 @@
 #include <vector>
 
 #include "platform/process.h"
-#include "platform/processlist.h"
 #include "tests/support/emulated.h"
-#include "tests/support/short_memory.h"
 #include "tests/support/temp_directory.h"
 
 namespace {
@@ -48,61 +46,6 @@ bool Becomes(const std::function<bool()>& wanted) {
     for (int i = 0; i < 500 && !wanted(); ++i)
         Sleep(10);
     return wanted();
-}
-
-TEST(ShortMemory, NoProgramRunsThatCannotBeHandedOver) {
-    TempDirectory directory;
-    WriteFile("batch.bat", "exit 7\r\nrem long enough for a piece of memory of its own\r\n");
-    for (std::string line :
-         {R"(sh -c "exit 7")", "CMD /c exit 7 > C:\\dev\\null", "CMD /c batch.bat",
-          "batch.bat a word that is too long to be a part of its record"}) {
-        ProcessInformation program = {};
-        const int pieces = PiecesNeeded([&] {
-            if (CreateProcessA(nullptr, line.data(), nullptr, nullptr, 0, 0, nullptr, nullptr,
-                               nullptr, &program) == 1)
-                return true;
-            piecesLeft = -1;
-            EXPECT_EQ(GetLastError(), 8u) << line;
-            EXPECT_EQ(program.process, nullptr);
-            EXPECT_EQ(waitpid(-1, nullptr, 0), -1) << line << " has run";
-            return false;
-        });
-        EXPECT_GT(pieces, 4) << line;
-        uint32_t code = 0;
-        EXPECT_EQ(WaitForSingleObject(program.process, INFINITE), WAIT_OBJECT_0);
-        EXPECT_EQ(GetExitCodeProcess(program.process, &code), 1);
-        EXPECT_EQ(code, 7u) << line;
-        CloseBoth(program);
-    }
-}
-
-TEST(ShortMemory, HandlesModulesAndListsFail) {
-    char name[300];
-    void* handle = nullptr;
-    const auto opens = [&] {
-        handle = OpenProcess(0, 0, uint32_t(getpid()));
-        return handle != nullptr || GetLastError() != 8;
-    };
-    EXPECT_EQ(PiecesNeeded(opens), 2);
-    piecesLeft = 0;
-    EXPECT_EQ(WaitForSingleObject(handle, 10), WAIT_TIMEOUT);
-    EXPECT_EQ(LoadLibraryA("C:\\no\\library"), nullptr);
-    piecesLeft = -1;
-    PiecesNeeded([&] { return GetModuleFileNameA(nullptr, name, sizeof name) != 0; });
-    EXPECT_TRUE(std::string(name).starts_with("C:\\")) << name;
-    void* kernel = LoadLibraryA("kernel32");
-    void* psapi = LoadLibraryA("psapi");
-    ASSERT_TRUE(kernel != nullptr && psapi != nullptr);
-    const auto createSnapshot =
-        reinterpret_cast<CreateSnapshotRoutine>(GetProcAddress(kernel, "CreateToolhelp32Snapshot"));
-    const auto fileName =
-        reinterpret_cast<GetModuleNameRoutine>(GetProcAddress(psapi, "GetModuleFileNameExA"));
-    void* snapshot = nullptr;
-    EXPECT_GE(PiecesNeeded([&] { return (snapshot = createSnapshot(0, 0)) != nullptr; }), 3);
-    EXPECT_EQ(CloseHandle(snapshot), 1);
-    PiecesNeeded([&] { return fileName(handle, nullptr, name, sizeof name) != 0; });
-    EXPECT_TRUE(std::string(name).starts_with("C:\\")) << name;
-    EXPECT_EQ(CloseHandle(handle), 1);
 }
 
 TEST(Programs, ThoseLeftToThemselvesCostOneThreadAndLeaveNoZombie) {

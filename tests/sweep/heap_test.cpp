@@ -2,6 +2,8 @@
 // from there on, inside each call that opens, locks, finds, reads or starts something. The
 // call then fails as documented and leaves nothing behind, or does without.
 
+#include <sys/wait.h>
+
 #include <cerrno>
 
 #include "platform/environment.h"
@@ -63,6 +65,9 @@ bool Starts(const char* program) {
     ProcessInformation started = {};
     if (CreateProcessA(nullptr, line, nullptr, nullptr, 0, 0, nullptr, nullptr, nullptr,
                        &started) == 0) {
+        callsUntilFailure = 0;
+        EXPECT_EQ(GetLastError(), 8u);
+        EXPECT_EQ(waitpid(-1, nullptr, WNOHANG), -1) << "it has run";
         return false;
     }
     process = started.process;
@@ -99,6 +104,12 @@ void CloseProcess() {
 const Case kServices[] = {
     {"Open", [] { return Opens("RECORD"); }, CloseFile},
     {"OpenInOtherCase", [] { return Opens("record"); }, CloseFile},
+    {"Create",
+     [] {
+         handle = FileOpen("new", kOpenWriteOnly | kOpenCreate, kShareDenyNone, 0);
+         return handle != -1;
+     },
+     [] { FileClose(handle), FileDelete("new"); }},
     {"Status", [] { return FileStatus("RECORD") == 0; }},
     {"StatusOfNothing", [] { return FileStatus("NOTHING") != 0; }},
     {"Search",
