@@ -70,7 +70,7 @@ void AddRecords(const std::vector<StoredRecord>& files, std::vector<StoredRecord
 
 }  // namespace
 
-// A device or pipe does not move to where it is told, or does not end where its length says.
+// A device or a pipe cannot be moved in, or does not end where its length says.
 bool IsPlainFile(int32_t handle) {
     const int32_t length = OsFileLength(handle);
     return length >= 0 && OsLseek(handle, 1, kSeekStart) == 1 &&

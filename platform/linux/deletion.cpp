@@ -14,8 +14,8 @@
 
 namespace {
 
-// While it is held nobody else has the file open: another open waits, and its wish would be
-// told by a signal, which is made one that is ignored.
+// While it is held nobody else has the file open. Another open waits, and the kernel sends a
+// signal for it: one that is ignored by default, since the usual one would end the host.
 class WriteLease {
 public:
     explicit WriteLease(int descriptor)

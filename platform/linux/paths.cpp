@@ -100,7 +100,7 @@ bool AppendNames(std::string_view text, FullPath& full) {
 }
 
 // A path lies on the drive whose root is the nearest above it. A name that holds a backslash
-// cannot be told from two.
+// would read as two.
 bool SplitHostPath(std::string_view hostPath, FullPath& full) {
     if (hostPath.find('\\') != std::string_view::npos) return false;
     size_t nearest = 0;
@@ -198,8 +198,8 @@ Search FindAnyCase(const char* directory, char* name) {
 }
 
 // Changes the names after the root to their spelling on disk, in place, up to the first one
-// that is not there: names that differ in case alone are equally long. False when that cannot
-// be told.
+// that is not there: names that differ in case alone are equally long. False when nobody can
+// look.
 bool FindSpelling(char* path, size_t rootLength) {
     if (Exists(path)) return true;
     Search search = Search::Found;

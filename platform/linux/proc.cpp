@@ -1,4 +1,4 @@
-// A process is a folder of /proc that bears its number, its threads are folders in its
+// A process is a folder of /proc named by its number, its threads are folders in its
 // `task`, and its program is what the link `exe` in there names.
 
 #include "linux/proc.h"
