@@ -263,10 +263,11 @@ int32_t FindOrGrow(const char* lockPath) {
 Result TestLocking(int32_t index) {
     BeginCall(index);
     Result result = TakePosition(index, kTestPosition, false);
-    if (result == Result::Done)
+    if (result == Result::Done) {
         result = GivePositionBack(entries[index], kTestPosition);
-    else if (result == Result::HeldElsewhere)
+    } else if (result == Result::HeldElsewhere) {
         result = Result::Done;
+    }
     EndCall(index);
     return result;
 }
