@@ -29,7 +29,9 @@ enum {
     kErrorTooManyOpenFiles = 24 /* of the process or the system */
 };
 
-/* Flags of FileOpen; reading only, in text mode, when none is given. */
+/* Flags of FileOpen; reading only, in text mode, when none is given. A file that
+ * kOpenLikeFolder makes may be read and written by whoever may write its directory, and by
+ * nobody else, as far as the process may give files away. */
 enum {
     kOpenReadOnly = 0x0000,   /* reading */
     kOpenWriteOnly = 0x0001,  /* writing */
@@ -39,9 +41,7 @@ enum {
     kOpenTruncate = 0x0200,   /* cut an existing file to length 0 */
     kOpenExclusive = 0x0400,  /* with kOpenCreate: fail if it exists */
     kOpenPrivate = 0x0800,    /* with kOpenCreate: only its owner may open a file that is made */
-    kOpenLikeFolder = 0x1000, /* with kOpenCreate: who may write the directory of a file that is
-                               * made, and nobody else, may read and write it, as far as the
-                               * process may give files away */
+    kOpenLikeFolder = 0x1000, /* with kOpenCreate: a file that is made is its directory's users' */
     kOpenText = 0x4000,       /* line ends are CR LF on disk */
     kOpenBinary = 0x8000      /* bytes are as they are on disk */
 };
