@@ -6,7 +6,6 @@
 
 #include "lookup/Tbl.h"
 
-#include <algorithm>
 #include <cstdio>
 #include <cstring>
 
@@ -56,7 +55,7 @@ void Take(Tbl& table, int32_t slot) {
 
 int32_t TakeFree(Tbl& table, int32_t slot) {
     Take(table, slot);
-    table.maximum = std::max(table.maximum, table.used);
+    if (table.used > table.maximum) table.maximum = table.used;
     return slot;
 }
 

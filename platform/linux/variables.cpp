@@ -18,11 +18,15 @@
 namespace {
 
 constexpr size_t kFew = 512;  // variables that the C library may search
-constexpr uint32_t kHashFactor = 31;
+
+struct Entry {
+    uint32_t hash;
+    uint32_t place;  // in the table, from 1; 0 is free
+};
 
 struct Environment {
-    std::vector<char*> table;     // `environ`, with the null at its end
-    std::vector<uint32_t> index;  // place in the table and 1, by hash; at most half in use
+    std::vector<char*> table;  // `environ`, with the null at its end
+    std::vector<Entry> index;  // by the name's hash, at most half in use
 };
 
 // Never destroyed, since exit handlers may still read variables.
@@ -48,16 +52,21 @@ std::string_view NameOf(const char* text) {
     return {text, std::strcspn(text, "=")};
 }
 
-// The place in the index where the name is, or would be.
-uint32_t& Find(Environment& ours, std::string_view name) {
-    uint32_t hash = 0;
+uint32_t HashOf(std::string_view name) {
+    uint32_t hash = 0x811C9DC5;  // FNV-1a
     for (const char c : name)
-        hash = hash * kHashFactor + static_cast<unsigned char>(c);
+        hash = (hash ^ static_cast<unsigned char>(c)) * 0x01000193;
+    return hash ^ hash >> 15;
+}
+
+// The entry of the name, or the free one where it would be.
+Entry& Find(Environment& ours, uint32_t hash, std::string_view name) {
     const size_t mask = ours.index.size() - 1;
-    size_t at = hash & mask;
-    while (ours.index[at] != 0 && NameOf(ours.table[ours.index[at] - 1]) != name)
-        at = (at + 1) & mask;
-    return ours.index[at];
+    for (size_t at = hash & mask;; at = (at + 1) & mask) {
+        Entry& entry = ours.index[at];
+        if (entry.place == 0) return entry;
+        if (entry.hash == hash && NameOf(ours.table[entry.place - 1]) == name) return entry;
+    }
 }
 
 // Of a name that is there twice the first counts, as for the C library.
@@ -65,11 +74,26 @@ void MakeIndex(Environment& ours) {
     size_t size = 4 * kFew;
     while (size < 4 * ours.table.size())
         size *= 2;
-    ours.index.assign(size, 0);
+    ours.index.assign(size, {});
     for (uint32_t i = 0; i + 1 < ours.table.size(); ++i) {
-        uint32_t& place = Find(ours, NameOf(ours.table[i]));
-        if (place == 0) place = i + 1;
+        const std::string_view name = NameOf(ours.table[i]);
+        Entry& entry = Find(ours, HashOf(name), name);
+        if (entry.place == 0) entry = {HashOf(name), i + 1};
     }
+}
+
+// No two entries are of one name, so no text is read.
+void DoubleIndex(Environment& ours) {
+    std::vector<Entry> larger(2 * ours.index.size());
+    const size_t mask = larger.size() - 1;
+    for (const Entry& entry : ours.index) {
+        if (entry.place == 0) continue;
+        size_t at = entry.hash & mask;
+        while (larger[at].place != 0)
+            at = (at + 1) & mask;
+        larger[at] = entry;
+    }
+    ours.index = std::move(larger);
 }
 
 void TakeOver() {
@@ -85,7 +109,7 @@ void TakeOver() {
 
 // Room for one more. The table may move.
 void MakeRoom(Environment& ours) {
-    if (ours.index.size() < 2 * (ours.table.size() + 1)) MakeIndex(ours);
+    if (ours.index.size() < 2 * (ours.table.size() + 1)) DoubleIndex(ours);
     if (ours.table.size() == ours.table.capacity()) ours.table.reserve(2 * ours.table.size());
     environ = ours.table.data();
 }
@@ -105,14 +129,14 @@ int SetInOurs(std::string_view name, std::string_view value) {
     Environment& ours = Ours();
     MakeRoom(ours);
     char* text = NewText(name, value);
-    uint32_t& place = Find(ours, name);
-    if (place != 0) {
-        ours.table[place - 1] = text;
+    Entry& entry = Find(ours, HashOf(name), name);
+    if (entry.place != 0) {
+        ours.table[entry.place - 1] = text;
         return 0;
     }
     ours.table.back() = text;
     ours.table.push_back(nullptr);
-    place = static_cast<uint32_t>(ours.table.size() - 1);
+    entry = {HashOf(name), static_cast<uint32_t>(ours.table.size() - 1)};
     return 0;
 }
 
@@ -120,6 +144,7 @@ int SetInOurs(std::string_view name, std::string_view value) {
 
 int SetVariable(const char* name, const char* value) {
     const bool isName = *name != '\0' && std::strchr(name, '=') == nullptr;
-    if (!isName || AreFew()) return setenv(name, value, 1);
-    return UnlessShort(-1, [=] { return SetInOurs(name, value); });
+    if (isName && !AreFew()) return UnlessShort(-1, [=] { return SetInOurs(name, value); });
+    const char* before = std::getenv(name);
+    return before != nullptr && std::strcmp(before, value) == 0 ? 0 : setenv(name, value, 1);
 }
