@@ -4,7 +4,9 @@
 #include "linux/resolve.h"
 
 #include <fcntl.h>
+#include <linux/magic.h>
 #include <linux/openat2.h>
+#include <sys/statfs.h>
 #include <sys/syscall.h>
 
 #include <cerrno>
@@ -27,6 +29,7 @@ struct Walk {
     const char* rest = path;        // of the path, from here on
     char name[NAME_MAX + 1] = ".";  // the last one that was looked at
     int links = 0;
+    bool endsInKernelLink = false;
 };
 
 enum class Step { Failed, Further, There };
@@ -41,8 +44,8 @@ Step Fail(int error) {
     return Step::Failed;
 }
 
-Step Enter(Walk& walk, int from, const char* name) {
-    walk.directory.Reset(openat(from, name, kDirectoryFlags));
+Step Enter(Walk& walk, int from, const char* name, int flags = kDirectoryFlags) {
+    walk.directory.Reset(openat(from, name, flags));
     return walk.directory.Get() == -1 ? Step::Failed : Step::Further;
 }
 
@@ -90,6 +93,19 @@ Step FollowLink(Walk& walk, const struct stat& link) {
     return walk.path[0] == '/' ? Enter(walk, AT_FDCWD, "/") : Step::Further;
 }
 
+// The text of a link on procfs need not be a path ("pipe:[4711]"): the kernel alone knows what
+// it leads to. Nobody else can put a link there.
+bool IsOnProcfs(int directory) {
+    struct statfs status;
+    return fstatfs(directory, &status) == 0 && status.f_type == PROC_SUPER_MAGIC;
+}
+
+Step FollowKernelLink(Walk& walk, bool isLast) {
+    walk.endsInKernelLink = isLast;
+    if (isLast) return Step::There;
+    return Enter(walk, walk.directory.Get(), walk.name, kDirectoryFlags & ~O_NOFOLLOW);
+}
+
 Step TakeStep(Walk& walk, bool followLast) {
     walk.rest += std::strspn(walk.rest, "/");
     if (*walk.rest == '\0') return Step::There;
@@ -97,6 +113,7 @@ Step TakeStep(Walk& walk, bool followLast) {
     const bool isLast = *walk.rest == '\0';
     struct stat status;
     if ((!isLast || followLast) && IsLink(walk.directory.Get(), walk.name, status)) {
+        if (IsOnProcfs(walk.directory.Get())) return FollowKernelLink(walk, isLast);
         return FollowLink(walk, status);
     }
     return isLast ? Step::There : Enter(walk, walk.directory.Get(), walk.name);
@@ -131,6 +148,7 @@ Place::Place(const char* hostPath, bool followLast) {
         step = TakeStep(walk, followLast);
     if (step == Step::Failed) return;
     std::memcpy(name_, walk.name, sizeof name_);
+    isKernelLink_ = walk.endsInKernelLink;
     directory_.Swap(walk.directory);
 }
 
@@ -147,8 +165,8 @@ int OpenResolved(const char* hostPath, int flags, mode_t mode) {
     if (opened != -1 || !HasToBeWalked(errno)) return opened;
     const Place place(hostPath, (flags & O_EXCL) == 0);
     if (place.Directory() == -1) return -1;
-    return Insist(
-        [&] { return openat(place.Directory(), place.Name(), flags | O_NOFOLLOW, mode); });
+    const int follow = place.IsKernelLink() ? 0 : O_NOFOLLOW;
+    return Insist([&] { return openat(place.Directory(), place.Name(), flags | follow, mode); });
 }
 
 bool IsTrustedPipe(const char* hostPath, const struct stat& status) {

@@ -26,12 +26,18 @@ public:
     const char* Name() const {
         return name_;
     }
+    // Whether the name is a link of procfs, as /dev/stdout leads to one: never followed here,
+    // and only the kernel can.
+    bool IsKernelLink() const {
+        return isKernelLink_;
+    }
     // Whether the open file is what has that name.
     bool Has(int descriptor) const;
 
 private:
     Descriptor directory_{-1};
     char name_[NAME_MAX + 1] = ".";
+    bool isKernelLink_ = false;
 };
 
 // As open, but that no stranger's link is followed.

@@ -56,6 +56,18 @@ TEST_F(Files, OpenFlagsAndPermissions) {
     EXPECT_EQ(error("sealed", kOpenReadWrite), EACCES);
 }
 
+// As /dev/stdout does where the output is a pipe: its link's text is no path.
+TEST_F(Files, LinksOfTheKernelLeadToPipes) {
+    int ends[2];
+    ASSERT_EQ(pipe(ends), 0);
+    const std::string link = "/proc/self/fd/" + std::to_string(ends[1]);
+    std::filesystem::create_symlink(link, "output");
+    EXPECT_EQ(FileWrite(Open("output", kOpenWriteOnly | kOpenBinary), "x", 1), 1);
+    char byte = 0;
+    EXPECT_EQ(read(ends[0], &byte, 1), 1);
+    EXPECT_EQ(byte, 'x');
+}
+
 // DISK -> TEXT. Each is read in steps of every size, so that CR LF falls on each border.
 TEST_F(Files, TextModeReads) {
     for (const auto& [disk, text] :
