@@ -18,6 +18,7 @@
 namespace {
 
 constexpr size_t kFew = 512;  // variables that the C library may search
+constexpr size_t kMost = 1'000'000;
 
 struct Entry {
     uint32_t hash;
@@ -114,9 +115,23 @@ void MakeRoom(Environment& ours) {
     environ = ours.table.data();
 }
 
-// The variable as the environment holds it. It is never freed: somebody may read it.
+// Bytes for a text that is never freed, since somebody may read it: cut off a large block.
+char* NewBytes(size_t size) {
+    constexpr size_t kBlock = 1 << 16;
+    static char* next = nullptr;
+    static size_t left = 0;
+    if (size > kBlock / 4) return new char[size];
+    if (size > left) {
+        next = new char[kBlock];
+        left = kBlock;
+    }
+    left -= size;
+    return std::exchange(next, next + size);
+}
+
+// The variable as the environment holds it.
 char* NewText(std::string_view name, std::string_view value) {
-    char* text = new char[name.size() + value.size() + 2];
+    char* text = NewBytes(name.size() + value.size() + 2);
     std::memcpy(text, name.data(), name.size());
     text[name.size()] = '=';
     std::memcpy(text + name.size() + 1, value.data(), value.size());
@@ -128,13 +143,13 @@ int SetInOurs(std::string_view name, std::string_view value) {
     if (!IsInUse(Ours().table)) TakeOver();
     Environment& ours = Ours();
     MakeRoom(ours);
-    char* text = NewText(name, value);
     Entry& entry = Find(ours, HashOf(name), name);
     if (entry.place != 0) {
-        ours.table[entry.place - 1] = text;
+        ours.table[entry.place - 1] = NewText(name, value);
         return 0;
     }
-    ours.table.back() = text;
+    if (ours.table.size() > kMost) return -1;
+    ours.table.back() = NewText(name, value);
     ours.table.push_back(nullptr);
     entry = {HashOf(name), static_cast<uint32_t>(ours.table.size() - 1)};
     return 0;
@@ -144,7 +159,8 @@ int SetInOurs(std::string_view name, std::string_view value) {
 
 int SetVariable(const char* name, const char* value) {
     const bool isName = *name != '\0' && std::strchr(name, '=') == nullptr;
-    if (isName && !AreFew()) return UnlessShort(-1, [=] { return SetInOurs(name, value); });
+    const bool isLarge = IsInUse(Ours().table) || !AreFew();
+    if (isName && isLarge) return UnlessShort(-1, [=] { return SetInOurs(name, value); });
     const char* before = std::getenv(name);
     return before != nullptr && std::strcmp(before, value) == 0 ? 0 : setenv(name, value, 1);
 }

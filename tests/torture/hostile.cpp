@@ -163,6 +163,19 @@ TEST_F(Hostile, TenThousandVariables) {
     EXPECT_EQ(System("exit 3", nullptr), 0) << "the system hands no such variable on";
 }
 
+TEST_F(Hostile, AMillionVariables) {
+    StartHere();
+    int set = 0;
+    for (char name[16] = ""; set < 1'100'000; ++set) {
+        std::snprintf(name, sizeof name, "V%d", set);
+        if (DLLPutEnv(name, "x") != 0) break;
+    }
+    EXPECT_GT(set, 999'000);
+    EXPECT_LE(set, 1'000'000);
+    EXPECT_EQ(DLLPutEnv("V3", "y"), 0) << "this one is there already";
+    EXPECT_STREQ(getenv("V3"), "y");
+}
+
 TEST_F(Hostile, ACurrentDirectoryThatIsGone) {
     Make("mkdir gone");
     EXPECT_EQ(chdir("gone") + rmdir("../gone"), 0);

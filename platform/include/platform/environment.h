@@ -14,7 +14,8 @@ PLATFORM_API uint32_t GetEnvironmentVariableA(const char* name, char* buffer, ui
     PLATFORM_SYMBOL(GetEnvironmentVariableA);
 
 /* Sets the variable for this process and its children, or removes it when
- * `value` is null. 1, or 0 for a name that is empty or holds a `=`. */
+ * `value` is null. 1, or 0 for a name that is empty or holds a `=`, and for a
+ * new variable where there are a million. */
 PLATFORM_API int32_t SetEnvironmentVariableA(const char* name, const char* value)
     PLATFORM_SYMBOL(SetEnvironmentVariableA);
 
