@@ -23,7 +23,6 @@
 
 namespace {
 
-constexpr std::string_view kSeparators = "\\/";
 constexpr size_t kDriveSize = 2;  // letter and colon
 constexpr char kDefaultDrive = 'C';
 
@@ -37,7 +36,7 @@ struct FullPath {
 };
 
 bool IsSeparator(char c) {
-    return kSeparators.find(c) != std::string_view::npos;
+    return c == '\\' || c == '/';
 }
 
 bool Refuse(int error) {
@@ -51,20 +50,30 @@ char DriveOf(std::string_view path) {
     return letter >= 'A' && letter <= 'Z' ? letter : '\0';
 }
 
-// The host's directory of the drive's root, without a separator at its end; false for a
-// drive that has none.
-bool DriveRoot(char drive, HostPathBuffer& root) {
+void DropSeparatorsAtEnd(HostPathBuffer& directory) {
+    for (size_t end = std::strlen(directory); end != 0 && directory[end - 1] == '/'; --end)
+        directory[end - 1] = '\0';
+}
+
+// The drive's root as its variable names it; null for a drive that has none.
+const char* NamedRoot(char drive) {
     char variable[] = "VRPLATFORM_DRIVE_C";
     variable[sizeof variable - 2] = drive;
     const char* directory = std::getenv(variable);
-    root[0] = '\0';
-    if (directory == nullptr || *directory != '/') return drive == kDefaultDrive;
+    if (directory != nullptr && *directory == '/') return directory;
+    return drive == kDefaultDrive ? "/" : nullptr;
+}
+
+// The host's directory of the drive's root, without links on the way to it and without a
+// separator at its end; false for a drive that has none.
+bool DriveRoot(char drive, HostPathBuffer& root) {
+    const char* directory = NamedRoot(drive);
+    if (directory == nullptr) return false;
     if (realpath(directory, root) == nullptr) {
         if (std::strlen(directory) >= sizeof root) return false;
         std::strcpy(root, directory);
     }
-    for (size_t end = std::strlen(root); end != 0 && root[end - 1] == '/'; --end)
-        root[end - 1] = '\0';
+    DropSeparatorsAtEnd(root);
     return true;
 }
 
@@ -88,7 +97,8 @@ void DropLastName(FullPath& full) {
 
 bool AppendNames(std::string_view text, FullPath& full) {
     while (!text.empty()) {
-        const std::string_view name = text.substr(0, text.find_first_of(kSeparators));
+        const auto end = std::find_if(text.begin(), text.end(), IsSeparator);
+        const std::string_view name(text.begin(), end);
         text.remove_prefix(std::min(name.size() + 1, text.size()));
         if (name == "..") {
             DropLastName(full);
@@ -141,6 +151,49 @@ bool SplitPath(std::string_view path, FullPath& full) {
     if (drive != '\0') path.remove_prefix(kDriveSize);
     const bool fromRoot = !path.empty() && IsSeparator(path.front());
     return StartSplit(drive, fromRoot, full) && AppendNames(path, full);
+}
+
+// Below the current directory a name is the same on whichever drive that lies.
+bool IsBelowCurrent(std::string_view path) {
+    return DriveOf(path) == '\0' && !IsSeparator(path.front()) &&
+           path.find("..") == std::string_view::npos;
+}
+
+bool LiesOnADrive(std::string_view hostPath) {
+    const auto isOn = [hostPath](char drive) {
+        HostPathBuffer root;
+        return DriveRoot(drive, root) && IsBelow(hostPath, root);
+    };
+    if (hostPath.find('\\') != std::string_view::npos) return false;
+    if (isOn(kDefaultDrive)) return true;  // as mostly
+    char drive = 'A';
+    while (drive <= 'Z' && !isOn(drive))
+        ++drive;
+    return drive <= 'Z';
+}
+
+// The current directory as the root of what is below it.
+bool CurrentRoot(HostPathBuffer& root) {
+    if (getcwd(root, sizeof root) == nullptr || !LiesOnADrive(root)) return false;
+    DropSeparatorsAtEnd(root);
+    return true;
+}
+
+bool AddNames(const FullPath& full, HostPathBuffer& root) {
+    const size_t rootLength = std::strlen(root);
+    if (rootLength + full.length >= sizeof root) return Refuse(ENAMETOOLONG);
+    std::memcpy(root + rootLength, full.names, full.length);
+    root[rootLength + full.length] = '\0';
+    return true;
+}
+
+// Where the path begins, and its names from there on.
+bool SplitHostName(std::string_view name, HostPathBuffer& root, FullPath& full) {
+    if (!IsBelowCurrent(name)) {
+        return SplitPath(name, full) && (DriveRoot(full.drive, root) || Refuse(ENOENT));
+    }
+    full.length = 0;
+    return CurrentRoot(root) && AppendNames(name, full);
 }
 
 // Writes the drive path with a separator at its end, if that is asked for.
@@ -222,15 +275,27 @@ bool FindSpelling(char* path, size_t rootLength) {
 bool HostPath(const char* name, char (&path)[kHostPathSize]) {
     FullPath full;
     errno = ENOENT;
-    if (name == nullptr || *name == '\0' || !SplitPath(name, full)) return false;
-    if (!DriveRoot(full.drive, path)) return Refuse(ENOENT);
+    if (name == nullptr || *name == '\0' || !SplitHostName(name, path, full)) return false;
     const size_t rootLength = std::strlen(path);
-    if (rootLength + full.length >= sizeof path) return Refuse(ENAMETOOLONG);
-    std::memcpy(path + rootLength, full.names, full.length);
-    path[rootLength + full.length] = '\0';
+    if (!AddNames(full, path)) return false;
     if (full.length != 0) return FindSpelling(path, rootLength);
     if (rootLength == 0) std::strcpy(path, "/");
     return true;
+}
+
+bool SpelledHostPath(const char* name, char (&path)[kHostPathSize]) {
+    if (name == nullptr || *name == '\0') return false;
+    FullPath full;
+    full.length = 0;
+    if (IsBelowCurrent(name))
+        return CurrentRoot(path) && AppendNames(name, full) && AddNames(full, path);
+    const char drive = DriveOf(name);
+    const char* root = drive == '\0' ? nullptr : NamedRoot(drive);
+    if (root == nullptr || !IsSeparator(name[kDriveSize]) || std::strlen(root) >= sizeof path)
+        return false;
+    std::strcpy(path, root);
+    DropSeparatorsAtEnd(path);
+    return AppendNames(name + kDriveSize, full) && AddNames(full, path);
 }
 
 bool ExecutablePath(char (&path)[kHostPathSize]) {
