@@ -129,10 +129,10 @@ int32_t UtilGetPrevValue(VrString s, int32_t cursor, VrString* out) {
     const int32_t end = vr::EndCursor(s);
     cursor = vr::ClampCursor(cursor, end);
     const int32_t last = cursor == end ? cursor - 1 : cursor - 2;  // over the mark in front
-    const uint8_t* behind = vr::At(s, last + 1);
-    const uint8_t* begin = std::min<const uint8_t*>(vr::At(s, kVrFirstCursor), behind);
-    const uint8_t* start = vr::FindStopBack(behind, begin, kValueStops);
-    *out = vr::StringOf(start, static_cast<size_t>(behind - start), VR_MODULE, __LINE__);
+    const uint8_t* valueEnd = vr::At(s, last + 1);
+    const uint8_t* begin = std::min<const uint8_t*>(vr::At(s, kVrFirstCursor), valueEnd);
+    const uint8_t* start = vr::FindStopBack(valueEnd, begin, kValueStops);
+    *out = vr::StringOf(start, static_cast<size_t>(valueEnd - start), VR_MODULE, __LINE__);
     return static_cast<int32_t>(start - vr::At(s, 0));
 }
 

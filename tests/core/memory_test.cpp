@@ -133,7 +133,7 @@ TEST_F(LibraryTest, ACopyHasRoomAndTheMemo) {
     EXPECT_EQ(HeaderOf(copy).memoCursor, 147);
 }
 
-TEST_F(LibraryTest, ACopyIsClearBehindItsText) {
+TEST_F(LibraryTest, ACopyIsClearAfterItsText) {
     for (const uint32_t length : {58u, 129u, 600u, 2000u, 70000u}) {
         void* dirty = alloc_memory(length * 3 / 2 + 16);
         std::memset(dirty, 'x', length * 3 / 2 + 16);
