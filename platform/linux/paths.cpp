@@ -5,9 +5,6 @@
 
 #include "linux/paths.h"
 
-#include <dirent.h>
-#include <fcntl.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -15,11 +12,9 @@
 #include <cstdlib>
 #include <cstring>
 #include <string_view>
-#include <utility>
 
-#include "linux/insist.h"
+#include "linux/spelling.h"
 #include "platform/files.h"
-#include "platform/text.h"
 
 namespace {
 
@@ -207,67 +202,6 @@ bool CopyOut(const FullPath& full, bool withSeparator, char* buffer, size_t size
     if (ends) *buffer++ = '\\';
     *buffer = '\0';
     return true;
-}
-
-bool Exists(const char* path) {
-    struct stat status;
-    return lstat(path, &status) == 0;
-}
-
-enum class Search { Found, Absent, NotPossible };
-
-// Looks through what was read of a directory, and overwrites the name with a spelling that
-// differs in case alone.
-bool TakeSpelling(const char* entries, size_t size, char* name) {
-    for (const char* at = entries; at < entries + size;) {
-        const auto* entry = reinterpret_cast<const dirent64*>(at);
-        if (lstrcmpiA(entry->d_name, name) == 0) {
-            std::memcpy(name, entry->d_name, std::strlen(name));
-            return true;
-        }
-        at += entry->d_reclen;
-    }
-    return false;
-}
-
-// The directory's spelling of the name, when it has one. Where handles or memory are short
-// nobody can tell, and errno says why. The entries are read without the C library, whose
-// buffer for them is larger than the library's reserves.
-Search FindAnyCase(const char* directory, char* name) {
-    const int descriptor =
-        Insist([=] { return open(directory, O_RDONLY | O_DIRECTORY | O_CLOEXEC); });
-    if (descriptor == -1) {
-        if (errno == ENFILE) errno = kErrorTooManyOpenFiles;
-        const bool isShort = errno == kErrorTooManyOpenFiles || errno == ENOMEM;
-        return isShort ? Search::NotPossible : Search::Absent;
-    }
-    alignas(dirent64) char entries[8192];
-    bool found = false;
-    ssize_t got = 0;
-    while (!found && (got = getdents64(descriptor, entries, sizeof entries)) > 0)
-        found = TakeSpelling(entries, static_cast<size_t>(got), name);
-    close(descriptor);
-    return found ? Search::Found : Search::Absent;
-}
-
-// Changes the names after the root to their spelling on disk, in place, up to the first one
-// that is not there: names that differ in case alone are equally long. False when nobody can
-// look.
-bool FindSpelling(char* path, size_t rootLength) {
-    if (Exists(path)) return true;
-    Search search = Search::Found;
-    for (char* name = path + rootLength; *name != '\0' && search == Search::Found;) {
-        char* end = name + 1 + std::strcspn(name + 1, "/");
-        const char separator = std::exchange(*end, '\0');
-        if (!Exists(path)) {
-            *name = '\0';
-            search = FindAnyCase(*path == '\0' ? "/" : path, name + 1);
-            *name = '/';
-        }
-        *end = separator;
-        name = end;
-    }
-    return search != Search::NotPossible;
 }
 
 }  // namespace
