@@ -7,6 +7,7 @@
 
 #include "linux/smallblocks.h"
 
+#include <pthread.h>
 #include <sys/single_threaded.h>
 
 #include <cstdint>
@@ -70,6 +71,10 @@ public:
 private:
     bool locks_;
 };
+
+// A fork in the middle of another thread's call must not leave the child a locked mutex.
+[[maybe_unused]] const int forkHandlers =
+    pthread_atfork([] { mutex.lock(); }, [] { mutex.unlock(); }, [] { mutex.unlock(); });
 
 void Open(PiecePage& page) {
     PiecePage*& first = openPages[page.sizeIndex];
