@@ -68,7 +68,7 @@ while read -r line; do
     case $line in holding*) break ;; esac
 done < holding
 expect 3 "$host" ./order replace 8 lost
-grep -q 'another process holds the key ORDER' out || fail "the holder is not told"
+grep -q 'order: another process holds the key' out || fail "the holder is not told"
 expect 0 "$host" --key 8 ORDER get 8
 expect 0 "$host" --key other ORDER replace 7 "another key"
 expect 0 "$host" --wait "$work/ORDER" replace 8 closed
