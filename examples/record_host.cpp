@@ -184,7 +184,8 @@ int WorkUnderKey(const Arguments& arguments, const char* path) {
     VrRecordKey key;
     const int32_t taken =
         VrRecordLock(path, arguments.key, arguments.wait ? kVrRecordWait : kVrRecordTryOnce, &key);
-    if (taken != kVrRecordDone) return Complain(path, taken);
+    const bool isOther = taken == kVrRecordHeldElsewhere && arguments.key != nullptr;
+    if (taken != kVrRecordDone) return Complain(isOther ? arguments.key : path, taken);
     const int result = Work(arguments, path, &key);
     if (arguments.holdSeconds != 0) {
         std::printf("holding the key for %ld s\n", arguments.holdSeconds);
