@@ -7,6 +7,7 @@
 
 #include <chrono>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <thread>
 
@@ -93,12 +94,21 @@ void PrintChange(const Arguments& arguments, const UtilPosition& position, VrStr
     PrintElement(arguments, "now", element);
 }
 
+// Colours are for terminals that know them, and for people who want them.
+bool WantsColours(const Arguments& arguments) {
+    const char* never = std::getenv("NO_COLOR");
+    const char* terminal = std::getenv("TERM");
+    return !arguments.plain && isatty(STDOUT_FILENO) != 0 &&
+           (never == nullptr || *never == '\0') &&
+           (terminal == nullptr || std::strcmp(terminal, "dumb") != 0);
+}
+
 int Show(const Job& job) {
     const bool convert = job.arguments.convert;
     if (job.arguments.raw) {
         PrintLine(job.record, true, convert);
     } else {
-        PrintTree(job.record, !job.arguments.plain && isatty(STDOUT_FILENO) != 0, convert);
+        PrintTree(job.record, WantsColours(job.arguments), convert);
     }
     return kExitOk;
 }
@@ -108,7 +118,7 @@ int Get(const Job& job) {
     if (ParsePlace(job.arguments.words[2], position) == 0) return kExitBadRequest;
     VrString element =
         extract_field(position.attribute, position.value, position.subvalue, job.record);
-    PrintLine(element, job.arguments.raw, job.arguments.convert);
+    PrintLine(element, job.arguments.raw || isatty(STDOUT_FILENO) != 0, job.arguments.convert);
     free_mem(&element);
     return kExitOk;
 }
