@@ -48,6 +48,22 @@ inline std::string_view View(VrString s) {
     return {reinterpret_cast<const char*>(VrStrText(s)), static_cast<size_t>(s->length)};
 }
 
+/// @cond
+namespace detail {
+
+// A short element, laid out on the stack for a call that only reads it: a zero word, the
+// length, the text and a zero.
+struct ShortElement {
+    static constexpr size_t kMost = 200;  // bytes of text
+
+    int32_t header = 0;
+    int32_t length = 0;
+    char text[kMost + 1];
+};
+
+}  // namespace detail
+/// @endcond
+
 /// A counted string that frees itself. It may hold any byte, and converts to a string_view.
 class String {
 public:
@@ -138,24 +154,13 @@ public:
     }
 
 private:
-    /// @cond
-    // An element up to this size is laid out on the stack.
-    static constexpr size_t kShortElement = 200;
-
-    // A string in a buffer, for calls that only read it: a zero word, the length, text, zero.
-    struct Laid {
-        int32_t header = 0;
-        int32_t length = 0;
-        char text[kShortElement + 1];
-    };
-    /// @endcond
-
     static VrString Empty() {
         return reinterpret_cast<VrString>(NullVrStr + sizeof(int32_t));
     }
     int32_t Edit(Position position, std::string_view text, uint32_t replace) {
-        if (text.size() > kShortElement) return Edit(position, String(text).get(), replace);
-        Laid laid;
+        if (text.size() > detail::ShortElement::kMost)
+            return Edit(position, String(text).get(), replace);
+        detail::ShortElement laid;
         laid.length = static_cast<int32_t>(text.size());
         text.copy(laid.text, text.size());
         laid.text[text.size()] = '\0';
