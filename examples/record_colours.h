@@ -4,7 +4,8 @@
 
 #include <string>
 
-enum Colour { kColourPlain = 7, kColourNumber = 11 };
+// One that can be read on dark and on light terminals.
+constexpr int kColourNumber = 3;
 
 // What a terminal of today must be sent for the definition's sequence of a foreground
 // colour, 0 to 15.

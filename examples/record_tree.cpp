@@ -49,7 +49,7 @@ void Print(const std::string& line) {
 // What surrounds a number, and whether texts are converted.
 struct Style {
     std::string before;
-    std::string behind;
+    std::string after;
     bool convert;
 };
 
@@ -68,7 +68,7 @@ void PrintLevel(VrString s, int level, const std::string& numbersAbove, const St
         cursor = row.next(s, cursor, &element, 0);
         const std::string numbers = numbersAbove + std::to_string(number);
         std::printf("%*s%s%s%s  ", level * kIndent, "", style.before.c_str(), numbers.c_str(),
-                    style.behind.c_str());
+                    style.after.c_str());
         if (HasMarksBelow(element, level)) {
             std::putchar('\n');
             PrintLevel(element, level + 1, numbers + ",", style);
@@ -83,9 +83,8 @@ void PrintLevel(VrString s, int level, const std::string& numbersAbove, const St
 
 void PrintTree(VrString record, bool colours, bool convert) {
     Style style = {"", "", convert};
-    if (colours) style = {ForegroundCode(kColourNumber), ForegroundCode(kColourPlain), convert};
+    if (colours) style = {ForegroundCode(kColourNumber), kResetColours, convert};
     PrintLevel(record, 0, "", style);
-    if (colours) std::fputs(kResetColours, stdout);
 }
 
 void PrintLine(VrString text, bool readable, bool convert) {

@@ -26,7 +26,12 @@ int Usage() {
 }
 
 int RunCommand(const char* command, const char* outputFile) {
-    std::printf("result %d\n", System(command, outputFile));
+    const int32_t result = System(command, outputFile);
+    if (*command == '&' && result != 0) {
+        std::puts("started; nobody waits for it");
+    } else {
+        std::printf("result %d\n", result);
+    }
     return kExitOk;
 }
 
