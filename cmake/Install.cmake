@@ -21,7 +21,7 @@ set_target_properties(vrplatform PROPERTIES EXPORT_NAME platform)
 set_target_properties(${hosts} PROPERTIES INSTALL_RPATH "$ORIGIN/${libraries_from_bin}")
 
 install(DIRECTORY include/vr platform/include/platform TYPE INCLUDE)
-install(TARGETS vrbase vrplatform EXPORT vrbase-targets INCLUDES DESTINATION
+install(TARGETS vrbase vrplatform vrrecord EXPORT vrbase-targets INCLUDES DESTINATION
   "${CMAKE_INSTALL_INCLUDEDIR}")
 install(TARGETS psapi kernel32 LIBRARY DESTINATION "${CMAKE_INSTALL_LIBDIR}")
 install(FILES LICENSE CHANGELOG.md TYPE DOC)
@@ -48,7 +48,7 @@ install(FILES
 # tree can be moved.
 set(pkgconfig_dir "${CMAKE_INSTALL_DATADIR}/pkgconfig")
 file(RELATIVE_PATH prefix_from_pkgconfig "/${pkgconfig_dir}" "/")
-foreach(package vrbase vrplatform)
+foreach(package vrbase vrplatform vrrecord)
   configure_file(cmake/${package}.pc.in ${package}.pc @ONLY)
   install(FILES "${PROJECT_BINARY_DIR}/${package}.pc" DESTINATION "${pkgconfig_dir}")
 endforeach()

@@ -11,9 +11,10 @@
 #include <thread>
 
 #include "record_arguments.h"
-#include "record_file.h"
-#include "record_lock.h"
+#include "record_name.h"
 #include "record_tree.h"
+#include "shown_text.h"
+#include "vr/record.h"
 #include "vr/vr.h"
 
 namespace {
@@ -22,7 +23,16 @@ struct Job {
     const Arguments& arguments;
     const char* path;
     VrString record;
+    const VrRecordKey* key;  // under which it is changed; null when it is only read
 };
+
+// Says on standard error what failed, and returns the exit code for it.
+int Complain(const char* path, int32_t result) {
+    char text[300];
+    VrRecordExplain(result, path, text, sizeof text);
+    std::fprintf(stderr, "record_host: %s: %s\n", Shown(path, stderr).c_str(), text);
+    return result == kVrRecordHeldElsewhere ? kExitHeldElsewhere : kExitBadRequest;
+}
 
 const char* VerbOf(const Arguments& arguments) {
     return arguments.words.size() == 1 ? "show" : arguments.words[1];
@@ -52,7 +62,7 @@ bool GrowsTooLong(const UtilPosition& position, VrString record, VrString elemen
     for (int32_t number : {position.attribute, position.value, position.subvalue}) {
         if (number > 0) length += number;
     }
-    return length > kLongestRecord;
+    return length > kVrLongestString;
 }
 
 bool Replaces(const char* verb, const UtilPosition& position) {
@@ -114,8 +124,8 @@ int Store(Job& job, UtilPosition position, VrString element) {
         job.record = edited;
     }
     VrdbLogStartMes("WRITE");
-    // A change is made under the record's own key unless another one was asked for.
-    const bool stored = WriteRecord(job.path, job.record, job.arguments.key == nullptr);
+    const int32_t result = VrRecordReplace(job.path, job.record, job.key);
+    const bool stored = result == kVrRecordDone;
     VrdbLogEndMes("WRITE", stored ? job.record->length : -1);
     if (stored) {
         PrintChange(job.arguments, position, old, element);
@@ -123,7 +133,7 @@ int Store(Job& job, UtilPosition position, VrString element) {
         if (job.arguments.raw) PrintLine(job.record, true, job.arguments.convert);
     }
     free_mem(&old);
-    return stored ? kExitOk : kExitBadRequest;
+    return stored ? kExitOk : Complain(job.path, result);
 }
 
 // An append without a place is one of a whole attribute.
@@ -149,16 +159,17 @@ int Change(Job& job) {
     return result;
 }
 
-VrString ReadLogged(const char* path) {
+int32_t ReadLogged(const char* path, VrString* record) {
     VrdbLogStartMes("READ");
-    VrString record = ReadRecord(path);
-    VrdbLogEndMes("READ", record == nullptr ? -1 : record->length);
-    return record;
+    const int32_t result = VrRecordRead(path, 0, record);
+    VrdbLogEndMes("READ", result == kVrRecordDone ? (*record)->length : -1);
+    return result;
 }
 
-int Work(const Arguments& arguments, const char* path) {
-    Job job = {arguments, path, ReadLogged(path)};
-    if (job.record == nullptr) return kExitBadRequest;
+int Work(const Arguments& arguments, const char* path, const VrRecordKey* key) {
+    Job job = {arguments, path, nullptr, key};
+    const int32_t read = ReadLogged(path, &job.record);
+    if (read != kVrRecordDone) return Complain(path, read);
     int result = kExitBadRequest;
     if (IsChange(arguments)) {
         result = Change(job);
@@ -169,27 +180,29 @@ int Work(const Arguments& arguments, const char* path) {
     return result;
 }
 
-int WorkUnderLock(const Arguments& arguments, VrString path) {
-    RecordLock lock = {};
-    int result = LockRecord(path, arguments.key, arguments.wait, lock);
-    if (result != kExitOk) return result;
-    result = Work(arguments, reinterpret_cast<const char*>(VrStrText(path)));
+int WorkUnderKey(const Arguments& arguments, const char* path) {
+    VrRecordKey key;
+    const int32_t taken =
+        VrRecordLock(path, arguments.key, arguments.wait ? kVrRecordWait : kVrRecordTryOnce, &key);
+    const bool isOther = taken == kVrRecordHeldElsewhere && arguments.key != nullptr;
+    if (taken != kVrRecordDone) return Complain(isOther ? arguments.key : path, taken);
+    const int result = Work(arguments, path, &key);
     if (arguments.holdSeconds != 0) {
         std::printf("holding the key for %ld s\n", arguments.holdSeconds);
         std::fflush(stdout);
         std::this_thread::sleep_for(std::chrono::seconds(arguments.holdSeconds));
     }
-    UnlockRecord(lock);
+    VrRecordUnlock(&key);
     return result;
 }
 
 int Run(const Arguments& arguments) {
-    VrString path = MapFileName(arguments.words[0]);
-    if (path == nullptr) return kExitBadRequest;
+    VrString mapped = MapFileName(arguments.words[0]);
+    if (mapped == nullptr) return Complain(arguments.words[0], kVrRecordPathTooLong);
+    const char* path = reinterpret_cast<const char*>(VrStrText(mapped));
     const bool locks = IsChange(arguments) || arguments.holdSeconds != 0;
-    const int result = locks ? WorkUnderLock(arguments, path)
-                             : Work(arguments, reinterpret_cast<const char*>(VrStrText(path)));
-    free_mem(&path);
+    const int result = locks ? WorkUnderKey(arguments, path) : Work(arguments, path, nullptr);
+    free_mem(&mapped);
     return result;
 }
 

@@ -5,26 +5,25 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <span>
 
 #include "platform/files.h"
-#include "record_file.h"
-#include "record_place.h"
 #include "shown_text.h"
 #include "vr/files.h"
 #include "vr/memory.h"
+#include "vr/record.h"
 
 namespace {
 
 constexpr int32_t kReadFlags = kOpenReadOnly | kOpenBinary;
 constexpr size_t kChunkSize = 65536;
-constexpr char kLockFileName[] = "__locks";
 
 void Complain(const StoredRecord& record, const char* what) {
     std::fprintf(stderr, "report_host: %s: %s\n", Shown(record.name, stderr).c_str(), what);
 }
 
 void Add(const StoredRecord& record, std::vector<StoredRecord>& records) {
-    if (record.length <= kLongestRecord) {
+    if (record.length <= kVrLongestString) {
         records.push_back(record);
     } else {
         Complain(record, "too long for a record");
@@ -48,26 +47,6 @@ void FindLines(const std::string& path, int32_t handle, std::vector<StoredRecord
     if (offset > start) add(offset);  // a last line without its end
 }
 
-std::vector<StoredRecord> FilesIn(const std::string& folder, DirSearch* search, const char* name) {
-    std::vector<StoredRecord> files;
-    for (; name != nullptr; name = DirNext(search)) {
-        if ((search->attributes & kFindDirectory) != 0) continue;
-        const auto length = static_cast<int32_t>(std::min(search->size, uint32_t{INT32_MAX}));
-        files.push_back({name, folder + "\\" + name, 0, length});
-    }
-    std::ranges::sort(files, {}, &StoredRecord::name);
-    return files;
-}
-
-// The lock file is no record, nor is what a killed host left of one that lies beside it.
-void AddRecords(const std::vector<StoredRecord>& files, std::vector<StoredRecord>& records) {
-    for (const StoredRecord& file : files) {
-        const std::string_view record = RecordOfTemporary(file.name);
-        const bool isLeft = std::ranges::binary_search(files, record, {}, &StoredRecord::name);
-        if (!isLeft && file.name != kLockFileName) Add(file, records);
-    }
-}
-
 }  // namespace
 
 // A device or a pipe cannot be moved in, or does not end where its length says.
@@ -85,12 +64,12 @@ bool FindRecords(const std::string& path, std::vector<StoredRecord>& records) {
         OsClose(handle);
         return isPlain;
     }
-    DirSearch* search = nullptr;
-    const char* name = DirFirst(path.c_str(), &search);
-    const bool found = name != nullptr;
-    AddRecords(FilesIn(path, search, name), records);
-    DirClose(&search);
-    return found;
+    VrRecordList* list = VrRecordListFolder(path.c_str());
+    if (list == nullptr) return false;
+    for (const VrRecordEntry& entry : std::span(list->entries, static_cast<size_t>(list->count)))
+        Add({entry.name, path + "\\" + entry.name, 0, entry.length}, records);
+    VrRecordListFree(list);
+    return true;
 }
 
 VrString LoadRecord(const StoredRecord& record) {

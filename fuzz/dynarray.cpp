@@ -176,13 +176,14 @@ VrString Apply(VrString s, const Request& request) {
     const Edited expected = Edit(BytesOf(s), request);
     const auto [attribute, value, subvalue] = request.given;
     const int32_t capacity = IsLong(s) ? HeaderOf(s).capacity : 0;
+    const bool wasEmpty = s->length == 0;  // no empty text is edited in place
     const Array element(StringOfBytes(request.element));
     UtilPosition position = {attribute, value, subvalue, kUnwritten};
     VrString result = UtilInsertReplace(&position, s, element, request.replace);
     HOLDS(BytesOf(result) == expected.text && VrStrText(result)[result->length] == 0);
     HOLDS((Numbers{position.attribute, position.value, position.subvalue}) == request.numbers);
     HOLDS(position.cursor == expected.cursor);
-    HOLDS(result == s || request.numbers[0] == 0 || result->length >= capacity);
+    HOLDS(result == s || wasEmpty || request.numbers[0] == 0 || result->length >= capacity);
     if (IsLong(result)) CheckRoom(result, result == s ? capacity : 0, request.numbers[0]);
     if (result != s) free_mem(&s);
     return result;

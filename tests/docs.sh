@@ -50,7 +50,7 @@ for host in "$work"/*/host.c*; do
     esac
     $compile -m32 -Wall -Wextra -Werror "$@" -I"$source/include" \
         -I"$source/platform/include" -o "${host%.*}" "$host" \
-        -L"$libraries" -lvrbase -lvrplatform
+        -L"$libraries" -lvrrecord -lvrbase -lvrplatform
     (run "${host%/*}")
     programs=$((programs + 1))
 done

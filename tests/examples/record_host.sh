@@ -61,17 +61,20 @@ expect 0 "$host" before replace 1 x # the folder, not the file, must be writable
 [ "$(stat -c %a before)" = 444 ] || fail "the permissions changed"
 rm -f before
 
-# Two hosts, which name the file in different ways. The first says when it has the key.
+# Two hosts, which name the file in different ways. The first says when it has the key, and
+# holds it until it is killed.
 mkfifo holding
-"$host" --hold 1 ORDER replace 8 "in delivery" > holding &
+"$host" --hold 600 ORDER replace 8 "in delivery" > holding &
+holder=$!
 while read -r line; do
     case $line in holding*) break ;; esac
 done < holding
 expect 3 "$host" ./order replace 8 lost
-grep -q 'another process holds the key ORDER' out || fail "the holder is not told"
+grep -q 'order: another process holds the key' out || fail "the holder is not told"
 expect 0 "$host" --key 8 ORDER get 8
 expect 0 "$host" --key other ORDER replace 7 "another key"
-expect 0 "$host" --wait "$work/ORDER" replace 8 closed
+"$host" --wait "$work/ORDER" replace 8 closed > out &
+kill "$holder"
 wait
 expect 0 "$host" ORDER get 8
 [ "$(cat out)" = closed ] || fail "the waiting host's change is lost"
@@ -145,6 +148,7 @@ until grep -q holding held; do sleep 0.1; done
 "$hosts/run_host" find "$2.none"
 cp "$(command -v sleep)" program && mv program "$2.run"
 "./$2.run" 60 &
+until readlink "/proc/$!/exe" | grep -q 'run$'; do sleep 0.1; done
 "$hosts/run_host" find "$2.run"
 "$hosts/run_host" list
 kill $!

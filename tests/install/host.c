@@ -1,4 +1,5 @@
-/* Edits a record, and loads a library that stands beside the platform's. */
+/* Edits a record, loads a library that stands beside the platform's, and looks for a record. */
+#include "vr/record.h"
 #include "vr/vr.h"
 
 #include <stdio.h>
@@ -13,7 +14,10 @@ int main(void) {
     if (edited != record) free_mem(&record);
     VrString value = extract_field(2, 2, 0, edited);
     VrWord processes = DllLoad("psapi", NULL);
-    printf("%s %d\n", (char*)VrStrText(value), processes != 0);
+    files_init();
+    VrString none;
+    int absent = VrRecordRead("none\\none", 0, &none) == kVrRecordAbsent;
+    printf("%s %d\n", (char*)VrStrText(value), processes != 0 && absent);
     free_mem(&value);
     free_mem(&town);
     free_mem(&edited);

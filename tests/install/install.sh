@@ -29,8 +29,8 @@ export PKG_CONFIG_PATH="$scratch/prefix/share/pkgconfig"
 [ "$(pkg-config --modversion vrbase)" = "$version" ]
 run_path=-Wl,-rpath,$(pkg-config --variable=libdir vrbase)
 flags="-Wall -Wextra -Wpedantic -Werror $run_path"
-"$cc" -std=c11 host.c $flags $(pkg-config --cflags --libs vrbase) -o build/c_by_pkg_config
-"$cxx" -std=c++20 host.cpp $flags $(pkg-config --cflags --libs vrbase) -o build/cpp_by_pkg_config
+"$cc" -std=c11 host.c $flags $(pkg-config --cflags --libs vrrecord) -o build/c_by_pkg_config
+"$cxx" -std=c++20 host.cpp $flags $(pkg-config --cflags --libs vrrecord) -o build/cpp_by_pkg_config
 
 cd /
 for host in c_host cpp_host c_by_pkg_config cpp_by_pkg_config; do

@@ -11,11 +11,10 @@
 #include <atomic>
 #include <cerrno>
 
-#include "examples/record_file.h"
-#include "examples/record_lock.h"
 #include "platform/files.h"
 #include "tests/support/library_test.h"
 #include "tests/torture/torture.h"
+#include "vr/record.h"
 
 namespace {
 
@@ -180,11 +179,11 @@ TEST_F(Neighbours, WhoeverMayNotLockIsToldWhy) {
     const auto expectRefusal = [](const std::string& reason) {
         As(kHostUser, [reason] {
             StartHost(nullptr);
-            RecordLock lock = {};
-            testing::internal::CaptureStderr();
-            EXPECT_NE(LockRecord(Array("RECORD"), nullptr, false, lock), 0);
-            EXPECT_EQ(testing::internal::GetCapturedStderr(),
-                      "record_host: RECORD: its folder cannot be locked in: " + reason + '\n');
+            VrRecordKey key;
+            EXPECT_EQ(VrRecordLock("RECORD", nullptr, 0, &key), kVrRecordNotLockable);
+            char text[200];
+            VrRecordExplain(kVrRecordNotLockable, "RECORD", text, sizeof text);
+            EXPECT_EQ(text, "its folder cannot be locked in: " + reason);
         });
         unlink("__locks");
     };
@@ -230,11 +229,10 @@ TEST_F(Neighbours, NoRaceGetsAtAnothersFile) {
     });
     As(kHostUser, [] {
         StartHost(nullptr);
-        ASSERT_NE(std::freopen("/dev/null", "w", stderr), nullptr);
         for (const auto end = Clock::now() + Seconds(1); Clock::now() < end;) {
-            VrString record = ReadRecord("RECORD");
-            if (record == nullptr) record = StringOfBytes("new");
-            WriteRecord("RECORD", record);
+            VrString record = nullptr;
+            if (VrRecordRead("RECORD", 0, &record) != kVrRecordDone) record = StringOfBytes("new");
+            VrRecordReplace("RECORD", record, nullptr);
             free_mem(&record);
             EXPECT_EQ(RightsOf(kSecretPath), 0600u);
         }
@@ -248,14 +246,15 @@ struct Tally {
 };
 
 // Reads the number, adds one, and writes it, under the record's key.
-void Increment(VrLockHandle lock, Tally& tally) {
-    const Array key("RECORD");
-    while (LockLockKey(lock, key, 0, 0) == 1)
-        usleep(500);
-    const Array before(ReadRecord("record"));
+void Increment(Tally& tally) {
+    VrRecordKey key;
+    EXPECT_EQ(VrRecordLock("RECORD", nullptr, kVrRecordWait, &key), kVrRecordDone);
+    VrString record = nullptr;
+    EXPECT_EQ(VrRecordRead("record", 0, &record), kVrRecordDone);
+    const Array before(record);
     const Array after(StringOfBytes(std::to_string(std::stoul(BytesOf(before)) + 1)));
-    if (WriteRecord("record", after, true)) ++tally.increments;
-    EXPECT_EQ(LockUnlockKey(lock, key), 0);
+    if (VrRecordReplace("record", after, &key) == kVrRecordDone) ++tally.increments;
+    VrRecordUnlock(&key);
 }
 
 // How many files of that record's name there are, the record itself included.
@@ -275,10 +274,8 @@ TEST_F(Neighbours, AnOfficeOfThreeUsers) {
     pid_t hosts[6] = {};
     const auto work = [tally] {
         StartHost(nullptr);
-        VrLockHandle lock = 0;
-        EXPECT_EQ(LockRegister("RECORD", &lock), 0);
         for (;;)
-            Increment(lock, *tally);
+            Increment(*tally);
     };
     for (const auto end = Clock::now() + LengthOf("VR_OFFICE_SECONDS", 10); Clock::now() < end;) {
         for (size_t i = 0; i < std::size(hosts); ++i) {

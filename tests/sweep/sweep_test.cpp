@@ -12,10 +12,10 @@
 #include <map>
 #include <set>
 
-#include "examples/record_file.h"
 #include "platform/files.h"
 #include "platform/process.h"
 #include "tests/support/library_test.h"
+#include "vr/record.h"
 
 namespace {
 
@@ -152,10 +152,11 @@ std::string Files() {
 }
 
 std::string EditRecord() {
-    Array record(ReadRecord("RECORD"));
-    if (record == nullptr) return "read";
+    VrString read = nullptr;
+    if (VrRecordRead("RECORD", 0, &read) != kVrRecordDone) return "read";
+    Array record(read);
     Put(record, {-1, 0, 0, 0}, std::string(400, 'n'), 0);
-    return WriteRecord("RECORD", record) ? "" : "write";
+    return VrRecordReplace("RECORD", record, nullptr) == kVrRecordDone ? "" : "write";
 }
 
 std::string LockedEdit() {
