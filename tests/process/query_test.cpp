@@ -44,6 +44,7 @@ TEST_P(BackEndTest, ProgramsAreFoundByTheirFullNames) {
     kill(child, SIGKILL);      // a zombie cannot be read
     waitid(P_PID, id_t(child), nullptr, WEXITED | WNOWAIT);
     EXPECT_TRUE(isListed("unknown"));
+    waitpid(child, nullptr, 0);
 }
 
 TEST_P(BackEndTest, ThreadsOfTheKernelAreNotListed) {
