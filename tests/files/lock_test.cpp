@@ -163,7 +163,7 @@ TEST_F(LockTest, EntriesKeysAndParkedFilesAgreeWithTheModel) {
         registerIn(folder);
     for (int step = 0; step < 1600 && !HasFailure(); ++step) {
         const char folder = char('a' + random() % (step < 800 ? 26 : 5));
-        const char key = char('1' + random() % 8);
+        const char key = char('1' + random() % (folder < 'd' ? 8 : 2));
         LockEntry& entry = model.entries[indexes[folder]];
         const std::string name = {folder, key, '='};
         const uint32_t action = random() % 20;
@@ -171,7 +171,7 @@ TEST_F(LockTest, EntriesKeysAndParkedFilesAgreeWithTheModel) {
             registerIn(folder);
         } else if (action < 5) {
             Run("~" + name + std::to_string(model.Deregister(entry)));
-        } else if (action < 13) {
+        } else if (action < 11) {
             Run("+" + name + std::to_string(model.Lock(entry, key)));
         } else if (action < 19) {
             Run("-" + name + std::to_string(model.Unlock(entry, key)));

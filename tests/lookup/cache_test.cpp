@@ -200,8 +200,8 @@ TEST_F(CacheTest, WhatARoutineMayDo) {
         Install(name, 30, name == 'a' ? 2 : 1);
     duringRelease = [] {
         EXPECT_EQ(+cache->used, 120);
-        MemCallCallbacks(kVrMemoryShort, 0);
         CacheClassDrop(other, "e");
+        MemCallCallbacks(kVrMemoryShort, 0);
     };
     Install('d', 30, 1);
     EXPECT_EQ(std::string(1, told[0]).find_first_of("bc"), 0u) << told << " begins with an oldest";

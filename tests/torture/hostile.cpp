@@ -116,18 +116,30 @@ TEST_F(Hostile, Names) {
         EXPECT_EQ(ErrorOf(name), error) << name;
 }
 
+// What a write to the file returns.
+int32_t Written(const std::string& path, const std::string& bytes, int32_t mode = kOpenBinary) {
+    const int32_t file = Open(path, mode);
+    const int32_t written = OsWrite(file, bytes.data(), uint32_t(bytes.size()));
+    const int error = errno;
+    OsClose(file);
+    errno = error;
+    return written;
+}
+
 TEST_F(Hostile, FullDisks) {
     StartHere();
-    EXPECT_EQ(OsWrite(Open("/dev/full"), "x", 1), -1);
+    EXPECT_EQ(Written("/dev/full", "x"), -1);
     EXPECT_EQ(errno, ENOSPC);
     signal(SIGXFSZ, SIG_IGN);
     const rlimit limit = {10'001, RLIM_INFINITY};
     setrlimit(RLIMIT_FSIZE, &limit);
     const std::string bytes(20'000, '\n');
-    EXPECT_EQ(OsWrite(Open("text", kOpenText), bytes.data(), 20'000), 5000);
+    EXPECT_EQ(Written("text", bytes, kOpenText), 5000);
     EXPECT_EQ(ReadFile("text").size(), 10'000u) << "no half a line end";
-    EXPECT_EQ(OsWrite(Open("binary"), bytes.data(), 20'000), 10'001);
-    EXPECT_EQ(OsChsize(Open("size"), 20'000), -1);
+    EXPECT_EQ(Written("binary", bytes), 10'001);
+    const int32_t file = Open("size");
+    EXPECT_EQ(OsChsize(file, 20'000), -1);
+    OsClose(file);
 }
 
 TEST_F(Hostile, NoStandardStreams) {
@@ -205,8 +217,11 @@ TEST_F(Hostile, SignalsInCallsThatTakeTime) {
     GoToSleep(1);
     EXPECT_GE(Clock::now() - begin, Seconds(1));
     begin = Clock::now();
-    WaitForSingleObject(OpenProcess(0, 0, static_cast<uint32_t>(getpid())), 200);
+    void* self = OpenProcess(0, 0, static_cast<uint32_t>(getpid()));
+    WaitForSingleObject(self, 200);
     EXPECT_GE(Clock::now() - begin, Seconds(0.2));
+    CloseHandle(self);
+    OsClose(file);
 }
 
 }  // namespace
