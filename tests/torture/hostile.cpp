@@ -70,8 +70,10 @@ TEST_F(Hostile, SettingsFiles) {
 
 TEST_F(Hostile, NothingMayBeTouched) {
     Make(kFiveIsSet + std::string("touch __locks; chmod 0 s.ini; chmod 444 __locks; chmod 555 ."));
-    const bool isRoot = getuid() == 0;
-    EXPECT_EQ(isRoot ? chown(".", 65534, 65534) + setuid(65534) : 0, 0);
+    if (getuid() == 0) {
+        EXPECT_EQ(chown(".", 65534, 65534), 0);
+        EXPECT_EQ(setuid(65534), 0);
+    }
     StartHere();
     EXPECT_EQ(IniGetInt("S", "KEY", 7), 7);
     EXPECT_EQ(ErrorOf("new"), EACCES);
@@ -100,8 +102,10 @@ TEST_F(Hostile, Names) {
         if (byte == '/' || byte == '\\') continue;
         const std::string name = "ab" + std::string(1, char(byte)) + std::to_string(byte);
         const std::string shortName = TakeBytes(OsFileName(Array(StringOfBytes(name)), nullptr));
-        EXPECT_EQ(ErrorOf(name) + ErrorOf(shortName), 0) << byte;
-        EXPECT_TRUE(std::filesystem::exists(name) && std::filesystem::exists(shortName)) << byte;
+        for (const std::string& file : {name, shortName}) {
+            EXPECT_EQ(ErrorOf(file), 0) << byte;
+            EXPECT_TRUE(std::filesystem::exists(file)) << byte;
+        }
     }
     Make("touch file; ln -s loop loop; ln -s none dangling");
     const std::pair<std::string, int> cases[] = {
@@ -190,7 +194,8 @@ TEST_F(Hostile, AMillionVariables) {
 
 TEST_F(Hostile, ACurrentDirectoryThatIsGone) {
     Make("mkdir gone");
-    EXPECT_EQ(chdir("gone") + rmdir("../gone"), 0);
+    EXPECT_EQ(chdir("gone"), 0);
+    EXPECT_EQ(rmdir("../gone"), 0);
     StartHere();
     char buffer[300] = "?";
     EXPECT_EQ(GetCwd(buffer, 255), nullptr);
