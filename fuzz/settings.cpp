@@ -16,18 +16,12 @@ namespace {
 
 using Variables = std::map<std::string, std::string>;
 
+constexpr std::string_view kLetters = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz";
 constexpr char kSpace[] = " \t\n\v\f\r";
 constexpr size_t kPiece = 255;  // of a value, and of a line of the environment
 
-std::string Letters(bool withLower) {
-    std::string letters;
-    for (char c = 'A'; c <= 'Z'; ++c)
-        letters += withLower ? std::string{c, char(c + 32)} : std::string(1, c);
-    return letters;
-}
-
 std::string Folded(const std::string& text) {
-    return Swapped(text, "abcdefghijklmnopqrstuvwxyz", Letters(false));
+    return Swapped(text, kLetters.substr(26), kLetters);
 }
 
 std::string WithoutSpaceAtEnd(const std::string& text) {
@@ -88,7 +82,7 @@ std::string WholeOf(std::string body) {
 // that is no letter, digit or semicolon.
 Variables EnvironmentOf(std::string body) {
     Variables variables;
-    const std::string letters = Letters(true);
+    const std::string letters(kLetters);
     while (!body.empty() && body[0] != '[') {
         if (body[0] == '\n' || body[0] == ';') {
             body.erase(0, body[0] == ';' ? std::min(body.find('\n'), body.size()) : 1);

@@ -68,19 +68,24 @@ TEST_F(FilesTest, DatesGoByTheVariableThenByTheCountry) {
 
 // The first dot of the module's path decides.
 TEST_F(FilesTest, TheModuleTellsHowVrExitEnds) {
-    for (const auto& [name, launcher, code] : Rows<3>(R"(
-            host.exe      -> 300 -> 7
-            HOST.Dll      -> 301 -> 47
-            host.bin      -> 302 -> 99
-            v1.2/host.exe -> 302 -> 99)")) {
+    for (const auto& [name, launcher, given, code] : Rows<4>(R"(
+            host.exe      -> 300 -> 7 -> 7
+            host.exe      -> 300 -> 0 -> 99
+            HOST.Dll      -> 301 -> 7 -> 47
+            HOST.Dll      -> 301 -> 0 -> 40
+            host.bin      -> 302 -> 7 -> 99
+            v1.2/host.exe -> 302 -> 7 -> 99)")) {
         PutLibrary("./" + name);
-        const auto leaveInAThread = [&name = name] {
+        int32_t exitCode = std::stoi(given);
+        const auto leaveInAThread = [&name = name, &exitCode] {
             StartHost(nullptr, VrWord(LoadLibraryA(("./" + name).c_str())));
             std::fprintf(stderr, "%d", GetEnvironLauncher());
             pthread_t thread = {};
             void* result = nullptr;
-            const auto leave = [](void*) { return VrExit(7), reinterpret_cast<void*>(59); };
-            pthread_create(&thread, nullptr, leave, nullptr);
+            const auto leave = [](void* with) {
+                return VrExit(*static_cast<int32_t*>(with)), reinterpret_cast<void*>(59);
+            };
+            pthread_create(&thread, nullptr, leave, &exitCode);
             pthread_join(thread, &result);
             std::_Exit(int(40 + VrWord(result)));
         };
