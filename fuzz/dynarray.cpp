@@ -1,9 +1,9 @@
 // Dynamic arrays against a plain model, which looks for one mark after the other in a
-// std::string: edits, walks, scans, picks and field records on one string in turn. An edit
-// must come out as the model says to the byte, in place where it fits, with the memo that
-// follows from it, and so must the same edit of a copy without a memo. Byte 255 ends every
-// search for a place, so the model edits the text in front of the first one and hangs the
-// rest on again; to walks and picks it is data.
+// std::string: edits, walks, scans, picks and field records on one string in turn. The model
+// states the bytes of an edit, whether it is in place, its capacity and its memo; the same
+// edit of a copy without a memo must come out alike. Byte 255 ends every search for a place,
+// so the model edits the text in front of the first one and appends the rest again; to walks
+// and picks it is data.
 
 #include <array>
 #include <climits>
@@ -64,35 +64,54 @@ struct Request {
     uint32_t replace;
 };
 
+// The steps of an edit, each with the bytes that the text grows by; a locating one has the
+// cursor that the memo takes.
+enum class Step { Marks, Locate, Insert, Replace, Append };
+
 struct Edited {
     std::string text;
     int32_t cursor = kVrFirstCursor;
+    std::vector<std::pair<Step, int32_t>> steps = {};
 };
+
+bool Appends(const Numbers& numbers) {
+    return std::ranges::any_of(numbers, [](int32_t number) { return number < 0; });
+}
 
 // An element is written over its place or in front of it; an empty last place is
 // filled in either case.
-Edited Put(std::string text, size_t level, const Request& request) {
+Edited Put(std::string text, size_t level, const Request& request, bool isMade = false) {
     const int32_t number = request.numbers[level];
     Place place = Find(text, kMarks[level], number);
     const int32_t made = number > 0 ? place.missing : int32_t{!text.empty()};
+    Edited result = {request.element};
     if (made > 0) {
         text.append(size_t(made), kMarks[level]);
         place.start = place.end = text.size();
+        result.steps.emplace_back(Step::Marks, made);
     }
+    isMade |= made > 0;
+    if (level == 0) result.steps.emplace_back(Step::Locate, CursorOf(place.start));
     const std::string old = text.substr(place.start, place.end - place.start);
-    Edited result = {request.element};
+    const bool replaces = request.replace && !isMade && !Appends(request.numbers);
     if (level < 2 && request.numbers[level + 1] != 0) {
-        result = Put(old, level + 1, request);
-    } else if (!request.replace && (!old.empty() || place.end < text.size())) {
-        result.text += kMarks[level] + old;
+        const Edited inner = Put(old, level + 1, request, isMade);
+        result.text = inner.text;
+        result.cursor = inner.cursor;
+        result.steps.insert(result.steps.end(), inner.steps.begin(), inner.steps.end());
+    } else {
+        if (!request.replace && (!old.empty() || place.end < text.size()))
+            result.text += kMarks[level] + old;
+        result.steps.emplace_back(replaces ? Step::Replace : Step::Insert,
+                                  std::ssize(result.text) - std::ssize(old));
     }
     result.cursor += int32_t(place.start);
     result.text = text.replace(place.start, old.size(), result.text);
     return result;
 }
 
-// Behind the whole text, a run of negative numbers opens one element of the run's
-// last level, and the numbers behind the run count in that new element.
+// After the whole text, a run of negative numbers opens one element of the run's last level,
+// and the numbers after the run count in that new element.
 Edited Edit(const std::string& text, const Request& request) {
     const Numbers& numbers = request.numbers;
     Edited result = {request.element};
@@ -107,14 +126,67 @@ Edited Edit(const std::string& text, const Request& request) {
     while (level < 2 && numbers[level + 1] < 0)
         ++level;
     if (level < 2 && numbers[level + 1] > 0) result = Put("", level + 1, request);
-    if (text.empty()) return result;
-    result.text = text + kMarks[level] + result.text;
-    result.cursor += std::ssize(text) + 1;
+    if (!text.empty()) {
+        result.text = text + kMarks[level] + result.text;
+        result.cursor += std::ssize(text) + 1;
+    }
+    result.steps = {{Step::Append, std::ssize(result.text) - std::ssize(text)}};
     return result;
 }
 
 bool IsLong(VrString s) {
     return (ClassByteOf(s) & 0x0F) != 0;
+}
+
+// Where a text lies. A short string has as much room as text; a long one half as much again,
+// and a memo.
+struct Room {
+    explicit Room(int32_t bytes) : length(bytes), isLong(bytes > 128) {
+        if (isLong) header.capacity = length + length / 2;
+    }
+    explicit Room(VrString s) : length(s->length), isLong(IsLong(s)) {
+        if (isLong) header = HeaderOf(s);
+    }
+    bool IsThatOf(VrString s) const {
+        if (length == 0 && isNew) return s == NullString();
+        const unsigned char shortClass = length <= 57 ? 0xF0 : 0;
+        if (!isLong) return s->length == length && (!isNew || ClassByteOf(s) == shortClass);
+        return s->length == length && std::memcmp(&HeaderOf(s), &header, sizeof header) == 0;
+    }
+    // Grows where it is or in a new string, which a memo follows while it is true.
+    void Take(Step step, int32_t value, int32_t attribute) {
+        if (step == Step::Locate) {
+            header.memoAttribute = attribute;
+            header.memoCursor = value;
+            return;
+        }
+        const int32_t grown = length + value, room = isLong ? header.capacity : length;
+        const bool fits = step == Step::Replace  ? grown <= length || grown < room
+                          : step == Step::Insert ? grown < room
+                                                 : length != 0 && grown <= room;
+        if (fits) {
+            length = grown;
+            return;
+        }
+        const LongHeader before = isLong ? header : LongHeader{};
+        *this = Room(grown);
+        isNew = true;
+        if (!isLong || step == Step::Marks || step == Step::Append) return;
+        header.memoAttribute = before.memoAttribute;
+        header.memoCursor = before.memoCursor;
+    }
+
+    int32_t length;
+    bool isLong, isNew = false;
+    LongHeader header = {0, 0, 0, 0x0F000000};
+};
+
+// The bytes of a new string, which is closed by a zero; frees it.
+std::string TakeNew(VrString s) {
+    Room room(s->length);
+    room.isNew = true;
+    HOLDS(room.IsThatOf(s));
+    return TakeBytes(s);
 }
 
 const std::string kAlphabets[] = {Marked("abcdefghijklmnopqrstuvwxyz0123456789^]\\"),
@@ -161,32 +233,34 @@ Request AnyRequest(Dice& dice, VrString s) {
     return request;
 }
 
-// A long string is edited in place while there is room; a new one has at most half as much
-// again as its text. The memo is at the attribute of its number.
-void CheckRoom(VrString s, int32_t capacity, int32_t attribute) {
-    const LongHeader& header = HeaderOf(s);
-    HOLDS(header.capacity >= s->length);
-    HOLDS(header.capacity == capacity || header.capacity <= s->length * 3 / 2);
-    HOLDS(capacity == 0 || attribute <= 0 || header.memoAttribute == attribute);
-    const size_t start = Find(BytesOf(s), kMarks[0], header.memoAttribute).start;
-    HOLDS(header.memoAttribute <= 0 || header.memoCursor == CursorOf(start));
-}
-
 VrString Apply(VrString s, const Request& request) {
     const Edited expected = Edit(BytesOf(s), request);
     const auto [attribute, value, subvalue] = request.given;
-    const int32_t capacity = IsLong(s) ? HeaderOf(s).capacity : 0;
-    const bool wasEmpty = s->length == 0;  // no empty text is edited in place
+    Room room(s);
+    for (const auto& [step, by] : expected.steps)
+        room.Take(step, by, request.numbers[0]);
     const Array element(StringOfBytes(request.element));
     UtilPosition position = {attribute, value, subvalue, kUnwritten};
     VrString result = UtilInsertReplace(&position, s, element, request.replace);
-    HOLDS(BytesOf(result) == expected.text && VrStrText(result)[result->length] == 0);
+    if (expected.steps.empty()) room = Room(std::ssize(request.element)), room.isNew = true;
+    HOLDS(BytesOf(result) == expected.text);
+    HOLDS(VrStrText(result)[result->length] == 0);
     HOLDS((Numbers{position.attribute, position.value, position.subvalue}) == request.numbers);
     HOLDS(position.cursor == expected.cursor);
-    HOLDS(result == s || wasEmpty || request.numbers[0] == 0 || result->length >= capacity);
-    if (IsLong(result)) CheckRoom(result, result == s ? capacity : 0, request.numbers[0]);
+    const bool isCopied = s == VR_SHARED_STRING(TrueVrStr);  // which is never written to
+    const bool isEmpty = s == NullString() && room.length == 0;
+    HOLDS((result == s) == (isEmpty || (!room.isNew && !isCopied)));
+    HOLDS(room.IsThatOf(result));
     if (result != s) free_mem(&s);
     return result;
+}
+
+// A cursor in the text, at its end, or outside it, where the nearest one in it stands.
+int32_t AnyCursor(Dice& dice, VrString s, int32_t& inside) {
+    const int32_t cursor =
+        dice.OneOf({INT_MIN, 3, dice.Below(s->length + 9), dice.Below(s->length + 9), INT_MAX});
+    inside = std::clamp(cursor, int32_t{kVrFirstCursor}, CursorOf(size_t(s->length)));
+    return cursor;
 }
 
 // The walks by level, and as the last one the walk to a marker. All but that one
@@ -201,8 +275,9 @@ void CheckWalk(Dice& dice, VrString s, const std::string& text) {
     const std::string stops(toMarker ? std::string(1, char(marker)) : kMarks.substr(0, kind + 1));
     const auto size = uint32_t(dice.Below(50));
     const size_t room = size < 9 ? std::string::npos : size - kVrBufferOverhead;
-    const int32_t cursor = dice.Below(s->length + 9);
-    const auto from = size_t(std::clamp(cursor - kVrFirstCursor, 0, s->length));
+    int32_t inside = 0;
+    const int32_t cursor = AnyCursor(dice, s, inside);
+    const auto from = size_t(inside - kVrFirstCursor);
     const std::string element = text.substr(from, text.find_first_of(stops, from) - from);
     const std::string kept = element.substr(0, room);
     const std::string message = "0 "s + kNames[kind] + " too big (" + text.substr(from).c_str() +
@@ -218,35 +293,40 @@ void CheckWalk(Dice& dice, VrString s, const std::string& text) {
     HOLDS(boxesShown.shown == std::vector(complains ? 1 : 0, message.substr(0, 2 + 1023)));
     HOLDS(size < 9 || (std::count(&buffer[1], &buffer[5], 0) == 4 && VrStrText(out) == &buffer[9]));
     HOLDS(VrStrText(out)[kept.size()] == 0);
-    HOLDS((size < 9 ? TakeBytes(out) : BytesOf(out)) == kept);
+    HOLDS((size < 9 ? TakeNew(out) : BytesOf(out)) == kept);
     if (complains || kind > 1) return;
     HOLDS((kind == 0 ? UtilSkipAttribute : UtilSkipValue)(s, cursor) == next);
 }
 
 void CheckWalkBack(Dice& dice, VrString s, const std::string& text) {
-    const int32_t from = dice.Below(s->length + 1);
-    const int32_t cursor = from + kVrFirstCursor;
+    int32_t inside = 0;
+    const int32_t cursor = AnyCursor(dice, s, inside);
+    const int32_t from = inside - kVrFirstCursor;
     const int32_t stop = from == s->length ? from : from - 1;
     const int32_t start =
         stop <= 0 ? stop : int32_t(text.find_last_of(kMarks.substr(0, 2), size_t(stop) - 1) + 1);
     VrString out = nullptr;
     HOLDS(UtilGetPrevValue(s, cursor, &out) == start + kVrFirstCursor);
-    HOLDS(TakeBytes(out) == text.substr(size_t(std::max(start, 0)), size_t(stop - start)));
-    HOLDS(UtilGetRestOfVrStr(s, cursor, &out) == CursorOf(size_t(out->length)));
-    HOLDS(TakeBytes(out) == text.substr(size_t(from)));
+    HOLDS(TakeNew(out) == text.substr(size_t(std::max(start, 0)), size_t(stop - start)));
+    HOLDS(UtilGetRestOfVrStr(s, cursor, &out) == CursorOf(size_t(s->length - from)));
+    HOLDS(TakeNew(out) == text.substr(size_t(from)));
 
     const int32_t asked = 1 + dice.Below(9);
     const int32_t left = asked - int32_t(std::count(text.begin(), text.begin() + from, kMarks[0]));
     const size_t reached = left > 0 ? 0 : Find(text, kMarks[0], 1 - left).start;
     int32_t count = asked;
-    HOLDS(SkipBackNAttrs(s, cursor, &count) == CursorOf(reached) && count == std::max(left, 0));
+    const bool isInFront = cursor <= kVrFirstCursor;
+    HOLDS(SkipBackNAttrs(s, cursor, &count) == (isInFront ? cursor : CursorOf(reached)));
+    HOLDS(count == (isInFront ? asked : std::max(left, 0)));
 }
 
 // A place that is wanted behind the last element needs a mark unless nothing stands there.
 void CheckScan(Dice& dice, VrString s, const std::string& text) {
     const auto mark = uint8_t(dice.OneOf({254, 253, 252, 'b'}));
     const auto higher = [mark](char c) { return uint8_t(c) > mark; };
-    const int32_t from = dice.Below(s->length + 1);
+    int32_t inside = 0;
+    const int32_t cursor = AnyCursor(dice, s, inside);
+    const int32_t from = inside - kVrFirstCursor;
     const auto end = std::find_if(text.begin() + from, text.end(), higher);
     const std::string element(text.begin() + from, end);
     const int32_t asked = dice.OneOf({INT_MIN, -1, 0, 1, 2, 3, 1 + dice.Below(99)});
@@ -255,7 +335,7 @@ void CheckScan(Dice& dice, VrString s, const std::string& text) {
     const size_t reached = size_t(from) + (found ? place.start : element.size());
     const bool needsMark = reached > 0 && !higher(text[reached - 1]);
     int32_t count = asked;
-    HOLDS(ScanStr(s, from + kVrFirstCursor, s->length, mark, &count) == CursorOf(reached));
+    HOLDS(ScanStr(s, cursor, s->length, mark, &count) == CursorOf(reached));
     HOLDS(asked > 0 ? count == std::max(place.missing, 0) : needsMark ? count == 1 : count < 0);
 }
 
@@ -263,15 +343,15 @@ void CheckPicks(Dice& dice, VrString s, const std::string& text) {
     const Numbers numbers = {dice.Below(20) - 1, dice.Below(5) - 1, dice.Below(5) - 1};
     const auto [attribute, value, subvalue] = numbers;
     const Picked picked = Pick(text, numbers);
-    HOLDS(TakeBytes(extract_field(attribute, value, subvalue, s)) == picked.element);
-    HOLDS(TakeBytes(extract_tail(attribute, value, subvalue, s)) == picked.tail);
+    HOLDS(TakeNew(extract_field(attribute, value, subvalue, s)) == picked.element);
+    HOLDS(TakeNew(extract_tail(attribute, value, subvalue, s)) == picked.tail);
     const Picked whole = Pick(text, {attribute, 0, 0});
-    HOLDS(TakeBytes(get_field(attribute, s)) == whole.element);
+    HOLDS(TakeNew(get_field(attribute, s)) == whole.element);
     HOLDS(TakeCText(get_field_string(attribute, s)) == whole.element.c_str());
     HOLDS(TakeCText(get_tail_string(attribute, s)) == whole.tail.c_str());
     const int32_t offset = dice.Below(s->length + 3) - 1;
     const std::string rest = offset < 0 || offset > s->length ? "" : text.substr(size_t(offset));
-    HOLDS(TakeBytes(get_field_at_pos(offset, s)) == Pick(rest, {1, 0, 0}).element);
+    HOLDS(TakeNew(get_field_at_pos(offset, s)) == Pick(rest, {1, 0, 0}).element);
     const auto items = [&](char c) {
         return text.empty() ? 0 : 1 + int32_t(std::count(text.begin(), text.end(), c));
     };
@@ -297,7 +377,7 @@ void CheckFields(Dice& dice, VrString s, const std::string& text) {
         put = Edit(put, {numbers, numbers, Pick(values, {i + 1, 0, 0}).element, 1}).text;
     }
     const Array fields(StringOfBytes(list));
-    HOLDS(TakeBytes(UtilGetFieldsFromVrString(s, fields)) == gathered);
+    HOLDS(TakeNew(UtilGetFieldsFromVrString(s, fields)) == gathered);
     // Edits in place, and so may leave an empty string of its own.
     const Array result(UtilPutFieldsInVrString(s, Array(StringOfBytes(values)), fields));
     HOLDS(BytesOf(result) == put);
@@ -311,7 +391,7 @@ void CheckSplice(Dice& dice, VrString s, const std::string& text) {
     const std::string head = text.substr(0, at) + BytesOf(with);
     const std::string tail = text.substr(std::min(at + size_t(std::max(length, 0)), text.size()));
     int32_t behind = kUnwritten;
-    HOLDS(TakeBytes(UtilReplaceString(s, with, length, offset, &behind)) == head + tail);
+    HOLDS(TakeNew(UtilReplaceString(s, with, length, offset, &behind)) == head + tail);
     HOLDS(behind == std::ssize(head));
 }
 

@@ -11,21 +11,31 @@ namespace {
 
 TEST_F(LibraryTest, FileNamesExpandTheirVariables) {
     const std::string l(3000, 'l');
-    for (const auto& [name, value] :
-         Rows<2>("TMPDIR -> C:\\TMP\\ | A -> $B\\x | B -> C:\\D/ | LOOP -> $LOOP | LONG -> " + l +
-                 " | HUGE -> " + l + l + l))
+    for (const auto& [name, value] : Rows<2>(R"(
+            TMPDIR -> C:\TMP\
+            A      -> $B\x
+            B      -> C:\D/
+            LOOP   -> $LOOP
+            LONG   -> )" + l + "\nHUGE -> " + l +
+                                             l + l))
         DLLPutEnv(name.c_str(), value.c_str());
-    for (const auto& [name, expanded] :
-         Rows<2>("$A\\y -> C:\\D\\x\\y | $TMPDIR/a/b.txt -> C:\\TMP\\a\\b.txt | $ -> "
-                 " | $  TMPDIR -> C:\\TMP | $NOPE\\x -> \\x | a/b\\c$B -> a\\b\\c$B"
-                 " | $LOOP -> $LOOP | $LONG/x -> " +
-                 l + "\\x | $HUGE/x -> \\x"))
+    for (const auto& [name, expanded] : Rows<2>(R"(
+            $A\y            -> C:\D\x\y
+            $TMPDIR/a/b.txt -> C:\TMP\a\b.txt
+            $               ->
+            $  TMPDIR       -> C:\TMP
+            $NOPE\x         -> \x
+            a/b\c$B         -> a\b\c$B
+            $LOOP           -> $LOOP
+            $HUGE/x         -> \x
+            $LONG/x         -> )" + l + "\\x"))
         EXPECT_EQ(TakeText(EnvironFileName(Array(StringOfBytes(name)))), expanded) << name;
 }
 
 TEST_F(FilesTest, PathsOfAHostWithoutSettings) {
     setenv("VRLPATH", std::string(9000, 'p').c_str(), 1);  // too long to be read
     Start();
+    EXPECT_STREQ(getenv("VRLDATE"), "AMERICAN") << "the start settles it";
     EXPECT_EQ(TakeText(EnvironPrintDataPath()), "PRINT");
     EXPECT_EQ(BytesOf(EnvironPrintAttributesPath()), "PRINT\\PRINTCFG");
     EXPECT_EQ(BytesOf(EnvironPrintJobNumPath()), "PRINT\\NEXTJOB");
@@ -41,11 +51,14 @@ TEST_F(FilesTest, DatesGoByTheVariableThenByTheCountry) {
     Start();
     SetEnvironmentVariableA("VRPLATFORM_REGISTRY", "registry.txt");
     const std::string key = "REGEDIT4\n[HKEY_CURRENT_USER\\Control Panel\\International]\n";
-    for (const auto& [variable, country, after] :
-         Rows<3>("american ->  -> american | AMERICANS ->  -> AMERICANS |  ->  -> AMERICAN"
-                 " | unset -> x -> INTERNATIONAL | unset -> 1 -> AMERICAN | unset -> 44 -> "
-                 "INTERNATIONAL | " +
-                 std::string(9000, 'v') + " ->  -> AMERICAN")) {
+    for (const auto& [variable, country, after] : Rows<3>(R"(
+            american  ->    -> american
+            AMERICANS ->    -> AMERICANS
+                      ->    -> AMERICAN
+            unset     -> x  -> INTERNATIONAL
+            unset     -> 1  -> AMERICAN
+            unset     -> 44 -> INTERNATIONAL
+            )" + std::string(9000, 'v') + " -> -> AMERICAN")) {
         WriteFile("registry.txt", country.empty() ? "" : key + "\"iCountry\"=\"" + country + "\"");
         DLLPutEnv("VRLDATE", variable == "unset" ? nullptr : variable.c_str());
         EXPECT_EQ(EnvironInternationalDate(), lstrcmpiA(after.c_str(), "american") != 0);
@@ -55,17 +68,24 @@ TEST_F(FilesTest, DatesGoByTheVariableThenByTheCountry) {
 
 // The first dot of the module's path decides.
 TEST_F(FilesTest, TheModuleTellsHowVrExitEnds) {
-    for (const auto& [name, launcher, code] :
-         Rows<3>("host.exe -> 300 -> 7 | HOST.Dll -> 301 -> 47 | host.bin -> 302 -> 99"
-                 " | v1.2/host.exe -> 302 -> 99")) {
+    for (const auto& [name, launcher, given, code] : Rows<4>(R"(
+            host.exe      -> 300 -> 7 -> 7
+            host.exe      -> 300 -> 0 -> 99
+            HOST.Dll      -> 301 -> 7 -> 47
+            HOST.Dll      -> 301 -> 0 -> 40
+            host.bin      -> 302 -> 7 -> 99
+            v1.2/host.exe -> 302 -> 7 -> 99)")) {
         PutLibrary("./" + name);
-        const auto leaveInAThread = [&name = name] {
+        int32_t exitCode = std::stoi(given);
+        const auto leaveInAThread = [&name = name, &exitCode] {
             StartHost(nullptr, VrWord(LoadLibraryA(("./" + name).c_str())));
             std::fprintf(stderr, "%d", GetEnvironLauncher());
             pthread_t thread = {};
             void* result = nullptr;
-            const auto leave = [](void*) { return VrExit(7), reinterpret_cast<void*>(59); };
-            pthread_create(&thread, nullptr, leave, nullptr);
+            const auto leave = [](void* with) {
+                return VrExit(*static_cast<int32_t*>(with)), reinterpret_cast<void*>(59);
+            };
+            pthread_create(&thread, nullptr, leave, &exitCode);
             pthread_join(thread, &result);
             std::_Exit(int(40 + VrWord(result)));
         };

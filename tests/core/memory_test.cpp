@@ -2,6 +2,8 @@
 // layout to the byte, copies, and order.
 
 #include <algorithm>
+#include <array>
+#include <random>
 
 #include "tests/support/library_test.h"
 
@@ -17,16 +19,6 @@ bool IsAll(unsigned char byte, const unsigned char* block, size_t size) {
     return std::count(block, block + size, byte) == ptrdiff_t(size);
 }
 
-TEST_F(LibraryTest, ThePoolIsASizesQuarter) {
-    for (const auto& [size, stride] : {std::pair(1u, 8), {3, 8}, {4, 12}, {62, 68}}) {
-        const Bytes first = Alloc(size);
-        EXPECT_EQ(Alloc(size) - first, stride) << size;
-    }
-    void* large = malloc_memory(1);
-    EXPECT_EQ(ClassByteOf(large), 0) << "never from a pool";
-    free_mem(&large);
-}
-
 // A zero stands behind each block.
 TEST_F(LibraryTest, BytesSurviveReallocAndNewOnesAreZero) {
     for (const auto& [size, newSize] : {std::pair(3u, 7u), {59, 300}, {59, 3}, {63, 300}}) {
@@ -38,13 +30,20 @@ TEST_F(LibraryTest, BytesSurviveReallocAndNewOnesAreZero) {
         std::memset(block, 'x', size);
         block = static_cast<Bytes>(realloc_mem(block, newSize));
         const uint32_t kept = std::min(size, newSize);
-        EXPECT_TRUE(IsAll('x', block, kept) && IsAll(0, block + kept, newSize + 1 - kept));
+        EXPECT_TRUE(IsAll('x', block, kept)) << size;
+        EXPECT_TRUE(IsAll(0, block + kept, newSize + 1 - kept)) << size;
+        EXPECT_EQ(ClassByteOf(block), 0) << "a resized block is no slot";
         free_mem(&block);
     }
 }
 
 TEST_F(LibraryTest, WhatIsNoBlock) {
-    EXPECT_TRUE(!alloc_memory(0) && !malloc_memory(0) && !_free_mem(nullptr, "", 0));
+    EXPECT_EQ(alloc_memory(0), nullptr);
+    EXPECT_EQ(malloc_memory(0), nullptr);
+    EXPECT_EQ(_free_mem(nullptr, "", 0), 0);
+    void* large = malloc_memory(1);
+    EXPECT_EQ(ClassByteOf(large), 0) << "never from a pool";
+    free_mem(&large);
     void* const number = reinterpret_cast<void*>(256);
     for (void* none : std::initializer_list<void*>{nullptr, NullString(), number}) {
         void* variable = none;
@@ -74,21 +73,35 @@ TEST_F(LibraryTest, ReallocOfALongStringKeepsItsHeaderTrue) {
     }
 }
 
-std::string trace;
+std::string called, expected;  // the letters of the routines
 
 void Note(VrWord letter, VrWord value) {
-    trace += char(letter + value);
+    called += char(letter + value);
 }
 
-TEST(Callbacks, KindsHoldTenPairsEachInOrder) {
-    for (const char letter : std::string("abcdefghijk"))  // the eleventh is dropped
-        MemAddCallback(2, Note, VrWord(letter));
-    MemRemoveCallback(2, Note, 'c');
-    MemAddCallback(2, Note, 'x');  // in its place
-    MemCallCallbacks(2, 1);
-    EXPECT_EQ(trace, "bcyefghijk") << "a letter further each";
-    for (const auto& [kind, answer] : {std::pair(-1, -1), {0, 1}, {2, 1}, {3, -1}})
-        EXPECT_EQ(MemAddCallback(kind, Note, 'a'), answer);
+TEST(Callbacks, TheLowestOfTenSlotsIsTakenOrClearedAndAllAreCalledInOrder) {
+    std::mt19937 random(1);
+    std::array<char, kVrCallbackSlots> kinds[kVrCallbackKinds] = {};  // 0 for an empty slot
+    for (int step = 0; step < 2000; ++step) {
+        const int32_t kind = int32_t(random() % 5) - 1;
+        const bool isKind = kind >= 0 && kind < kVrCallbackKinds;
+        const char letter = char('a' + random() % 8), value = char(random() % 2);
+        auto& slots = kinds[isKind ? kind : 0];
+        const bool adds = random() % 5 < 3;
+        char* slot = std::ranges::find(slots, adds ? '\0' : letter);
+        if (isKind && slot != slots.end()) *slot = adds ? letter : '\0';
+        EXPECT_EQ((adds ? MemAddCallback : MemRemoveCallback)(kind, Note, VrWord(letter)),
+                  isKind ? 1 : -1);
+        EXPECT_EQ(MemCallCallbacks(kind, VrWord(value)), isKind ? 1 : -1);
+        for (const char each : slots) {
+            if (isKind && each != '\0') expected += char(each + value);
+        }
+        ASSERT_EQ(std::exchange(called, ""), std::exchange(expected, "")) << step;
+    }
+    MemAddCallback(
+        0, [](VrWord, VrWord) {}, 'a');
+    MemRemoveCallback(
+        0, [](VrWord, VrWord) { std::abort(); }, 'a');
 }
 
 TEST_F(LibraryTest, LayoutByLength) {
@@ -103,7 +116,9 @@ TEST_F(LibraryTest, LayoutByLength) {
             if (capacity == 0) continue;
             const auto [attribute, cursor, room, word] = HeaderOf(made);
             EXPECT_EQ(room, made == s ? capacity : int32_t(length));
-            EXPECT_EQ(attribute | cursor, 0);
+            EXPECT_EQ(attribute, 0);
+            EXPECT_EQ(cursor, 0);
+            EXPECT_EQ(word, 0x0F000000u);
         }
     }
 }
@@ -120,7 +135,8 @@ TEST_F(LibraryTest, SharedStringsStandForEmptyAndTruth) {
         EXPECT_EQ(NewString(VR_SHARED_STRING(block)), VR_SHARED_STRING(block));
     }
     EXPECT_EQ(static_cast<void*>(dup_str(nullptr)), NullString());
-    EXPECT_EQ(TakeBytes(StrToVrStr(nullptr)) + TakeBytes(StrToVrStr("text")), "text");
+    EXPECT_EQ(StrToVrStr(nullptr), NullString());
+    EXPECT_EQ(TakeBytes(StrToVrStr("text")), "text");
 }
 
 TEST_F(LibraryTest, ACopyHasRoomAndTheMemo) {
@@ -155,15 +171,20 @@ TEST_F(LibraryTest, TheFirstDifferenceDecidesWhereverItIs) {
     }
 }
 
+// The rows stand in their order; a null string is before the empty one.
 TEST_F(LibraryTest, OrderIsByUnsignedBytesAndThenLength) {
-    const std::string b = {"a\0b", 3}, c = {"a\0c", 3};
-    const std::tuple<std::string, std::string, int32_t> cases[] = {
-        {"\xFF", "\x01", 254}, {"ab", "abc", -1}, {"abcd", "ab", 2},
-        {"ab", "", 1},         {b, c, -1},        {"same", "same", 0}};
-    for (const auto& [first, second, order] : cases)
-        EXPECT_EQ(CompareVrStrings(Array(first), Array(second)), order) << first << " " << second;
-    for (VrString none : {VrString(nullptr), NullString()})
-        EXPECT_EQ(CompareVrStrings(none, Array("x")) + CompareVrStrings(Array("x"), none), 0);
+    const Array negative("x"), low("\x01"), zeros(StringOfBytes({"a\0b", 3})),
+        more(StringOfBytes({"a\0c", 3})), start("ab"), longer("abcd"), high("\xFF");
+    negative->length = -1;
+    const std::tuple<VrString, VrString, int32_t> cases[] = {
+        {nullptr, nullptr, 0}, {nullptr, NullString(), -1}, {NullString(), negative, 0},
+        {nullptr, low, -1},    {negative, low, -1},         {low, zeros, 1 - 'a'},
+        {zeros, more, -1},     {more, start, -'b'},         {start, longer, -2},
+        {start, start, 0},     {longer, high, 'a' - 255}};
+    for (const auto& [first, second, order] : cases) {
+        EXPECT_EQ(CompareVrStrings(first, second), order);
+        EXPECT_EQ(CompareVrStrings(second, first), -order);
+    }
 }
 
 }  // namespace

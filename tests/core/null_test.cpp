@@ -1,4 +1,4 @@
-// A null object is passed over, with the empty result of its kind, and so are numbers out of
+// A null object is ignored, with the empty result of its kind, and so are numbers out of
 // range.
 
 #include "tests/support/library_test.h"
@@ -15,7 +15,7 @@ void ExpectNulls(const std::vector<const void*>& results) {
     ExpectEach<const void*>(nullptr, results);
 }
 
-TEST_F(LibraryTest, NullObjectsArePassedOver) {
+TEST_F(LibraryTest, NullObjectsAreIgnored) {
     int32_t sizes[] = {1, 1};
     VrWord value = 7;
     vrHeapDestroy(nullptr);
@@ -42,55 +42,39 @@ TEST_F(LibraryTest, NullObjectsArePassedOver) {
     ExpectEach(NullString(), {vrHeapUnloadToVrString(nullptr), BufDscrMakeVrStr(nullptr)});
     EXPECT_EQ(CacheIncrObjStr(nullptr, "k"), 32);
     EXPECT_EQ(findchar(nullptr, 'a', 1), -1);
-    EXPECT_EQ(IniGetInt(nullptr, "k", 3) + IniGetInt("s", nullptr, 4), 7);
+    EXPECT_EQ(IniGetInt(nullptr, "k", 3), 3);
+    EXPECT_EQ(IniGetInt("s", nullptr, 4), 4);
     EXPECT_EQ(value, 7u);
 }
 
-TEST_F(LibraryTest, BadNumbersAndNamesArePassedOver) {
+TEST_F(LibraryTest, BadNumbersAndNamesAreIgnored) {
     int32_t out = 0;
     VrWord value = 7;
     HashTable* keys = HashTableCreate(1, nullptr, 0, 0);
     VrString one = VR_SHARED_STRING(TrueVrStr);
     char empty[] = "", prefix[] = "1";
     DirSearch* search = nullptr;
-    for (int32_t i = 2; i < 500; ++i)
-        EXPECT_EQ(Quark(std::to_string(i).c_str()), i);
-    EXPECT_STREQ(QuarkToString(499), "499");
     ExpectNulls({realloc_mem(nullptr, 0), MemBufCreate(0), BufDscrCreate(0),
                  HashTableCreate(0, nullptr, 0, 0), CacheCreate(0, nullptr, nullptr, 0),
                  HashTableEntry(keys, -1, &value), QuarkToString(-1), QuarkToString(0),
-                 QuarkToString(500), ExtractBaseName(one, nullptr), ExtractBaseName(one, empty),
+                 QuarkToString(2), ExtractBaseName(one, nullptr), ExtractBaseName(one, empty),
                  ExtractBaseName(one, prefix), DirFirst("", &search), DirNext(search)});
     EXPECT_EQ(value, 7u);
     DirClose(&search);
     DirClose(&search);
     OsClose(-1);
-    const auto unknown = [](VrWord, VrWord) {};
-    ExpectEach(1, {MemAddCallback(0, nullptr, 0), MemRemoveCallback(0, unknown, 0)});
-    ExpectEach(-1, {MemRemoveCallback(3, nullptr, 0), MemCallCallbacks(-1, 0),
-                    tblCreate("t", 0, 0, nullptr), tblCreate("t", 4, -1, nullptr),
+    EXPECT_EQ(MemAddCallback(0, nullptr, 0), 1);
+    ExpectEach(-1, {tblCreate("t", 0, 0, nullptr), tblCreate("t", 4, -1, nullptr),
                     tblCreate("t", 4, 4, nullptr), LockUnlockKey(0, nullptr),
                     LockLockKey(0xFFFF0000, nullptr, 0, 0)});
     ExpectEach(0, {MoDaYrToDaysSince67(-1, 1, 2000, &out), MoDaYrToDaysSince67(12, 1, 2000, &out),
                    MoDaYrToDaysSince67(0, 0, 2000, &out), MoDaYrToDaysSince67(0, 1, -1, &out)});
-    HashTableInstall(keys, "k", 1);
-    HashTableRemove(keys, "k", 2);
-    EXPECT_EQ(HashTableLookup(keys, "k"), 1u);
     HashTableDestroy(keys);
-    Cache* cache = CacheCreate(1, nullptr, nullptr, 0);
-    CacheInstall(cache, "n", 1, 0, 0);
-    for (const char* name : {"missing", "n"}) {
-        for (auto count : {CacheStackCountDec, CacheClassUseDecr, CacheClassUseInc, CacheClassDrop})
-            count(cache, name);
-    }
-    CacheStackCountInc(cache, "missing");
-    EXPECT_EQ(CacheLookup(cache, "n"), 1u);
-    CacheDestroy(cache);
     VrHeap* heap = vrHeapCreate();
-    EXPECT_EQ(vrHeapSize(heap, &out) + out, 0);
+    EXPECT_EQ(vrHeapSize(heap, &out), 0);
+    EXPECT_EQ(out, 0);
     vrHeapDestroy(heap);
     EXPECT_EQ(MemFixedWrite("x", 0), MemFixedAlloc(0));
-    EXPECT_EQ(extract_field(9, 0, 0, one), NullString());
     EXPECT_EQ(SkipBackNAttrs(one, 5, &(out = 0, out)), 5);
     for (int32_t offset : {-1, 0, 9})
         EXPECT_EQ(TakeCText(get_text_word(&offset, offset == 0 ? nullptr : "word")), "");
@@ -98,12 +82,6 @@ TEST_F(LibraryTest, BadNumbersAndNamesArePassedOver) {
     EXPECT_STREQ(GetPortNumber(), "Unknown");
     DLLPutEnv("VRLPORT", "COM2");
     EXPECT_STREQ(GetPortNumber(), "COM2");
-}
-
-TEST_F(LibraryTest, BreaksNest) {
-    for (int32_t state : {1, 0, 0, 5})
-        SetBreakState(state);
-    EXPECT_EQ(GetBreakState(), 1);
 }
 
 }  // namespace

@@ -38,14 +38,14 @@ TEST_F(LibraryTest, TheNearerOfMemoAndStartBeginsTheSearch) {
     }
 }
 
-// An edit of one attribute; what comes out is closed by a zero.
+// An edit of one attribute.
 std::string Replaced(VrString s, int32_t attribute, const Array& element) {
     UtilPosition position = {attribute, 0, 0, kVrFirstCursor};
     VrString result = UtilInsertReplace(&position, s, element, 1);
-    const bool isClosed = VrStrText(result)[result->length] == 0;
+    EXPECT_EQ(VrStrText(result)[result->length], 0);
     const std::string text = Swapped(BytesOf(result), kMarks, kNotation);
     if (result != s) free_mem(&result);
-    return isClosed ? text : "a string without a zero";
+    return text;
 }
 
 TEST_F(LibraryTest, EditsOfStringsThatAreNotWhatTheySeem) {
@@ -91,7 +91,8 @@ TEST_F(LibraryTest, AMessageLeavesTheElementInItsBuffer) {
     auto* out = reinterpret_cast<VrString>(MemBuf1);
     EXPECT_EQ(UtilGetNextValue(s, kVrFirstCursor, &out, 14), 10);
     EXPECT_EQ(boxes.shown.back().size(), 2 + 1023u);
-    EXPECT_TRUE(out->length == 5 && VrStrText(out)[5] == 0);
+    EXPECT_EQ(out->length, 5);
+    EXPECT_EQ(VrStrText(out)[5], 0);
 }
 
 // A row is "record|list|what get gives" or "record|values|list|what put gives".
@@ -107,9 +108,15 @@ void CheckFields(const std::string& row) {
 }
 
 TEST_F(LibraryTest, FieldRecordsByOddLists) {
-    for (const char* row :
-         {"a^b^c|3^|c", "a^b^c|0^x^-1^2|a^a^a^b", "a]b^c| +1x^\t2|a]b^c", "a^b|4294967297^2]1|^b",
-          "a^b^c|X^Y|3^1|Y^b^X", "a^b]c^d|X]Y^Z|2^x|Z", "a^b|X^Y^Z|2^2^2^|a^Z"})
+    for (const char* row : {
+             "a^b^c|3^|c",
+             "a^b^c|0^x^-1^2|a^a^a^b",
+             "a]b^c| +1x^\t2|a]b^c",
+             "a^b|4294967297^2]1|^b",
+             "a^b^c|X^Y|3^1|Y^b^X",
+             "a^b]c^d|X]Y^Z|2^x|Z",
+             "a^b|X^Y^Z|2^2^2^|a^Z",
+         })
         CheckFields(row);
     VrString shared = VR_SHARED_STRING(TrueVrStr);
     EXPECT_EQ(TakeText(UtilPutFieldsInVrString(shared, Array("X"), shared)), "X");

@@ -1,10 +1,14 @@
 // The budget of open files, the calls on a file, listings, directories and full paths; and
 // free-text names made into names on disk.
 
+#include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
+#include <cerrno>
+#include <map>
+#include <random>
 #include <set>
-#include <sstream>
 
 #include "platform/files.h"
 #include "tests/support/library_test.h"
@@ -13,18 +17,74 @@ namespace {
 
 constexpr int32_t kNew = kOpenReadWrite | kOpenCreate;
 
-TEST_F(FilesTest, TheBudgetOf120AsksBeforeTheOpenAtTheLimit) {
+int32_t runs = 0;  // of the callback
+
+void CountRuns() {
+    const auto count = [](VrWord, VrWord) { ++runs; };
+    MemAddCallback(kVrTooManyOpenFiles, count, 0);
+}
+
+TEST_F(FilesTest, TheBudgetIs120FilesUnlessItIsSet) {
     StartWithFiles();
-    static int runs = 0;
-    MemAddCallback(
-        kVrTooManyOpenFiles, [](VrWord, VrWord) { ++runs; }, 0);
-    for (int i = 0; i < 119; ++i)
+    CountRuns();
+    for (int i = 0; i < 122; ++i)
         OsFilesInc();
-    for (const int expected : {0, 1, 2}) {
-        int32_t handle = 0;
-        EXPECT_EQ(OsOpen("a", kNew, kPermissionWrite, &handle), 0);
-        EXPECT_EQ(runs, expected);
+    EXPECT_EQ(runs, 2);
+}
+
+// With a log of each open. The callbacks run at the limit, and where handles are short.
+TEST_F(FilesTest, OpensAreCountedAskedForAndLoggedAsInTheModel) {
+    StartWithFiles("[Environment]\nMaxOpenFiles=4\n[DB]\nLOG=2\n");
+    EXPECT_EQ(VrdbLogInit("DB", nullptr), 0);
+    KeepLog();
+    CountRuns();
+    WriteFile("there", "");
+    std::mt19937 random(1);
+    std::string log = ReadFile("$$VRDB.LOG");
+    std::set<int32_t> handles;
+    int32_t expectedRuns = 0, count = 1;  // the log's own
+    const auto addLine = [&log](auto... parts) {
+        log += "\r\n@@@DOS ";
+        ((log += parts), ...);
+    };
+    for (int step = 0; step < 500 && !HasFailure(); ++step) {
+        const uint32_t action = random() % 10, refusals = random() % 3;
+        if (action < 5) {
+            const std::string path = random() % 3 == 0 ? "none" : "there";
+            const bool opens = path == "there" && refusals < 2;
+            expectedRuns += (count >= 4 ? 1 : 0) + (refusals > 0 ? 1 : 0);
+            int32_t handle = 0;
+            ControlFailOpens(1, refusals, kErrorTooManyOpenFiles);
+            EXPECT_EQ(OsOpen(path.c_str(), kOpenReadOnly, 0, &handle), opens           ? 0
+                                                                       : refusals == 0 ? -1
+                                                                                       : -2);
+            const int32_t error = refusals == 2 || (refusals == 1 && opens) ? EMFILE : ENOENT;
+            EXPECT_EQ(opens ? error : errno, error);
+            ControlFailOpens(1, 0, 0);
+            addLine("OPEN File ", path);
+            if (refusals > 0) addLine("OPEN Stat: ", std::to_string(error));
+            if (opens) addLine("Open Handle: ", std::to_string(handle));
+            EXPECT_EQ(handle == -1, !opens);
+            if (opens) handles.insert(handle), ++count;
+        } else if (action < 8) {
+            const int32_t handle = handles.empty() ? -1 : *handles.begin();
+            EXPECT_EQ(OsClose(handle), 1);
+            EXPECT_EQ(OsFileLength(handle), -1) << "it is closed";
+            handles.erase(handle);
+            count -= count != 0 ? 1 : 0;
+        } else if (action == 8) {
+            expectedRuns += count >= 4 ? 1 : 0;
+            OsFilesInc();
+            ++count;
+        } else {
+            OsFilesDec();
+            --count;
+        }
+        EXPECT_EQ(runs, expectedRuns) << step;
+        EXPECT_EQ(ReadFile("$$VRDB.LOG"), log);
     }
+    for (const int32_t handle : handles)
+        OsClose(handle);
 }
 
 TEST_F(FilesTest, AFileIsWrittenReadAndListed) {
@@ -42,11 +102,23 @@ TEST_F(FilesTest, AFileIsWrittenReadAndListed) {
     EXPECT_EQ(OsFgets(line, sizeof line, stream), nullptr);
     EXPECT_EQ(OsFclose(stream), 0);
 
+    struct stat status = {};
+    for (const auto& [access, write] : {std::pair(1'000'000'000, 1'100'000'000)}) {
+        const timespec times[] = {{access, 0}, {write, 0}};
+        utimensat(AT_FDCWD, "d/plain", times, 0);
+        stat("d/plain", &status);
+    }
     DirSearch* search = nullptr;
-    std::set<std::string> entries;
+    std::map<std::string, DirSearch> entries;
     for (auto* name = DirFirst("d\\", &search); name != nullptr; name = DirNext(search))
-        entries.insert(name + std::to_string(search->attributes ? 0 : search->size));
-    EXPECT_EQ(entries, (std::set<std::string>{".0", "..0", "plain7", "sub0"}));
+        entries[name] = *search;
+    EXPECT_EQ(entries.size(), 4u) << "with itself and its parent";
+    EXPECT_EQ(entries.count("sub"), 1u);
+    EXPECT_EQ(entries["plain"].attributes, 0u);
+    EXPECT_EQ(entries["plain"].size, 7u);
+    EXPECT_EQ(entries["plain"].accessTime, 1'000'000'000);
+    EXPECT_EQ(entries["plain"].writeTime, 1'100'000'000);
+    EXPECT_EQ(entries["plain"].creationTime, status.st_ctime);
     DirClose(&search);
     EXPECT_EQ(search, nullptr);
     EXPECT_EQ(DirFirst("missing", &search), nullptr);
@@ -82,16 +154,22 @@ struct NamesTest : FilesTest {
 };
 
 TEST_F(NamesTest, MappedNames) {
-    // Name, extension, result; each result then exists.
-    std::istringstream cases(R"(
-        customer      -      CUSTOME1        CUSTOMER      -   CUSTOMER
-        CUSTOMER      -      CUSTOME2        A.B           C   A_B1.C
-        ABC           DAT    ABC.DAT         ABC           DAT ABC1.DAT
-        A.B           -      A.B             A.B           -   A_B1
-        ABCDEFGH.TXT  -      ABCDEFGH.TXT    ABCDEFGHIJ.T  -   ABCDEFGHIJ.T
-        ABCDEFGHIJK.T -      ABCDEFG1        AB.CDEF       -   AB_CDEF1
-        ABCDEFGHIJ    X      ABCDEFG1.X      ABCDEFGH      LONGER ABCDEFGH.LON )");
-    for (std::string name, extension, result; cases >> name >> extension >> result;) {
+    // A name, its extension if there is one, and the result, which then exists.
+    for (const auto& [name, extension, result] : Rows<3>(R"(
+            customer      -> -      -> CUSTOME1
+            CUSTOMER      -> -      -> CUSTOMER
+            CUSTOMER      -> -      -> CUSTOME2
+            A.B           -> C      -> A_B1.C
+            ABC           -> DAT    -> ABC.DAT
+            ABC           -> DAT    -> ABC1.DAT
+            A.B           -> -      -> A.B
+            A.B           -> -      -> A_B1
+            ABCDEFGH.TXT  -> -      -> ABCDEFGH.TXT
+            ABCDEFGHIJ.T  -> -      -> ABCDEFGHIJ.T
+            ABCDEFGHIJK.T -> -      -> ABCDEFG1
+            AB.CDEF       -> -      -> AB_CDEF1
+            ABCDEFGHIJ    -> X      -> ABCDEFG1.X
+            ABCDEFGH      -> LONGER -> ABCDEFGH.LON)")) {
         EXPECT_EQ(Mapped(name, extension), result) << name;
         WriteFile(result, "");
     }
@@ -120,6 +198,15 @@ TEST_F(NamesTest, TheGapAmongManyNamesInOtherCase) {
         EXPECT_EQ(Mapped("ABCDEFGH", "-"), expected);
         WriteFile(expected, "");
     }
+}
+
+TEST_F(NamesTest, LongNamesKeepAllButTheStar) {
+    const std::string longest(260, 'n');
+    const std::pair<const char*, std::string> names[] = {{nullptr, "a^b.c ^"},
+                                                         {"x*", "a^b.c ^.x*"}};
+    for (const auto& [extension, result] : names)
+        EXPECT_EQ(TakeBytes(OsFileLongName(Array(StringOfBytes("a*b.c *")), extension)), result);
+    EXPECT_EQ(BytesOf(Array(OsFileLongName(Array(longest + "n"), "ext"))), longest + ".ext");
 }
 
 TEST_F(NamesTest, UniqueNames) {

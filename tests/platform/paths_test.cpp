@@ -24,9 +24,15 @@ struct Paths : testing::Test {
 
 // PATH -> the full path, with * for the case's folder.
 TEST_F(Paths, Expansion) {
-    for (auto& [path, full] :
-         Rows<2>("a/b\\c.d -> *\\a\\b\\c.d | .\\.\\x\\..\\y -> *\\y | C:x -> *\\x | D:x -> D:\\x"
-                 " | c:\\A\\..\\..\\..\\b -> C:\\b | \\x\\ -> C:\\x\\ | / -> C:\\ |  -> *")) {
+    for (auto& [path, full] : Rows<2>(R"(
+            a/b\c.d         -> *\a\b\c.d
+            .\.\x\..\y      -> *\y
+            C:x             -> *\x
+            D:x             -> D:\x
+            c:\A\..\..\..\b -> C:\b
+            \x\             -> C:\x\
+            /               -> C:\
+                            -> *)")) {
         char buffer[1000] = "none";
         if (full[0] == '*') full.replace(0, 1, directory.drivePath);
         EXPECT_EQ(ExpandPath(buffer, path.c_str(), sizeof buffer), full) << path;
@@ -41,9 +47,13 @@ TEST_F(Paths, NamesAreFoundInAnyCaseTheExactOneFirst) {
     WriteFile("Data/One", "1");
     WriteFile("Data/two", "lower");
     WriteFile("Data/TWO", "upper");
-    for (const auto& [path, text] :
-         Rows<2>("DATA\\ONE -> 1 | data/TWO -> upper | data/two -> lower | data/three -> none | " +
-                 directory.Drive("data\\one") + " -> 1 | " + directory.path + "/Data/One -> 1")) {
+    for (const auto& [path, text] : Rows<2>(R"(
+            DATA\ONE   -> 1
+            data/TWO   -> upper
+            data/two   -> lower
+            data/three -> none
+            )" + directory.Drive("data\\one") +
+                                            " -> 1\n" + directory.path + "/Data/One -> 1")) {
         char bytes[16] = "none";
         const int32_t handle = FileOpen(path.c_str(), kOpenReadOnly, kShareDenyNone, 0);
         FileRead(handle, bytes, sizeof bytes);

@@ -16,13 +16,10 @@
 
 #include "platform/process.h"
 #include "tests/support/emulated.h"
+#include "tests/support/held.h"
 #include "tests/support/temp_directory.h"
 
 namespace {
-
-size_t Entries(const char* folder) {
-    return size_t(std::distance(std::filesystem::directory_iterator(folder), {}));
-}
 
 bool Start(std::string line, ProcessInformation& information) {
     return CreateProcessA(nullptr, line.data(), nullptr, nullptr, 0, 0, nullptr, nullptr, nullptr,
@@ -51,18 +48,18 @@ bool Becomes(const std::function<bool()>& wanted) {
 TEST(Programs, ThoseLeftToThemselvesCostOneThreadAndLeaveNoZombie) {
     const pid_t own = fork();
     if (own == 0) _exit(3);
-    const size_t threads = Entries("/proc/self/task");
-    const size_t descriptors = Entries("/proc/self/fd");
+    const ptrdiff_t threads = EntriesOf("/proc/self/task");
+    const ptrdiff_t descriptors = EntriesOf("/proc/self/fd");
     std::vector<uint32_t> programs;
     for (int i = 0; i < 40; ++i)
         programs.push_back(LeaveToItself("sleep 60"));
-    EXPECT_EQ(Entries("/proc/self/task"), threads + 1);
-    EXPECT_EQ(Entries("/proc/self/fd"), descriptors);
+    EXPECT_EQ(EntriesOf("/proc/self/task"), threads + 1);
+    EXPECT_EQ(EntriesOf("/proc/self/fd"), descriptors);
     for (const uint32_t program : programs)
         EXPECT_EQ(kill(pid_t(program), SIGKILL), 0);
     for (const uint32_t program : programs)
         EXPECT_TRUE(Becomes([=] { return kill(pid_t(program), 0) != 0; }));
-    EXPECT_TRUE(Becomes([=] { return Entries("/proc/self/task") == threads; }));
+    EXPECT_TRUE(Becomes([=] { return EntriesOf("/proc/self/task") == threads; }));
     int status = 0;
     EXPECT_EQ(waitpid(own, &status, 0), own) << "the host's own child is the host's";
     EXPECT_EQ(WEXITSTATUS(status), 3);

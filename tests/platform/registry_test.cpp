@@ -41,14 +41,22 @@ std::string Query(const std::string& path, const std::string& name) {
 
 // The last two are cut off, which leaves the next line alone.
 TEST_F(Registry, EachFormOfAValue) {
-    for (const auto& [data, expected] :
-         Rows<2>(R"("a\\b \"q\" C:\x" ; note -> 1:a\b "q" C:\x~ | dword:89abcdeF; -> )"
-                 "4:\xEF\xCD\xAB\x89 |  \"\" \r -> 1:~ | \"\xC3\xA9\0b\"\r -> 1:\xC3\xA9~b~"
-                 " | hex:01,2 , fF,\\\r\n  00,\\\r\n  7f\r -> 3:\x01\x02\xFF~\x7F"
-                 " | hex(1):61 -> 1:a~ | hex(2):61,00 -> 2:a~ | hex(7):61,00,62 -> 7:a~b"
-                 " | hex(ffffffff):01 -> 4294967295:\x01 | \"1\"\n;\"n\"=\"2\" -> 1:1~"
-                 " | \"1\"\n\"N\"=-  -> 2 | hex:01,\\\n[HKEY_LOCAL_MACHINE\\B]\n\"n\"=\"2\" -> 3:\1"
-                 " | hex:01,\\\n\"n\"=\"2\" -> 1:2~"s)) {
+    const std::pair<std::string, std::string> cases[] = {
+        {R"("a\\b \"q\" C:\x" ; note)", R"(1:a\b "q" C:\x~)"},
+        {"dword:89abcdeF;", "4:\xEF\xCD\xAB\x89"},
+        {" \"\" \r", "1:~"},
+        {"\"\xC3\xA9\0b\"\r"s, "1:\xC3\xA9~b~"},
+        {"hex:01,2 , fF,\\\r\n  00,\\\r\n  7f\r", "3:\x01\x02\xFF~\x7F"},
+        {"hex(1):61", "1:a~"},
+        {"hex(2):61,00", "2:a~"},
+        {"hex(7):61,00,62", "7:a~b"},
+        {"hex(ffffffff):01", "4294967295:\x01"},
+        {"\"1\"\n;\"n\"=\"2\"", "1:1~"},
+        {"\"1\"\n\"N\"=- ", "2"},
+        {"hex:01,\\\n[HKEY_LOCAL_MACHINE\\B]\n\"n\"=\"2\"", "3:\1"},
+        {"hex:01,\\\n\"n\"=\"2\"", "1:2~"},
+    };
+    for (const auto& [data, expected] : cases) {
         WriteFile("export.reg", "REGEDIT4\r\n\r\n[HKEY_LOCAL_MACHINE\\A]\r\n\t\"n\" =" + data);
         EXPECT_EQ(Query("A", "N"), expected) << data;
     }
@@ -62,12 +70,31 @@ TEST_F(Registry, KeysMergeGoAndHaveParents) {
               "[HKEY_LOCAL_MACHINE\\Again]\n@=\"0\"\n[HKEY_LOCAL_MACHINE\\Broken\n@=\"nowhere\"\n"
               "[-hkey_local_machine\\gone]\n@=\"nowhere\"\n[-HKEY_LOCAL_MACHINE\\Again]\n"
               "[HKEY_LOCAL_MACHINE\\Again]\n\"w\"=\"5\"");
-    for (const auto& [path, name, value] :
-         Rows<3>("a\\b\\C\\ ->  -> 1:1~ | A\\B\\C -> W -> 1:3~ | A\\\\D ->  -> 1:4~ | Again -> w "
-                 "-> 1:5~"
-                 " | A\\B\\ ->  -> 2 | Again ->  -> 2 |  ->  -> 2 | Gone ->  -> no key"
-                 " | A\\D ->  -> no key | \\A ->  -> no key | Broken ->  -> no key"))
+    for (const auto& [path, name, value] : Rows<3>(R"(
+            a\b\C\ ->   -> 1:1~
+            A\B\C  -> W -> 1:3~
+            A\\D   ->   -> 1:4~
+            Again  -> w -> 1:5~
+            A\B\   ->   -> 2
+            Again  ->   -> 2
+                   ->   -> 2
+            Gone   ->   -> no key
+            A\D    ->   -> no key
+            \A     ->   -> no key
+            Broken ->   -> no key)"))
         EXPECT_EQ(Query(path, name), value) << path;
+    HKEY keys[2] = {};
+    for (HKEY& key : keys)
+        EXPECT_EQ(RegOpenKeyExA(HKEY_LOCAL_MACHINE, &key == keys ? "Again" : "A\\B\\C", 0, KEY_READ,
+                                &key),
+                  0);
+    for (HKEY& key : keys) {
+        char text[4] = "";
+        uint32_t size = sizeof text;
+        RegQueryValueExA(key, "w", nullptr, nullptr, reinterpret_cast<unsigned char*>(text), &size);
+        EXPECT_STREQ(text, &key == keys ? "5" : "3") << "two are open at once";
+        EXPECT_EQ(RegCloseKey(key), ERROR_SUCCESS);
+    }
 }
 
 // Two seconds after a change what was read is kept, until the next one.
@@ -113,9 +140,15 @@ TEST_F(Registry, VersionTextsByName) {
               "productname=second\nEmpty=\r\nLast=\xFF");
     std::vector<char> block(GetFileVersionInfoSizeA("m", nullptr));
     ASSERT_EQ(GetFileVersionInfoA("m", 0, block.size(), block.data()), 1);
-    for (const auto& [name, text] : Rows<2>("040904b0\\PRODUCTNAME ->  My = App \0 | "
-                                            "00FfaAb0\\Empty -> \0 | 040904b0\\last -> \xFF\0"
-                                            " | 040904b0\\;A ->  | 040904g0\\Last ->  |  -> "s)) {
+    const std::pair<std::string, std::string> cases[] = {
+        {"040904b0\\PRODUCTNAME", " My = App \0"s},
+        {"00FfaAb0\\Empty", "\0"s},
+        {"040904b0\\last", "\xFF\0"s},
+        {"040904b0\\;A", ""},
+        {"040904g0\\Last", ""},
+        {"", ""},
+    };
+    for (const auto& [name, text] : cases) {
         void* found = nullptr;
         uint32_t length = 0;
         const std::string query = "\\StringFileInfo\\" + name;

@@ -10,7 +10,8 @@
 
 inline void PutLibrary(const std::filesystem::path& path) {
     std::filesystem::create_directories(path.parent_path());
-    std::filesystem::copy_file(VR_COUNTED_LIBRARY_PATH, path);
+    std::filesystem::copy_file(VR_COUNTED_LIBRARY_PATH, path,
+                               std::filesystem::copy_options::skip_existing);
 }
 
 // Makes one the host's module.

@@ -36,12 +36,20 @@ TEST_F(DllTest, NamesAreFoundInTheirOrderAndLoadedOnce) {
                                    "BASE/BIN/epsilon.so", "PRODUCT/BIN/epsilon.so"})
         PutLibrary(path);
     WriteFile("HOST/epsilon.so", "no library");
-    for (const auto& [name, loaded] :
-         Rows<2>("alpha -> HOST/ALPHA.so | BETA.DLL -> HOST/libbeta.SO | C:alpha | \\alpha"
-                 " | Gamma.Dll -> HOST/gamma.dll | SUB\\delta -> SUB/delta.so | unknown | "
-                 " | epsilon.dll -> BIN/epsilon.so | EPSILON -> BIN/epsilon.so"
-                 " | counted_library.dll -> lib/counted_library.so | " +
-                 directory.Drive("HOST\\SUB\\delta") + " -> SUB/delta.so")) {
+    for (const auto& [name, loaded] : Rows<2>(R"(
+            alpha               -> HOST/ALPHA.so
+            BETA.DLL            -> HOST/libbeta.SO
+            C:alpha             ->
+            \alpha              ->
+            Gamma.Dll           -> HOST/gamma.dll
+            SUB\delta           -> SUB/delta.so
+            unknown             ->
+                                ->
+            epsilon.dll         -> BIN/epsilon.so
+            EPSILON             -> BIN/epsilon.so
+            counted_library.dll -> lib/counted_library.so
+            )" + directory.Drive("HOST\\SUB\\delta") +
+                                              " -> SUB/delta.so")) {
         const bool hasBase = name[0] >= 'a';
         const VrWord module =
             DllLoad(name.c_str(), hasBase ? directory.Drive("BASE").c_str() : nullptr);

@@ -28,20 +28,15 @@ std::string ProcessState() {
     return state + ' ' + std::to_string(mask);
 }
 
-// The log's line buffer stays for the life of the process.
-struct MannersTest : FilesTest {
-    void TearDown() override {
-        EXPECT_EQ(ControlBlocksOut(), 1u);
-    }
-};
-
-TEST_F(MannersTest, TheProcessIsLeftAsItWas) {
+TEST_F(FilesTest, TheProcessIsLeftAsItWas) {
     umask(027);
     const std::string before = ProcessState();
     StartWithFiles("[DB]\nLOG=63\n");
     VrdbLogInit("DB", "T");
+    KeepLog();
     int32_t handle = -1;
-    EXPECT_GT(dup(STDOUT_FILENO), 2);
+    const int copy = dup(STDOUT_FILENO);
+    EXPECT_GT(copy, 2);
     OsOpen("file", kOpenCreate | kOpenReadWrite, kPermissionWrite, &handle);
     VrLockHandle file = 0;
     EXPECT_EQ(LockRegister(".\\file", &file), 0);
@@ -51,6 +46,8 @@ TEST_F(MannersTest, TheProcessIsLeftAsItWas) {
     EXPECT_EQ(System("&true", nullptr), 1);
     EXPECT_EQ(System("ls /proc/self/fd", "OUT"), 0);
     EXPECT_EQ(ReadFile("OUT"), "0\n1\n2\n3\n") << "3 is the listing's own";
+    close(copy);
+    OsClose(handle);
     VrExit(0);
     EXPECT_EQ(ProcessState(), before);
     int status = 0;

@@ -1,6 +1,6 @@
-// The fixtures of every test that runs the library: up in the case, down after it,
-// and nothing left out. UtilInit works once in a process, so each case is a process
-// of its own; CTest runs them that way.
+// The fixtures of every test that runs the library: up in the case, down after it, and the
+// process then holds what it held before. UtilInit works once in a process, so each case is
+// a process of its own; CTest runs them that way.
 #ifndef TESTS_SUPPORT_LIBRARY_TEST_H
 #define TESTS_SUPPORT_LIBRARY_TEST_H
 
@@ -8,6 +8,7 @@
 
 #include "tests/support/arrays.h"
 #include "tests/support/boxes.h"
+#include "tests/support/held.h"
 #include "tests/support/rows.h"
 #include "tests/support/temp_directory.h"
 #include "vr/vr.h"
@@ -39,8 +40,9 @@ struct HostTest : testing::Test {
     }
     void TearDown() override {
         VrExit(0);
-        EXPECT_EQ(ControlBlocksOut(), 0u) << "blocks still out after VrExit";
+        EXPECT_EQ(HeldInTheEnd(held), held);
     }
+    Held held = HeldNow();  // before the start; a case adds what the library keeps for good
     Boxes boxes;
 };
 
@@ -56,6 +58,11 @@ struct FilesTest : HostTest {
     void StartWithFiles(const std::string& settings = "") {
         WriteFile("test.ini", settings);
         EXPECT_TRUE(StartHost("test.ini"));
+    }
+    // The log's file and line buffer stay for the life of the process.
+    void KeepLog() {
+        ++held["descriptors"];
+        ++held["platform blocks"];
     }
     TempDirectory directory;
 };

@@ -1,27 +1,32 @@
-// Tables as text: Rows<2>("a -> b | c -> d") has the rows {"a", "b"} and {"c", "d"}.
+// Tables as text, a row a line: Rows<2>("\n a -> b \n c -> d \n") has the rows {"a", "b"} and
+// {"c", "d"}. The blanks around a cell are not part of it.
 #ifndef TESTS_SUPPORT_ROWS_H
 #define TESTS_SUPPORT_ROWS_H
 
 #include <array>
+#include <sstream>
 #include <string>
-#include <string_view>
 #include <vector>
 
-// Takes the text up to the separator, and that with it.
-inline std::string TakeUpTo(std::string_view separator, std::string_view& text) {
-    const std::string taken(text.substr(0, text.find(separator)));
-    text.remove_prefix(std::min(taken.size() + separator.size(), text.size()));
-    return taken;
+inline std::string Trimmed(const std::string& text) {
+    const size_t first = text.find_first_not_of(' ');
+    return first == text.npos ? "" : text.substr(first, text.find_last_not_of(' ') + 1 - first);
 }
 
 template <size_t kColumns>
-std::vector<std::array<std::string, kColumns>> Rows(std::string_view table) {
+std::vector<std::array<std::string, kColumns>> Rows(const std::string& table) {
     std::vector<std::array<std::string, kColumns>> rows;
-    while (!table.empty()) {
-        const std::string row = TakeUpTo(" | ", table);
-        std::string_view rest = row;
-        for (std::string& cell : rows.emplace_back())
-            cell = TakeUpTo(" -> ", rest);
+    std::istringstream lines(table);
+    for (std::string line; std::getline(lines, line);) {
+        if (Trimmed(line).empty()) continue;
+        std::array<std::string, kColumns>& row = rows.emplace_back();
+        line = "  " + line + " ";  // so that a first or last cell may be empty
+        size_t from = 0;
+        for (std::string& cell : row) {
+            const size_t arrow = std::min(line.find(" -> ", from), line.size());
+            cell = Trimmed(line.substr(std::min(from, arrow), arrow - from));
+            from = arrow + 3;
+        }
     }
     return rows;
 }

@@ -211,12 +211,8 @@ struct HeapTest : FilesTest, testing::WithParamInterface<Case> {
             },
             nullptr);
     }
-    static ptrdiff_t Descriptors() {
-        const std::filesystem::directory_iterator open("/proc/self/fd");
-        return std::distance(begin(open), end(open));
-    }
     static void FailInTurn(const Case& each, bool fromThereOn) {
-        const ptrdiff_t descriptors = Descriptors();
+        const ptrdiff_t descriptors = EntriesOf("/proc/self/fd");
         for (uint32_t nth = 1; met || nth == 1; ++nth) {
             SCOPED_TRACE(nth);
             met = false;
@@ -226,7 +222,7 @@ struct HeapTest : FilesTest, testing::WithParamInterface<Case> {
             callsUntilFailure = 0;
             EXPECT_TRUE(done || met);
             if (done) each.undo();
-            EXPECT_EQ(Descriptors(), descriptors);
+            EXPECT_EQ(EntriesOf("/proc/self/fd"), descriptors);
         }
         EXPECT_TRUE(each.run()) << "nothing fails any more";
         each.undo();

@@ -289,8 +289,7 @@ bool IsLocked() {
 void Finish([[maybe_unused]] int status, void*) {
     report->failuresMet = ControlFailuresMet();
     report->blocks = ControlBlocksOut();
-    const std::filesystem::directory_iterator open("/proc/self/fd");
-    report->descriptors = std::distance(begin(open), end(open));
+    report->descriptors = EntriesOf("/proc/self/fd");
     report->isLocked = IsLocked();
     boxes.copy(report->boxes, sizeof report->boxes - 1);
 #ifndef VR_COVERAGE  // whose counts are written behind this

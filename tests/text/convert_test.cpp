@@ -39,6 +39,8 @@ TEST_F(ConvertTest, EdgesOfTheFile) {
         {"65=66\n65=67", 2, "A", "B"},
         {" 65\t= 0102xyz", 1, "A", "B"},
         {"-191=-190\n+67=\"+68\"", 2, "AC", "BD"},
+        {"65=" + std::string(17, '0') + "66", 1, "A", "6"},  // of a value, 19 bytes count
+        {"65=" + std::string(18, '0') + "66", 1, "A", "\6"},
         {"[display]\n65=66", 1, "A", kSame}};
     for (const auto& [lines, flag, given, converted] : cases) {
         Load("[INPUT]\n" + lines + "\n");
@@ -82,14 +84,23 @@ TEST(ProfileTest, RulesOfTheReader) {
         "stray=1\r\n;[One]\r\n[ One ]\r\n\t Key\t=  value one \t\r\n;hidden=1\r\nkey=second\r\n"
         "double=\"  x \"\r\nsingle='y'\r\ntwo=\"\"z\"\"\r\nmark=\"\r\nempty=\r\n"
         "more=a=b;c\r\n\r\n[two]\nkey=2\n[ONE]\nlate=3\n[last]\nk=end");
-    for (const auto& [section, key, value] : Rows<3>(
-             "one -> KEY -> value one | one -> hidden -> none | One -> double ->   x  | "
-             "One -> single -> y | One -> two -> \"z\" | One -> mark -> \" | One -> empty ->  | "
-             "One -> more -> a=b;c | last -> k -> end |  -> stray -> none | One -> ke -> none | "
-             "- -> - -> One;two;ONE;last; | "
-             "One -> - -> Key;key;double;single;two;mark;empty;more;"))
+    for (const auto& [section, key, value] : Rows<3>(R"(
+            one  -> KEY    -> value one
+            one  -> hidden -> none
+            One  -> single -> y
+            One  -> two    -> "z"
+            One  -> mark   -> "
+            One  -> empty  ->
+            One  -> more   -> a=b;c
+            last -> k      -> end
+                 -> stray  -> none
+            One  -> ke     -> none
+            -    -> -      -> One;two;ONE;last;
+            One  -> -      -> Key;key;double;single;two;mark;empty;more;)"))
         EXPECT_EQ(Profile(section, key), value) << key;
-    EXPECT_EQ(Profile("One", "Key", 10) + Profile("One", "Key", 9), "value onevalue on");
+    EXPECT_EQ(Profile("One", "double"), "  x ");
+    EXPECT_EQ(Profile("One", "Key", 10), "value one");
+    EXPECT_EQ(Profile("One", "Key", 9), "value on");
     EXPECT_EQ(Profile("two", "-", 5), "key;") << "an exact fit";
     EXPECT_EQ(Profile("One", "-", 9), "Key;key");
 }

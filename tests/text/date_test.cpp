@@ -23,7 +23,10 @@ std::optional<int32_t> NumberOf(const Date& date) {
     EXPECT_EQ(MoDaYrToDayOfWeek(date[0], date[1], date[2], &weekday), answer);
     // Day 1 was a Monday, and a refusal writes nothing.
     EXPECT_EQ(weekday, answer == 1 ? ((days - 1LL) % 7 + 7) % 7 + 1 : -99);
-    EXPECT_TRUE(answer == 1 || (answer == 0 && days == -99));
+    if (answer != 1) {
+        EXPECT_EQ(answer, 0);
+        EXPECT_EQ(days, -99);
+    }
     return answer == 1 ? std::optional(days) : std::nullopt;
 }
 

@@ -1,0 +1,40 @@
+// What a process holds that a case must leave as it found it.
+#ifndef TESTS_SUPPORT_HELD_H
+#define TESTS_SUPPORT_HELD_H
+
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <filesystem>
+#include <iterator>
+#include <map>
+#include <string>
+
+#include "platform/control.h"
+
+inline ptrdiff_t EntriesOf(const char* folder) {
+    return std::distance(std::filesystem::directory_iterator(folder), {});
+}
+
+inline bool HasChildren() {
+    siginfo_t information;
+    return waitid(P_ALL, 0, &information, WEXITED | WNOHANG | WNOWAIT) == 0;
+}
+
+using Held = std::map<std::string, ptrdiff_t>;
+
+inline Held HeldNow() {
+    return {{"platform blocks", ControlBlocksOut()},
+            {"descriptors", EntriesOf("/proc/self/fd")},
+            {"threads", EntriesOf("/proc/self/task")},
+            {"has children", HasChildren()}};
+}
+
+// Gives programs that run on five seconds to end, and the thread that waits for them.
+inline Held HeldInTheEnd(const Held& expected) {
+    for (int i = 0; i < 500 && HeldNow() != expected; ++i)
+        usleep(10'000);
+    return HeldNow();
+}
+
+#endif
