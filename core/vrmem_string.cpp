@@ -11,6 +11,7 @@
 #include <cstring>
 
 #include "core/vrmem.h"
+#include "core/vrmem_check.h"
 
 unsigned char* NullVrStr = nullptr;
 unsigned char* FalseVrStr = nullptr;
@@ -30,6 +31,7 @@ using Allocator = void*(uint32_t size, const char* tag, int32_t line);
 
 // A block of more than the pools serve, as _alloc_memory gives it but for what is in it.
 void* UnclearedBlock(uint32_t size, const char* tag, int32_t line) {
+    if constexpr (vr::check::kOn) return _alloc_memory(size, tag, line);
     return _malloc_memory(size + kSpareByte, tag, line);
 }
 
@@ -51,6 +53,7 @@ VrString NewStringOf(uint32_t length, uint32_t spare, const char* tag, int32_t l
                      ? NewLongString<allocate>(length, spare, tag, line)
                      : static_cast<VrString>(allocate(length + vr::kStringOverhead, tag, line));
     s->length = static_cast<int32_t>(length);
+    if constexpr (vr::check::kOn) vr::check::BecameString(s);
     return s;
 }
 

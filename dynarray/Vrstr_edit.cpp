@@ -8,6 +8,7 @@
 
 #include <cstring>
 
+#include "core/vrmem_check.h"
 #include "dynarray/Vrstr.h"
 #include "vr/edit.h"
 
@@ -226,6 +227,7 @@ bool Appends(const UtilPosition& position) {
 // All that an edit calls is put in line, which halves the time of a short one.
 [[gnu::flatten]] VrString UtilInsertReplace(UtilPosition* position, VrString s, VrString element,
                                             uint32_t replace) {
+    if constexpr (vr::check::kOn) vr::check::Edited(s);
     CompleteNumbers(*position);
     if (position->attribute == 0) return CopyOfElement(element);
 

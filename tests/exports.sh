@@ -14,7 +14,7 @@ nm --dynamic --defined-only --format=posix "$4" |
 # Declarations one a line: the name stands before its arguments or its array size.
 "$5" -m32 -E -P -DVR_NO_POSITION_MACROS -I"$3" "$3/vr/vr.h" | tr '\n;' ' \n' |
     sed -n 's/__attribute__((visibility("default")))//p' |
-    sed 's/[[(].*//; s/ *$//; /extern /s/$/@/; s/.*[ *]//; s/@/ DATA/' |
+    sed 's/__attribute__((warn_unused_result))//; s/__attribute__((malloc))//; s/[[(].*//; s/ *$//; /extern /s/$/@/; s/.*[ *]//; s/@/ DATA/' |
     sort > "$work/headers"
 
 sed -n 's/.*@\([0-9]*\).*/\1/p' "$1" > "$work/ordinals"

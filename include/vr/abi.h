@@ -26,6 +26,12 @@
 /* What the library exports. */
 #define VR_API __attribute__((visibility("default")))
 
+/* On a function whose result the caller owns: dropping the result is a leak, and warns. */
+#define VR_OWNED __attribute__((warn_unused_result))
+
+/* On a function that returns a block that nothing else points into. */
+#define VR_FRESH __attribute__((malloc))
+
 VR_STATIC_ASSERT(sizeof(void*) == 4, "vrbase is a 32-bit library: compile with -m32");
 
 /* A 32-bit word that carries either a number or an address. */
@@ -36,7 +42,8 @@ typedef uintptr_t VrWord;
  * zero-terminated text that must stay valid during the call, and a line number.
  * Their headers give the plain name as a macro that fills in both. A source that
  * wants its own tag defines VR_MODULE before it includes anything of the library;
- * a source that wants no such macros defines VR_NO_POSITION_MACROS. */
+ * a source that wants no such macros, for instance since it has methods named NewString or
+ * free_mem, defines VR_NO_POSITION_MACROS before the first include. */
 #ifndef VR_MODULE
 #define VR_MODULE "host"
 #endif

@@ -32,7 +32,7 @@ VR_STATIC_ASSERT(sizeof(BufDscr) == 16, "four words");
 VR_BEGIN
 
 /* A new MemBuf without a chunk; null for a unit size below 1. */
-VR_API MemBuf* MemBufCreate(int32_t unitSize);
+VR_API VR_OWNED MemBuf* MemBufCreate(int32_t unitSize);
 
 /* Frees the MemBuf and all its pieces. */
 VR_API void MemBufDestroy(MemBuf* buffer);
@@ -45,7 +45,7 @@ VR_API void* MemBufAlloc(MemBuf* buffer, int32_t size);
 VR_API int32_t MemBufSize(const MemBuf* buffer, int32_t* reserved);
 
 /* A new BufDscr of that capacity, which is also its step; null for a size below 1. */
-VR_API BufDscr* BufDscrCreate(int32_t size);
+VR_API VR_OWNED BufDscr* BufDscrCreate(int32_t size);
 
 /* Frees the BufDscr and its data. */
 VR_API void BufDscrDestroy(BufDscr* buffer);
@@ -58,7 +58,7 @@ VR_API BufDscr* AddStrToBuffer(BufDscr* buffer, const void* source, int32_t leng
 
 /* A new string of the bytes written, which the caller frees; NullVrStr's string when
  * there are none. The BufDscr stays as it was. */
-VR_API VrString BufDscrMakeVrStr(const BufDscr* buffer);
+VR_API VR_OWNED VrString BufDscrMakeVrStr(const BufDscr* buffer);
 
 VR_END
 

@@ -61,8 +61,8 @@ VR_BEGIN
 
 /* A new cache, which the caller destroys; null for fewer than one bucket. Without a
  * release routine no body is ever released. */
-VR_API Cache* CacheCreate(int32_t bucketCount, CacheRoutine destroy, CacheRoutine release,
-                          VrWord owner);
+VR_API VR_OWNED Cache* CacheCreate(int32_t bucketCount, CacheRoutine destroy, CacheRoutine release,
+                                   VrWord owner);
 
 /* Destroys all items, in use or not, and the cache. */
 VR_API void CacheDestroy(Cache* cache);

@@ -41,7 +41,7 @@ VR_API void CvtInit(const char* file);
 /* The string with its bytes changed, by the input table for direction 0 and by the display
  * table for any other: a new string, which the caller frees, or `string` itself when no byte
  * has an entry. `string` must not be null. */
-VR_API VrString CvtConvert(VrString string, int32_t direction);
+VR_API VR_OWNED VrString CvtConvert(VrString string, int32_t direction);
 
 VR_END
 

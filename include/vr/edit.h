@@ -54,8 +54,8 @@ VR_STATIC_ASSERT(sizeof(UtilPosition) == 16, "four words");
  * shared string, which is never written to; `element` is only read and must not be `s`.
  * Neither may be null. A number that needs more marks than a string can hold ends the run
  * like every request for too much memory (vr/memory.h). */
-VR_API VrString UtilInsertReplace(UtilPosition* position, VrString s, VrString element,
-                                  uint32_t replace);
+VR_API VR_OWNED VrString UtilInsertReplace(UtilPosition* position, VrString s, VrString element,
+                                           uint32_t replace);
 
 /* Looks for the element number *count from the element that begins at `cursor`,
  * in the text of `length` bytes. Elements are divided by `mark`, and any higher byte, 255

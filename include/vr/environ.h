@@ -37,9 +37,9 @@ VR_API int32_t GetEnvironLauncher(void);
 
 /* VRLPRINTPATH, or PRINT, as a new string that the caller frees. All three are the
  * same. */
-VR_API VrString EnvironPrintPath(void);
-VR_API VrString EnvironPrintDataPath(void);
-VR_API VrString EnvironPrintQueuePath(void);
+VR_API VR_OWNED VrString EnvironPrintPath(void);
+VR_API VR_OWNED VrString EnvironPrintDataPath(void);
+VR_API VR_OWNED VrString EnvironPrintQueuePath(void);
 
 /* The print path with \PRINTCFG, or \NEXTJOB, behind it: a static string of at most
  * 251 bytes that the next call overwrites and nobody frees. */
@@ -58,7 +58,7 @@ VR_API int32_t EnvironInternationalDate(void);
  * trailing separator, up to ten times in a row, and every / made \. A variable that
  * is not set, or whose name has 256 bytes or more, is replaced by nothing. A new string
  * that the caller frees; NullVrStr's string for a null or empty name. */
-VR_API VrString EnvironFileName(VrString name);
+VR_API VR_OWNED VrString EnvironFileName(VrString name);
 
 VR_END
 

@@ -19,34 +19,36 @@ VR_BEGIN
 /* The element as a new string, inner marks included, or NullVrStr's string. A
  * `value` of 0 takes the whole attribute, whatever the subvalue; a `subvalue` of
  * 0 the whole value. */
-VR_API VrString extract_field(int32_t attribute, int32_t value, int32_t subvalue, VrString s);
+VR_API VR_OWNED VrString extract_field(int32_t attribute, int32_t value, int32_t subvalue,
+                                       VrString s);
 
 /* From the first byte of that element to the end of the whole text. */
-VR_API VrString extract_tail(int32_t attribute, int32_t value, int32_t subvalue, VrString s);
+VR_API VR_OWNED VrString extract_tail(int32_t attribute, int32_t value, int32_t subvalue,
+                                      VrString s);
 
 /* The whole attribute. */
-VR_API VrString get_field(int32_t attribute, VrString s);
+VR_API VR_OWNED VrString get_field(int32_t attribute, VrString s);
 
 /* get_field, and the tail of the attribute, as zero-terminated text in place of a
  * string: the text stands at the address itself, without a length, and ends for
  * its reader at the first zero byte it holds. An empty one is NullVrStr's string
  * itself, and must not be written to. */
-VR_API char* get_field_string(int32_t attribute, VrString s);
-VR_API char* get_tail_string(int32_t attribute, VrString s);
+VR_API VR_OWNED char* get_field_string(int32_t attribute, VrString s);
+VR_API VR_OWNED char* get_tail_string(int32_t attribute, VrString s);
 
 /* From the data offset, which counts from 0 at the first text byte, to the next
  * attribute mark or the end. NullVrStr's string for an offset outside the text. */
-VR_API VrString get_field_at_pos(int32_t offset, VrString s);
+VR_API VR_OWNED VrString get_field_at_pos(int32_t offset, VrString s);
 
 /* The next word from the data offset *offset on, as a zero-terminated block.
  * Words are divided by blanks (byte 32). *offset moves to the end of the word. An
  * empty block when there is none; a null or empty text, or an offset outside the
  * text, leaves *offset as it was. */
-VR_API char* get_text_word(int32_t* offset, const char* text);
+VR_API VR_OWNED char* get_text_word(int32_t* offset, const char* text);
 
 /* Field number `number` of the zero-terminated `text`, which must not be null, as
  * a zero-terminated block; empty beyond the last field. There is no quoting. */
-VR_API char* get_text_field(const char* text, unsigned char delimiter, int32_t number);
+VR_API VR_OWNED char* get_text_field(const char* text, unsigned char delimiter, int32_t number);
 
 /* 1 + the number of value marks, or of attribute marks, in the `length` bytes at
  * `data`; 0 for a length of 0 or less. Marks of other levels do not matter, so

@@ -20,7 +20,7 @@ VR_BEGIN
 /* A new dynamic array of the attributes of `record` that the list names, in its order;
  * NullVrStr's string for an empty list. A number below 1 means attribute 1, one past
  * the end gives an empty attribute. */
-VR_API VrString UtilGetFieldsFromVrString(VrString record, VrString fields);
+VR_API VR_OWNED VrString UtilGetFieldsFromVrString(VrString record, VrString fields);
 
 /* A copy of `record` with the attributes that the list names replaced by those of
  * `values`, in their order; with empty ones once those run out. Numbers mean the same as
@@ -31,13 +31,13 @@ VR_API VrString UtilGetFieldsFromVrString(VrString record, VrString fields);
  * longer one the first 91 bytes are the entry, the 92nd is lost, and the rest counts as a
  * further entry unless the list ends there. That entry uses up a value too, and its number
  * is 0 unless digits stand at its start: it then replaces the whole record. */
-VR_API VrString UtilPutFieldsInVrString(VrString record, VrString values, VrString fields);
+VR_API VR_OWNED VrString UtilPutFieldsInVrString(VrString record, VrString values, VrString fields);
 
 /* `s` with `oldLength` bytes, from data offset `offset` on, replaced. Data offsets count
  * from 0. What lies outside the text is clamped to it. *newOffset, which must not be null,
  * receives the data offset after the replacement, from where a caller can continue. */
-VR_API VrString UtilReplaceString(VrString s, VrString replacement, int32_t oldLength,
-                                  int32_t offset, int32_t* newOffset);
+VR_API VR_OWNED VrString UtilReplaceString(VrString s, VrString replacement, int32_t oldLength,
+                                           int32_t offset, int32_t* newOffset);
 
 VR_END
 

@@ -79,7 +79,7 @@ VR_API char* OsFgets(char* buffer, int32_t size, VrStream* stream);
 /* The full path, by the current directory, in upper case: a new string that the
  * caller frees. NullVrStr's string when the path is empty or its full form has more
  * than 254 bytes. */
-VR_API VrString GetFullPath(VrString path);
+VR_API VR_OWNED VrString GetFullPath(VrString path);
 
 /* Copies the smaller of `size` and 255 bytes of the current directory's text, with its zero
  * and whatever follows that, and returns the buffer. Fewer bytes than the text and its zero
@@ -124,26 +124,26 @@ VR_API void DirClose(DirSearch** search);
  * stay, and the name may have twelve. A new string that the caller frees, or NullVrStr's
  * string when no name is free; a folder that cannot be searched counts as empty. The
  * extension is upper-cased in the caller's memory. */
-VR_API VrString OsFileName(VrString name, char* extension);
+VR_API VR_OWNED VrString OsFileName(VrString name, char* extension);
 
 /* The counterpart for long names: up to 260 characters unchanged, except that * becomes ^,
  * then a dot and the extension, as far as they fit 390 bytes. A new string that the caller
  * frees. It does not look at the disk. */
-VR_API VrString OsFileLongName(VrString name, const char* extension);
+VR_API VR_OWNED VrString OsFileLongName(VrString name, const char* extension);
 
 /* A name of the prefix and six characters that no file has, in the current directory
  * or, for the temporary one, in the directory that VRLTEMP names, if any. A new string
  * that the caller frees; NullVrStr's string when there is no such name, when the prefix has
  * more than 97 characters (96 together with the directory of VRLTEMP), and when VRLTEMP has
  * 8192 bytes or more. Nothing is made on the disk. */
-VR_API VrString GetUniqueFileName(const char* prefix);
-VR_API VrString GetUniqueTempFileName(const char* prefix);
+VR_API VR_OWNED VrString GetUniqueFileName(const char* prefix);
+VR_API VR_OWNED VrString GetUniqueTempFileName(const char* prefix);
 
 /* What follows the prefix, and white space after it, in a line that begins with
  * the prefix in upper or lower case: a new string that the caller frees, or null when
  * nothing follows, when the line begins otherwise, and for a null or empty prefix. The
  * prefix is upper-cased in the caller's memory. */
-VR_API VrString ExtractBaseName(VrString line, char* prefix);
+VR_API VR_OWNED VrString ExtractBaseName(VrString line, char* prefix);
 
 VR_END
 

@@ -46,8 +46,8 @@ VR_BEGIN
 
 /* A new table, which the caller destroys; null for fewer than one bucket. The
  * destructor may be null; a `fixed` that is not 0 makes a fixed table. */
-VR_API HashTable* HashTableCreate(int32_t bucketCount, HashTableDestructor destructor,
-                                  VrWord destructorData, int32_t fixed);
+VR_API VR_OWNED HashTable* HashTableCreate(int32_t bucketCount, HashTableDestructor destructor,
+                                           VrWord destructorData, int32_t fixed);
 
 /* Calls the destructor for each value, and frees the table. */
 VR_API void HashTableDestroy(HashTable* table);

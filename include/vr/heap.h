@@ -30,7 +30,7 @@ VR_BEGIN
 VR_API void vrHeapInitialise(void);
 
 /* A new heap without a chunk. */
-VR_API VrHeap* vrHeapCreate(void);
+VR_API VR_OWNED VrHeap* vrHeapCreate(void);
 
 /* Frees the heap and all its pieces; every heap there is. */
 VR_API void vrHeapDestroy(VrHeap* heap);
@@ -52,7 +52,7 @@ VR_API int32_t vrHeapSize(const VrHeap* heap, int32_t* reserved);
 
 /* A new string of all pieces in the order in which they were taken, which the caller
  * frees; NullVrStr's string when there are none. The heap stays as it was. */
-VR_API VrString vrHeapUnloadToVrString(const VrHeap* heap);
+VR_API VR_OWNED VrString vrHeapUnloadToVrString(const VrHeap* heap);
 
 VR_END
 

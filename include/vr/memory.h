@@ -16,7 +16,10 @@
  *
  * Without a terminal and without a presenter (platform/messagebox.h, platform/control.h)
  * nobody can answer, and a box gets its safe answer, which is Cancel here. So the first
- * request that is refused ends the run, even when the callbacks gave enough back. */
+ * request that is refused ends the run, even when the callbacks gave enough back.
+ *
+ * The plain names are macros, which VR_NO_POSITION_MACROS leaves out (vr/abi.h), for
+ * instance for a C++ host whose classes have a method free_mem. */
 #ifndef VR_MEMORY_H
 #define VR_MEMORY_H
 
@@ -28,15 +31,29 @@ enum {
     kVrScratchSize = 10240      /* bytes in each of the five scratch areas */
 };
 
+/* `variable` as it is; does not compile unless it is the address of a pointer variable that
+ * may be changed. */
+#ifdef __cplusplus
+template <typename Target>
+inline void* VrPointerVariable(Target** variable) {
+    return variable;
+}
+#define VR_POINTER_VARIABLE(variable) VrPointerVariable(variable)
+#else
+#define VR_POINTER_VARIABLE(variable) \
+    _Generic(1 ? &**(variable) : (*(variable) = 0), default : (variable))
+#endif
+
 VR_BEGIN
 
 /* A block of `size` bytes, all zero, followed by one more zero byte. Null
  * for size 0. The caller owns it. */
-VR_API void* _alloc_memory(uint32_t size, const char* tag, int32_t line);
+VR_API VR_OWNED VR_FRESH void* _alloc_memory(uint32_t size, const char* tag, int32_t line);
 
 /* A block of `size` bytes of undefined content, never from a pool. Null for size
  * 0. The caller owns it. */
-VR_API void* _malloc_memory(uint32_t size, const char* tag, int32_t line);
+VR_API VR_OWNED VR_FRESH void* _malloc_memory(uint32_t size, const char* tag, int32_t line)
+    __attribute__((alloc_size(1)));
 
 /* The block at its new size. It may have moved, and then the old address is
  * invalid; contents survive up to the smaller size, and bytes that are new are zero.
@@ -51,12 +68,13 @@ VR_API void* _malloc_memory(uint32_t size, const char* tag, int32_t line);
  * room for the length word; the zero byte has room of its own. Text that fits is not cut,
  * longer text is cut to the capacity, and the memo stays when it still points into the
  * text. A short string has no capacity: the caller sets the length. */
-VR_API void* _realloc_mem(void* block, uint32_t size, const char* tag, int32_t line);
+VR_API VR_OWNED void* _realloc_mem(void* block, uint32_t size, const char* tag, int32_t line);
 
 /* Gives back the block whose address the pointer variable at `variable` holds,
- * and clears that variable. A null `variable` is ignored; so are null and the shared strings
- * in it, which stay there. Another value of 256 or below is no block: a message
- * says so, and the variable is cleared. Always returns 0. */
+ * and clears that variable. The macro free_mem takes the address of a pointer variable of
+ * any type, as in free_mem(&s), and does not compile with anything else. A null `variable` is
+ * ignored; so are null and the shared strings in it, which stay there. Another value of 256 or
+ * below is no block: a message says so, and the variable is cleared. Always returns 0. */
 VR_API int32_t _free_mem(void* variable, const char* tag, int32_t line);
 
 /* A platform block of exactly `size` bytes, with the recovery described above but
@@ -64,14 +82,16 @@ VR_API int32_t _free_mem(void* variable, const char* tag, int32_t line);
  * LocalFree, never with free_mem. `block` is null for a new block, else the
  * block to resize, whose new bytes are zero. A new block is zeroed by CallocMore
  * and undefined from MallocMore. */
-VR_API void* _CallocMore(uint32_t size, void* block, const char* tag, int32_t line);
-VR_API void* _MallocMore(uint32_t size, void* block, const char* tag, int32_t line);
+VR_API VR_OWNED void* _CallocMore(uint32_t size, void* block, const char* tag, int32_t line)
+    __attribute__((alloc_size(1)));
+VR_API VR_OWNED void* _MallocMore(uint32_t size, void* block, const char* tag, int32_t line)
+    __attribute__((alloc_size(1)));
 
 #ifndef VR_NO_POSITION_MACROS
 #define alloc_memory(size) _alloc_memory((size), VR_MODULE, __LINE__)
 #define malloc_memory(size) _malloc_memory((size), VR_MODULE, __LINE__)
 #define realloc_mem(block, size) _realloc_mem((block), (size), VR_MODULE, __LINE__)
-#define free_mem(variable) _free_mem((variable), VR_MODULE, __LINE__)
+#define free_mem(variable) _free_mem(VR_POINTER_VARIABLE(variable), VR_MODULE, __LINE__)
 #define CallocMore(size, block) _CallocMore((size), (block), VR_MODULE, __LINE__)
 #define MallocMore(size, block) _MallocMore((size), (block), VR_MODULE, __LINE__)
 #endif
@@ -121,7 +141,8 @@ VR_API int32_t MemCallCallbacks(int32_t kind, VrWord value);
 VR_API int32_t MemState(uint32_t* total, uint32_t* largest);
 
 /* Kept for hosts that call them; they do nothing, and return 0 where they
- * return anything. */
+ * return anything. In the checking library (docs/finding-mistakes.md) MemCheckBounds looks at
+ * every block, PgmMemReport lists what is out by module and line, and MemDump each block. */
 VR_API int32_t MemAvail(int32_t ignored);
 VR_API void PgmMemInit(void);
 VR_API void PgmMemReport(int32_t ignored);

@@ -62,12 +62,12 @@ VR_API uint32_t VrFindProcess(const char* name);
 
 /* All processes, as number,name;number,name; empty when there is no list. A text that the
  * caller frees with free_mem, in a block of 157200 bytes. */
-VR_API char* VrProcessList(void);
+VR_API VR_OWNED char* VrProcessList(void);
 
 /* The full path of the first process of that program, in lower case, cut at 259 bytes; empty
  * when there is none, and for a null name. Never null: a text that the caller frees with
  * free_mem. */
-VR_API char* VrProcessPath(const char* name);
+VR_API VR_OWNED char* VrProcessPath(const char* name);
 
 VR_END
 

@@ -59,14 +59,14 @@ VR_API int32_t IniGetInt(const char* section, const char* key, int32_t defaultVa
 /* The value, or a copy of `defaultValue`, as a zero-terminated text that the caller
  * frees with free_mem. A null default gives the shared empty text, which free_mem
  * ignores. */
-VR_API char* IniGetString(const char* section, const char* key, const char* defaultValue);
+VR_API VR_OWNED char* IniGetString(const char* section, const char* key, const char* defaultValue);
 
 /* The section's text up to the next [, without comments (from a ; to the end of its
  * line) and without line ends and the indentation after them; nothing is put
  * between the lines. A block that the caller frees with free_mem; null when there is
  * no such section. A section of nearly kVrRefusedSize bytes (20 MB) or more ends the run
  * (vr/memory.h). */
-VR_API char* IniGetSection(const char* section);
+VR_API VR_OWNED char* IniGetSection(const char* section);
 
 /* The variable's value in a static buffer that the next call overwrites and the caller
  * may change. Null when the variable is not set or empty, and for a null name; an empty text

@@ -1,6 +1,8 @@
 // What happens when memory runs out. Whatever a request sets off is noted in its order, with
 // the number of blocks out compared to before it: -1 tells that a reserve was given up.
 
+#include <tuple>
+
 #include "tests/support/library_test.h"
 
 namespace {
@@ -67,9 +69,10 @@ TEST_F(RecoveryTest, WhatARefusedRequestSetsOff) {
 // Sizes near the end of 32 bits, and beyond it, must not come round to a small block.
 TEST_F(RecoveryTest, OversizedRequestsAreRefusedAtOnce) {
     const std::pair<void (*)(), std::string> cases[] = {
-        {[] { _alloc_memory(kVrRefusedSize - 5, "Cache", 12); }, "20971520 bytes .Cache,12."},
-        {[] { _alloc_memory(kVrRefusedSize, nullptr, 12); }, "20971525 bytes .,12."},
-        {[] { realloc_mem(alloc_string(200), UINT32_MAX - 15); }, "4294967295"},
+        {[] { std::ignore = _alloc_memory(kVrRefusedSize - 5, "Cache", 12); },
+         "20971520 bytes .Cache,12."},
+        {[] { std::ignore = _alloc_memory(kVrRefusedSize, nullptr, 12); }, "20971525 bytes .,12."},
+        {[] { std::ignore = realloc_mem(alloc_string(200), UINT32_MAX - 15); }, "4294967295"},
         {[] { AddStrToBuffer(BufDscrCreate(5), "", INT32_MAX, 'x'); }, "2147483655"},
         {[] { vrHeapAlloc(vrHeapCreate(), kVrRefusedSize); }, "20975621 bytes .Heap,"},
         {[] { MemBufAlloc(MemBufCreate(1), kVrRefusedSize); }, "20971541 bytes .Membuf,"},
@@ -83,7 +86,7 @@ TEST_F(RecoveryTest, OversizedRequestsAreRefusedAtOnce) {
 TEST_F(RecoveryTest, TheExitChainGoesOnWhereARoutineEndsTheRun) {
     const auto stop = [] {
         blocksBefore = ControlBlocksOut();
-        VrExitAdd([] { _alloc_memory(kVrRefusedSize, "core", 1); });
+        VrExitAdd([] { std::ignore = _alloc_memory(kVrRefusedSize, "core", 1); });
         VrExit(0);
     };
     EXPECT_EXIT(stop(), testing::ExitedWithCode(9),

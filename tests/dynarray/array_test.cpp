@@ -30,7 +30,7 @@ TEST_F(LibraryTest, TheNearerOfMemoAndStartBeginsTheSearch) {
             HeaderOf(s).memoAttribute = memo;
             HeaderOf(s).memoCursor = 4 + std::max(memo, 1);
             UtilPosition position = {target, 0, 0, 0};
-            UtilInsertReplace(&position, s, NullString(), 1);
+            ASSERT_EQ(UtilInsertReplace(&position, s, NullString(), 1), s.get());
             const bool fromStart = memo < 1 || (memo > target && memo >= 2 * target - 2);
             ASSERT_EQ(position.cursor, fromStart ? 3 + target : 4 + target)
                 << memo << ' ' << target;

@@ -79,7 +79,8 @@ struct Array : std::unique_ptr<VrStringHead, FreeString> {
     }
 };
 
-inline unsigned char ClassByteOf(const void* payload) {
+// Out of line, since the compiler takes for granted that nothing lies in front of a block.
+[[gnu::noipa]] inline unsigned char ClassByteOf(const void* payload) {
     return static_cast<const unsigned char*>(payload)[-1];
 }
 
