@@ -25,15 +25,15 @@ void Pair(benchmark::State& state) {
     CountItems(state);
 }
 
-template <typename Allocator>
+template <typename Allocator, uint32_t smallest = 1, uint32_t largest = kLargestPooled>
 void Many(benchmark::State& state) {
     const size_t count = SizeOf(state);
     const std::vector<uint32_t> order = bench::RandomOrder(count);
     std::vector<void*> blocks(count);
     std::minstd_rand random(1);
-    std::vector<uint8_t> sizes(count);
-    for (uint8_t& size : sizes)
-        size = static_cast<uint8_t>(1 + random() % kLargestPooled);
+    std::vector<uint16_t> sizes(count);
+    for (uint16_t& size : sizes)
+        size = static_cast<uint16_t>(smallest + random() % (largest - smallest + 1));
 
     for (auto _ : state) {
         for (size_t i = 0; i < count; ++i)
@@ -50,7 +50,7 @@ void PooledSizes(benchmark::internal::Benchmark* b) {
 }
 
 void LargeSizes(benchmark::internal::Benchmark* b) {
-    b->Arg(63)->Arg(256)->Arg(1024)->Arg(16384)->Arg(1 << 20);
+    b->Arg(63)->Arg(128)->Arg(256)->Arg(512)->Arg(1024)->Arg(16384)->Arg(1 << 20);
 }
 
 void Counts(benchmark::internal::Benchmark* b) {
@@ -64,6 +64,14 @@ BENCHMARK(Pair<Mimalloc>)->Name("block/one/mimalloc")->Apply(PooledSizes);
 BENCHMARK(Many<Vrbase>)->Name("block/mixed/vrbase")->Apply(Counts);
 BENCHMARK(Many<Glibc>)->Name("block/mixed/glibc")->Apply(Counts);
 BENCHMARK(Many<Mimalloc>)->Name("block/mixed/mimalloc")->Apply(Counts);
+
+void ManyCounts(benchmark::internal::Benchmark* b) {
+    b->RangeMultiplier(10)->Range(1000, 100000);
+}
+
+BENCHMARK(Many<Vrbase, 63, 1024>)->Name("block/mixed-large/vrbase")->Apply(ManyCounts);
+BENCHMARK(Many<Glibc, 63, 1024>)->Name("block/mixed-large/glibc")->Apply(ManyCounts);
+BENCHMARK(Many<Mimalloc, 63, 1024>)->Name("block/mixed-large/mimalloc")->Apply(ManyCounts);
 
 BENCHMARK(Pair<Vrbase>)->Name("block/large/vrbase")->Apply(LargeSizes);
 BENCHMARK(Pair<Glibc>)->Name("block/large/glibc")->Apply(LargeSizes);

@@ -6,9 +6,12 @@
 
 namespace {
 
+using bench::Case;
+using bench::ItemsOfSize;
 using bench::kAttributeMark;
 using bench::kValueMark;
-using bench::SizeOf;
+using bench::OwnString;
+using bench::Use;
 
 constexpr size_t kAttributes = 100000;
 constexpr size_t kValues = 4;
@@ -31,31 +34,6 @@ std::string_view UpTo(std::string_view text, char mark) {
     return text.substr(0, text.find(mark));
 }
 
-std::string FieldRecord() {
-    return bench::MakeRecord(kAttributes * kValues, kValueLength, kValues);
-}
-
-void ExtractField(benchmark::State& state) {
-    const bench::OwnString s(FieldRecord());
-    for (auto _ : state) {
-        VrString value = extract_field(static_cast<int32_t>(SizeOf(state)), kValues - 1, 0, s);
-        benchmark::DoNotOptimize(VrStrText(value));
-        free_mem(&value);
-    }
-    bench::CountItems(state);
-}
-
-void ExtractByMemchr(benchmark::State& state) {
-    const std::string text = FieldRecord();
-    for (auto _ : state) {
-        const auto attribute =
-            UpTo(Behind(text, kAttributeMark, SizeOf(state) - 1), kAttributeMark);
-        const std::string value(UpTo(Behind(attribute, kValueMark, kValues - 2), kValueMark));
-        benchmark::DoNotOptimize(value.data());
-    }
-    bench::CountItems(state);
-}
-
 // The numbers of the last `count` attributes, as a field list.
 std::string FieldList(size_t count) {
     std::string list;
@@ -63,29 +41,6 @@ std::string FieldList(size_t count) {
         list += std::to_string(number) + kAttributeMark;
     list.pop_back();
     return list;
-}
-
-void GatherFields(benchmark::State& state) {
-    const bench::OwnString record(bench::MakeRecord(kFieldAttributes, kValueLength));
-    const bench::OwnString fields(FieldList(SizeOf(state)));
-    for (auto _ : state) {
-        VrString gathered = UtilGetFieldsFromVrString(record, fields);
-        benchmark::DoNotOptimize(VrStrText(gathered));
-        free_mem(&gathered);
-    }
-    bench::CountItems(state, SizeOf(state));
-}
-
-void PutFields(benchmark::State& state) {
-    const bench::OwnString record(bench::MakeRecord(kFieldAttributes, kValueLength));
-    const bench::OwnString fields(FieldList(SizeOf(state)));
-    const bench::OwnString values(bench::MakeRecord(SizeOf(state), kValueLength));
-    for (auto _ : state) {
-        VrString result = UtilPutFieldsInVrString(record, values, fields);
-        benchmark::DoNotOptimize(VrStrText(result));
-        free_mem(&result);
-    }
-    bench::CountItems(state, SizeOf(state));
 }
 
 std::vector<std::string_view> Split(std::string_view text) {
@@ -112,50 +67,79 @@ std::vector<size_t> IndexesIn(std::string_view list) {
     return indexes;
 }
 
-void GatherBySplitting(benchmark::State& state) {
+std::string Gather(const std::string& record, const std::string& fields) {
+    const auto attributes = Split(record);
+    std::vector<std::string_view> chosen;
+    for (const size_t index : IndexesIn(fields))
+        chosen.push_back(attributes[index]);
+    return Join(chosen);
+}
+
+std::string Put(const std::string& record, const std::string& fields, const std::string& values) {
+    auto attributes = Split(record);
+    const auto replacements = Split(values);
+    const auto indexes = IndexesIn(fields);
+    for (size_t i = 0; i < indexes.size(); ++i)
+        attributes[indexes[i]] = replacements[i];
+    return Join(attributes);
+}
+
+void AddPicks() {
+    const std::string record = bench::MakeRecord(kAttributes * kValues, kValueLength, kValues);
+    const std::vector<int64_t> positions = {1, 10, 100, 1000, 10000, kAttributes};
+    Case("extract/field/vrbase", positions, [record](size_t number) {
+        return [s = OwnString(record), attribute = static_cast<int32_t>(number)] {
+            Use(extract_field(attribute, kValues - 1, 0, s));
+        };
+    });
+    Case("extract/field/memchr", positions, [record](size_t number) {
+        return [record, number] {
+            const auto attribute = UpTo(Behind(record, kAttributeMark, number - 1), kAttributeMark);
+            const std::string value(UpTo(Behind(attribute, kValueMark, kValues - 2), kValueMark));
+            benchmark::DoNotOptimize(value.data());
+        };
+    });
+}
+
+void AddFields() {
+    const std::vector<int64_t> counts = {1, 10, 100, 1000};
     const std::string record = bench::MakeRecord(kFieldAttributes, kValueLength);
-    const std::string fields = FieldList(SizeOf(state));
-    for (auto _ : state) {
-        const auto attributes = Split(record);
-        std::vector<std::string_view> chosen;
-        for (const size_t index : IndexesIn(fields))
-            chosen.push_back(attributes[index]);
-        const std::string gathered = Join(chosen);
-        benchmark::DoNotOptimize(gathered.data());
-    }
-    bench::CountItems(state, SizeOf(state));
+    Case(
+        "fields/gather/vrbase", counts,
+        [record](size_t count) {
+            return [s = OwnString(record), fields = OwnString(FieldList(count))] {
+                Use(UtilGetFieldsFromVrString(s, fields));
+            };
+        },
+        ItemsOfSize);
+    Case(
+        "fields/gather/split", counts,
+        [record](size_t count) {
+            return [record, fields = FieldList(count)] {
+                benchmark::DoNotOptimize(Gather(record, fields).data());
+            };
+        },
+        ItemsOfSize);
+    Case(
+        "fields/put/vrbase", counts,
+        [record](size_t count) {
+            return [s = OwnString(record), fields = OwnString(FieldList(count)),
+                    values = OwnString(bench::MakeRecord(count, kValueLength))] {
+                Use(UtilPutFieldsInVrString(s, values, fields));
+            };
+        },
+        ItemsOfSize);
+    Case(
+        "fields/put/split", counts,
+        [record](size_t count) {
+            return [record, fields = FieldList(count),
+                    values = bench::MakeRecord(count, kValueLength)] {
+                benchmark::DoNotOptimize(Put(record, fields, values).data());
+            };
+        },
+        ItemsOfSize);
 }
 
-void PutBySplitting(benchmark::State& state) {
-    const std::string record = bench::MakeRecord(kFieldAttributes, kValueLength);
-    const std::string fields = FieldList(SizeOf(state));
-    const std::string values = bench::MakeRecord(SizeOf(state), kValueLength);
-    for (auto _ : state) {
-        auto attributes = Split(record);
-        const auto replacements = Split(values);
-        const auto indexes = IndexesIn(fields);
-        for (size_t i = 0; i < indexes.size(); ++i)
-            attributes[indexes[i]] = replacements[i];
-        const std::string result = Join(attributes);
-        benchmark::DoNotOptimize(result.data());
-    }
-    bench::CountItems(state, SizeOf(state));
-}
-
-void Positions(benchmark::internal::Benchmark* b) {
-    b->RangeMultiplier(10)->Range(1, kAttributes);
-}
-
-void ListLengths(benchmark::internal::Benchmark* b) {
-    b->RangeMultiplier(10)->Range(1, 1000);
-}
-
-BENCHMARK(ExtractField)->Name("extract/field/vrbase")->Apply(Positions);
-BENCHMARK(ExtractByMemchr)->Name("extract/field/memchr")->Apply(Positions);
-
-BENCHMARK(GatherFields)->Name("fields/gather/vrbase")->Apply(ListLengths);
-BENCHMARK(GatherBySplitting)->Name("fields/gather/split")->Apply(ListLengths);
-BENCHMARK(PutFields)->Name("fields/put/vrbase")->Apply(ListLengths);
-BENCHMARK(PutBySplitting)->Name("fields/put/split")->Apply(ListLengths);
+[[maybe_unused]] const bool added = (AddPicks(), AddFields(), true);
 
 }  // namespace

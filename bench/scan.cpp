@@ -5,10 +5,11 @@
 
 namespace {
 
+using bench::Case;
 using bench::kAttributeMark;
-using bench::SizeOf;
 
 constexpr size_t kTextSize = 1 << 20;
+const std::vector<int64_t> kLengths = {4, 12, 40, 200, 2000, 20000};
 
 // The peers pass `count` marks and return where they stand.
 const char* PassBytes(const char* p, const char* end, size_t count) {
@@ -45,53 +46,51 @@ std::string TextOf(size_t attributeLength) {
     return bench::MakeRecord(kTextSize / (attributeLength + 1), attributeLength);
 }
 
-template <auto pass>
-void Peer(benchmark::State& state) {
-    const std::string text = TextOf(SizeOf(state));
-    const size_t marks = bench::CountOf(text, kAttributeMark);
-    for (auto _ : state)
-        benchmark::DoNotOptimize(pass(text.data(), text.data() + text.size(), marks));
-    bench::CountItems(state, marks);
-    bench::CountBytes(state, text.size());
+size_t Marks(size_t attributeLength) {
+    return kTextSize / (attributeLength + 1) - 1;
 }
 
-void Forward(benchmark::State& state) {
-    const std::string text = TextOf(SizeOf(state));
-    const bench::OwnString s(text);
-    const size_t marks = bench::CountOf(text, kAttributeMark);
-    for (auto _ : state) {
-        auto count = static_cast<int32_t>(marks) + 1;
-        benchmark::DoNotOptimize(ScanStr(s, kVrFirstCursor, s->length, kVrAttributeMark, &count));
-        if (count != 0) state.SkipWithError("the last attribute was not found");
-    }
-    bench::CountItems(state, marks);
-    bench::CountBytes(state, text.size());
+bench::Work WorkOf(size_t attributeLength) {
+    return {Marks(attributeLength), (Marks(attributeLength) + 1) * (attributeLength + 1) - 1};
 }
 
-void Back(benchmark::State& state) {
-    const std::string text = TextOf(SizeOf(state));
-    const bench::OwnString s(text);
-    const size_t marks = bench::CountOf(text, kAttributeMark);
-    const int32_t last = static_cast<int32_t>(text.rfind(kAttributeMark)) + 1 + kVrFirstCursor;
-    for (auto _ : state) {
-        auto count = static_cast<int32_t>(marks);
-        benchmark::DoNotOptimize(SkipBackNAttrs(s, last, &count));
-        if (count != 0) state.SkipWithError("the first attribute was not found");
-    }
-    bench::CountItems(state, marks);
-    bench::CountBytes(state, text.size());
+template <typename Pass>
+void AddPeer(const char* name, Pass pass) {
+    const auto prepare = [pass](size_t length) {
+        return [text = TextOf(length), marks = Marks(length), pass] {
+            benchmark::DoNotOptimize(pass(text.data(), text.data() + text.size(), marks));
+        };
+    };
+    Case(name, kLengths, prepare, WorkOf);
 }
 
-void Lengths(benchmark::internal::Benchmark* b) {
-    b->Arg(4)->Arg(12)->Arg(40)->Arg(200)->Arg(2000)->Arg(20000);
+// `scan` passes so many marks and leaves what it did not find in the number.
+template <typename Scan>
+void AddOurs(const char* name, Scan scan) {
+    const auto prepare = [scan](size_t length) {
+        return [s = bench::OwnString(TextOf(length)), marks = Marks(length), length, scan] {
+            auto count = static_cast<int32_t>(marks);
+            benchmark::DoNotOptimize(scan(s, static_cast<int32_t>(length), count));
+            if (count != 0) std::abort();
+        };
+    };
+    Case(name, kLengths, prepare, WorkOf);
 }
 
-BENCHMARK(Forward)->Name("scan/forward/vrbase")->Apply(Lengths);
-BENCHMARK(Peer<PassBytes>)->Name("scan/forward/bytes")->Apply(Lengths);
-BENCHMARK(Peer<PassByMemchr>)->Name("scan/forward/memchr")->Apply(Lengths);
+void AddAll() {
+    AddOurs("scan/forward/vrbase", [](VrString s, int32_t, int32_t& count) {
+        ++count;  // counts elements
+        return ScanStr(s, kVrFirstCursor, s->length, kVrAttributeMark, &count);
+    });
+    AddPeer("scan/forward/bytes", PassBytes);
+    AddPeer("scan/forward/memchr", PassByMemchr);
+    AddOurs("scan/back/vrbase", [](VrString s, int32_t length, int32_t& count) {
+        return SkipBackNAttrs(s, s->length - length + kVrFirstCursor, &count);
+    });
+    AddPeer("scan/back/bytes", PassBytesBack);
+    AddPeer("scan/back/memrchr", PassByMemrchr);
+}
 
-BENCHMARK(Back)->Name("scan/back/vrbase")->Apply(Lengths);
-BENCHMARK(Peer<PassBytesBack>)->Name("scan/back/bytes")->Apply(Lengths);
-BENCHMARK(Peer<PassByMemrchr>)->Name("scan/back/memrchr")->Apply(Lengths);
+[[maybe_unused]] const bool added = (AddAll(), true);
 
 }  // namespace

@@ -43,6 +43,44 @@ inline std::vector<uint32_t> RandomOrder(size_t count) {
     return order;
 }
 
+// What one round of a case does.
+struct Work {
+    size_t items = 1;
+    size_t bytes = 0;
+};
+
+inline Work OneItem(size_t) {
+    return {};
+}
+inline Work ItemsOfSize(size_t size) {
+    return {size};
+}
+
+// One row of a table of cases: `prepare` takes the size and returns what is then done again and
+// again.
+template <typename Prepare>
+void Case(const std::string& name, const std::vector<int64_t>& sizes, Prepare prepare,
+          Work (*workOf)(size_t size) = OneItem) {
+    auto run = [prepare, workOf](benchmark::State& state) {
+        auto round = prepare(SizeOf(state));
+        for (auto _ : state)
+            round();
+        const Work work = workOf(SizeOf(state));
+        CountItems(state, work.items);
+        if (work.bytes != 0) CountBytes(state, work.bytes);
+    };
+    auto* added = benchmark::RegisterBenchmark(name.c_str(), run);
+    for (const int64_t size : sizes)
+        added->Arg(size);
+}
+
+// Takes a block or a string that a call has returned, and gives it back.
+template <typename T>
+void Use(T* result) {
+    benchmark::DoNotOptimize(*reinterpret_cast<char*>(result));
+    free_mem(&result);
+}
+
 inline std::string Letters(size_t length, uint32_t seed) {
     std::minstd_rand random(seed + 1);
     std::string text(length, ' ');

@@ -78,9 +78,5 @@ BufDscr* AddStrToBuffer(BufDscr* buffer, const void* source, int32_t length,
 
 VrString BufDscrMakeVrStr(const BufDscr* buffer) {
     if (buffer == nullptr) return vr::NullString();
-    VrString s = alloc_string(static_cast<uint32_t>(buffer->used));
-    if (buffer->used != 0) {
-        std::memcpy(VrStrText(s), buffer->data, static_cast<size_t>(buffer->used));
-    }
-    return s;
+    return vr::StringOf(buffer->data, static_cast<size_t>(buffer->used), VR_MODULE, __LINE__);
 }

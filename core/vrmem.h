@@ -5,6 +5,7 @@
 
 #include <cstdint>
 
+#include "core/Copy.h"
 #include "vr/frame.h"
 #include "vr/memory.h"
 #include "vr/string.h"
@@ -32,6 +33,7 @@ struct Memo {
     int32_t cursor;
 };
 
+constexpr uint32_t kLargestPooledSize = 62;
 constexpr uint32_t kStringOverhead = 5;  // length word and zero of a string
 
 // In front of a long string's length word, in place of a large block's one word.
@@ -78,9 +80,22 @@ constexpr uint32_t Saturated(uint64_t size) {
 void StartMemory(const UtilInitRecord& record);
 bool MemoryIsUp();
 
+// A new string of the bytes at `text`, as from alloc_string. A slot of a pool is cleared by a
+// few stores; a larger block is cleared only where the text does not fill it.
+[[gnu::noinline]] VrString LargeStringOf(const uint8_t* text, size_t length, const char* tag,
+                                         int32_t line);
+
+inline VrString StringOf(const uint8_t* text, size_t length, const char* tag, int32_t line) {
+    if (length + kStringOverhead > kLargestPooledSize) {
+        return LargeStringOf(text, length, tag, line);
+    }
+    VrString s = _alloc_string(static_cast<uint32_t>(length), tag, line);
+    CopyBytes(VrStrText(s), text, length);
+    return s;
+}
+
 // The pools (vrmem_pool.cpp). TakeSlot gives null when the pool for that size
 // could not be made at the start.
-constexpr uint32_t kLargestPooledSize = 62;
 void StartPools();
 void FreePools();
 void* TakeSlot(uint32_t size);

@@ -13,20 +13,12 @@
 
 namespace {
 
+using vr::Range;
+
 constexpr char kBlank = ' ';
 
-// A stretch of text; one without a start stands for "nothing found".
-struct Range {
-    const uint8_t* start;
-    const uint8_t* end;
-};
-
-size_t SizeOf(const Range& range) {
-    return static_cast<size_t>(range.end - range.start);
-}
-
 VrString CopyOf(const Range& range) {
-    return vr::StringOf(range.start, SizeOf(range), VR_MODULE, __LINE__);
+    return vr::StringOf(range.start, range.Size(), VR_MODULE, __LINE__);
 }
 
 // Numbers of 1 and below take the first element.
@@ -39,9 +31,17 @@ Range FindElement(int32_t number, uint8_t mark, Range in) {
     return {in.start, vr::FindStop(in.start, in.end, {mark, mark})};
 }
 
-Range FindPlace(int32_t attribute, int32_t value, int32_t subvalue, VrString s) {
+}  // namespace
+
+vr::Range vr::FindAttribute(int32_t number, VrString s) {
     const uint8_t* text = VrStrText(s);
-    Range found = FindElement(attribute, kVrAttributeMark, {text, text + vr::LengthOf(s)});
+    return FindElement(number, kVrAttributeMark, {text, text + LengthOf(s)});
+}
+
+namespace {
+
+Range FindPlace(int32_t attribute, int32_t value, int32_t subvalue, VrString s) {
+    Range found = vr::FindAttribute(attribute, s);
     if (found.start == nullptr || value == 0) return found;
     found = FindElement(value, kVrValueMark, found);
     if (found.start == nullptr || subvalue == 0) return found;
@@ -71,7 +71,9 @@ int32_t CountItems(const uint8_t* data, int32_t length, uint8_t mark) {
 
 }  // namespace
 
-VrString extract_field(int32_t attribute, int32_t value, int32_t subvalue, VrString s) {
+// All that it calls is put in line, which halves the time of a pick near the start.
+[[gnu::flatten]] VrString extract_field(int32_t attribute, int32_t value, int32_t subvalue,
+                                        VrString s) {
     return CopyOf(FindPlace(attribute, value, subvalue, s));
 }
 
@@ -100,12 +102,14 @@ VrString get_field_at_pos(int32_t offset, VrString s) {
 }
 
 char* get_text_word(int32_t* offset, const char* text) {
-    const size_t length = text == nullptr ? 0 : std::strlen(text);
-    if (*offset < 0 || static_cast<size_t>(*offset) >= length) return TextBlock("", 0);
-    const char* start = text + *offset;
+    if (text == nullptr || *offset < 0) return TextBlock("", 0);
+    // The text in front of the offset is searched for its end, what is after the word is not.
+    const auto passed = static_cast<size_t>(*offset);
+    if (strnlen(text, passed + 1) <= passed) return TextBlock("", 0);
+    const char* start = text + passed;
     while (*start == kBlank)
         ++start;
-    const char* end = std::find(start, text + length, kBlank);
+    const char* end = start + std::strcspn(start, " ");
     *offset = static_cast<int32_t>(end - text);
     return TextBlock(start, static_cast<size_t>(end - start));
 }
@@ -114,7 +118,7 @@ char* get_text_field(const char* text, unsigned char delimiter, int32_t number) 
     const auto* bytes = reinterpret_cast<const uint8_t*>(text);
     const Range field = FindElement(number, delimiter, {bytes, bytes + std::strlen(text)});
     if (field.start == nullptr) return TextBlock("", 0);
-    return TextBlock(reinterpret_cast<const char*>(field.start), SizeOf(field));
+    return TextBlock(reinterpret_cast<const char*>(field.start), field.Size());
 }
 
 int32_t value_count(const unsigned char* data, int32_t length) {

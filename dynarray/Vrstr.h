@@ -39,12 +39,18 @@ inline int32_t ClampCursor(int32_t cursor, int32_t end) {
     return std::clamp(cursor, static_cast<int32_t>(kVrFirstCursor), end);
 }
 
-// A new string of the bytes at `text`.
-inline VrString StringOf(const uint8_t* text, size_t length, const char* tag, int32_t line) {
-    VrString s = _alloc_string(static_cast<uint32_t>(length), tag, line);
-    CopyBytes(VrStrText(s), text, length);
-    return s;
-}
+// A stretch of text; one without a start stands for "nothing found".
+struct Range {
+    const uint8_t* start;
+    const uint8_t* end;
+
+    size_t Size() const {
+        return static_cast<size_t>(end - start);
+    }
+};
+
+// The attribute as get_field takes it.
+Range FindAttribute(int32_t number, VrString s);
 
 }  // namespace vr
 

@@ -11,7 +11,6 @@
 #include "dynarray/Vrstr.h"
 #include "vr/buffer.h"
 #include "vr/edit.h"
-#include "vr/extract.h"
 #include "vr/fields.h"
 
 namespace {
@@ -19,7 +18,7 @@ namespace {
 constexpr uint32_t kAttributeBufferSize = 1000;
 constexpr uint32_t kEntryBufferSize = 100;
 constexpr int32_t kFirstLengthTooLong = 992;  // for that buffer
-constexpr int32_t kGatherStep = 4000;
+constexpr int32_t kGatherStep = 1000;
 
 // Attribute after attribute of a list, in the walk's own buffer or allocated. A result of
 // Next is good until the next call.
@@ -60,9 +59,8 @@ int32_t NumberOf(VrString text) {
 }
 
 void AppendField(BufDscr* gathered, int32_t number, VrString record) {
-    VrString field = get_field(number, record);
-    AddStrToBuffer(gathered, VrStrText(field), field->length, 0);
-    free_mem(&field);
+    const vr::Range field = vr::FindAttribute(number, record);
+    AddStrToBuffer(gathered, field.start, static_cast<int32_t>(field.Size()), 0);
 }
 
 void ReplaceAttribute(VrString& record, int32_t number, VrString value) {

@@ -129,14 +129,11 @@ int32_t UtilGetPrevValue(VrString s, int32_t cursor, VrString* out) {
     const int32_t end = vr::EndCursor(s);
     cursor = vr::ClampCursor(cursor, end);
     const int32_t last = cursor == end ? cursor - 1 : cursor - 2;  // over the mark in front
-    int32_t start = last + 1;
-    while (start > kVrFirstCursor && *vr::At(s, start - 1) != kVrValueMark &&
-           *vr::At(s, start - 1) != kVrAttributeMark) {
-        --start;
-    }
-    const auto length = static_cast<size_t>(last + 1 - start);
-    *out = vr::StringOf(vr::At(s, start), length, VR_MODULE, __LINE__);
-    return start;
+    const uint8_t* valueEnd = vr::At(s, last + 1);
+    const uint8_t* begin = std::min<const uint8_t*>(vr::At(s, kVrFirstCursor), valueEnd);
+    const uint8_t* start = vr::FindStopBack(valueEnd, begin, kValueStops);
+    *out = vr::StringOf(start, static_cast<size_t>(valueEnd - start), VR_MODULE, __LINE__);
+    return static_cast<int32_t>(start - vr::At(s, 0));
 }
 
 int32_t UtilGetRestOfVrStr(VrString s, int32_t cursor, VrString* out) {
@@ -148,5 +145,7 @@ int32_t UtilGetRestOfVrStr(VrString s, int32_t cursor, VrString* out) {
 
 void UtilSwapChar(VrString s, unsigned char from, unsigned char to) {
     if (s == nullptr || s->length <= 0 || vr::IsSharedString(s)) return;
-    std::replace(VrStrText(s), VrStrText(s) + s->length, from, to);
+    // Stores every byte, so that the compiler takes sixteen at a step.
+    std::transform(VrStrText(s), VrStrText(s) + s->length, VrStrText(s),
+                   [from, to](uint8_t byte) { return byte == from ? to : byte; });
 }

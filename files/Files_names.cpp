@@ -24,6 +24,7 @@ constexpr size_t kDotPlaces = 4;  // from the end, where a dot may stay
 constexpr char kReplaced[] = "\"\x01.\\|+/:;,-[]{}*?$><= ";
 constexpr size_t kLongNameSize = 260;
 constexpr size_t kTemplateSize = 104;
+constexpr int32_t kTriedOneByOne = 16;
 
 // A candidate under construction, in the text of the string that will be returned.
 struct Candidate {
@@ -31,11 +32,20 @@ struct Candidate {
     const char* extension;  // upper case, or null
     size_t stem;            // characters in front of extension and number
     size_t marks;           // characters of the stem that had to be touched
+    int32_t tried;
+    PlatformFolderNames* taken;  // of the folder's names those of the same first letter, or null
 };
 
-// Also where nobody can tell: each further candidate would end the same way.
-bool IsFree(const Candidate& candidate) {
-    return FileStatus(candidate.text) != 0;
+// Also where nobody can tell: each further candidate would end the same way. To ask for each
+// name may mean to search the folder for each, so after some the folder is read once.
+bool IsFree(Candidate& candidate) {
+    if (++candidate.tried == kTriedOneByOne) {
+        const char pattern[] = {candidate.text[0], '*', '\0'};
+        candidate.taken = FolderNamesRead(pattern);
+    }
+    const bool isTaken =
+        candidate.taken != nullptr && FolderNamesHas(candidate.taken, candidate.text) != 0;
+    return !isTaken && FileStatus(candidate.text) != 0;
 }
 
 void WriteBehindStem(const Candidate& candidate, const char* number) {
@@ -60,7 +70,7 @@ void WriteStem(Candidate& candidate, const char* name) {
     ToUpper(candidate.text);
 }
 
-bool TryDots(const Candidate& candidate, const char* name, size_t length) {
+bool TryDots(Candidate& candidate, const char* name, size_t length) {
     const size_t places = std::min(length, kDotPlaces);
     for (size_t i = length; i-- > length - places;) {
         if (name[i] != '.') continue;
@@ -113,9 +123,11 @@ VrString UniqueNameFrom(char* nameTemplate, int wanted) {
 VrString OsFileName(VrString name, char* extension) {
     VrString result = alloc_string(kMappedSize);
     ToUpper(extension);
-    Candidate candidate = {reinterpret_cast<char*>(VrStrText(result)), extension, 0, 0};
+    Candidate candidate = {reinterpret_cast<char*>(VrStrText(result)), extension, 0, 0, 0, nullptr};
     const unsigned char* text = VrStrText(vr::OrNullString(name));
-    if (!FindFreeName(candidate, reinterpret_cast<const char*>(text))) {
+    const bool isFound = FindFreeName(candidate, reinterpret_cast<const char*>(text));
+    FolderNamesFree(candidate.taken);
+    if (!isFound) {
         free_mem(&result);
         return vr::NullString();
     }

@@ -56,7 +56,7 @@ struct LockFileEntry {
     int32_t calls;  // that use the entry now; an end of the run leaves them open
     int32_t heldCount;
     int32_t keyCapacity;
-    HeldKey* keys;  // in the order in which they were taken
+    HeldKey* keys;  // by position
     vr::OsPoolHandle pooled;
     int32_t handle;  // while the file is pinned, which a held key and a call may need
 };
@@ -65,8 +65,11 @@ LockFileEntry* entries = nullptr;
 int32_t entryCount = 0;
 
 uint32_t Hash(uint32_t start, const unsigned char* bytes, size_t length) {
-    for (size_t i = 0; i < length; ++i)
-        start = start * kHashFactor + bytes[i];
+    constexpr uint32_t kSquare = kHashFactor * kHashFactor;
+    size_t i = 0;
+    for (; i + 2 <= length; i += 2)  // two at a step, since each waits for the one before
+        start = start * kSquare + (bytes[i] * kHashFactor + bytes[i + 1]);
+    if (i != length) start = start * kHashFactor + bytes[i];
     return start;
 }
 
@@ -117,11 +120,25 @@ void GrowKeys(int32_t index) {
     Replace(entries[index].keys, entries[index].keyCapacity, larger, capacity);
 }
 
-HeldKey* FindKey(LockFileEntry& entry, uint32_t position) {
-    HeldKey* end = entry.keys + entry.heldCount;
-    HeldKey* key = std::find_if(
-        entry.keys, end, [position](const HeldKey& held) { return held.position == position; });
-    return key == end ? nullptr : key;
+// Where the position's key is among those held, or would be.
+HeldKey* PlaceOf(const LockFileEntry& entry, uint32_t position) {
+    return std::lower_bound(
+        entry.keys, entry.keys + entry.heldCount, position,
+        [](const HeldKey& held, uint32_t wanted) { return held.position < wanted; });
+}
+
+HeldKey* FindKey(const LockFileEntry& entry, uint32_t position) {
+    HeldKey* place = PlaceOf(entry, position);
+    const bool isHeld = place != entry.keys + entry.heldCount && place->position == position;
+    return isHeld ? place : nullptr;
+}
+
+// There is room for it.
+void AddKey(LockFileEntry& entry, uint32_t position) {
+    HeldKey* place = PlaceOf(entry, position);
+    HeldKey* end = entry.keys + entry.heldCount++;
+    std::copy_backward(place, end, end + 1);
+    *place = {position, 1};
 }
 
 bool LockByte(const LockFileEntry& entry, uint32_t position) {
@@ -190,7 +207,7 @@ Result TakePosition(int32_t index, uint32_t position, bool wait) {
             if (pinned != Result::Done) return pinned;
         } else {
             const Result result = ObtainByte(entry, position, wait);
-            if (result == Result::Done) entry.keys[entry.heldCount++] = {position, 1};
+            if (result == Result::Done) AddKey(entry, position);
             return result;
         }
     }

@@ -15,6 +15,8 @@ for header in "$1"/include/vr/*.h "$1"/platform/include/platform/*.h; do
     reversed="#include \"$header\"
 $reversed"
 done
+printf '#include "vr/owned.hpp"\nint unused;\n' |
+    "$3" -x c++ -std=c++20 $flags -Wshadow -Wconversion -Wold-style-cast -
 macros=$(sed -n 's/^ *_\([A-Za-z_]*\) .*/\1/p' "$1/exports/vrbase.def")
 compile "$2" "$3" "#define VR_NO_POSITION_MACROS
 $reversed$reversed

@@ -13,17 +13,21 @@
 namespace {
 
 constexpr char kCaseDistance = 'a' - 'A';
-constexpr char kHexDigits[] = "0123456789ABCDEF";
 constexpr uint8_t kLowHalf = 0x0F;
 constexpr size_t kCommandSize = 256;
 
 char commandArea[kCommandSize];
 
+// Both directions are computed and not looked up, so that the compiler takes many digits at a
+// step.
+uint8_t HexDigit(int value) {
+    return static_cast<uint8_t>(value + (value < 10 ? '0' : 'A' - 10));
+}
+
 uint8_t DigitValue(char digit) {
     const auto byte = static_cast<uint8_t>(digit);
-    const auto upper = static_cast<uint8_t>(byte & ~uint8_t{kCaseDistance});
-    if (upper >= 'A' && upper <= 'F') return static_cast<uint8_t>(upper - 'A' + 10);
-    return byte & kLowHalf;
+    const auto letter = static_cast<uint8_t>((byte & ~uint8_t{kCaseDistance}) - 'A');
+    return letter < 6 ? static_cast<uint8_t>(letter + 10) : byte & kLowHalf;
 }
 
 bool IsBlank(char c) {
@@ -67,11 +71,11 @@ int32_t findchar(const char* text, unsigned char character, uint32_t occurrence)
 VrString HexString(const void* bytes, int32_t length) {
     if (length <= 0) return vr::NullString();
     VrString s = alloc_string(2 * static_cast<uint32_t>(length));
-    unsigned char* digit = VrStrText(s);
+    uint8_t* digits = VrStrText(s);
     const auto* byte = static_cast<const uint8_t*>(bytes);
-    for (const uint8_t* end = byte + length; byte != end; ++byte) {
-        *digit++ = static_cast<unsigned char>(kHexDigits[*byte >> 4]);
-        *digit++ = static_cast<unsigned char>(kHexDigits[*byte & kLowHalf]);
+    for (int32_t i = 0; i < length; ++i) {
+        digits[2 * i] = HexDigit(byte[i] >> 4);
+        digits[2 * i + 1] = HexDigit(byte[i] & kLowHalf);
     }
     return s;
 }
@@ -79,9 +83,10 @@ VrString HexString(const void* bytes, int32_t length) {
 VrString BinaryString(const char* digits, int32_t length) {
     if (length <= 1) return vr::NullString();
     VrString s = alloc_string(static_cast<uint32_t>(length / 2));
-    for (int32_t i = 0; i < s->length; ++i) {
+    uint8_t* byte = VrStrText(s);
+    for (int32_t i = 0; i < length / 2; ++i) {
         const int high = DigitValue(digits[2 * i]) << 4;
-        VrStrText(s)[i] = static_cast<unsigned char>(high | DigitValue(digits[2 * i + 1]));
+        byte[i] = static_cast<uint8_t>(high | DigitValue(digits[2 * i + 1]));
     }
     return s;
 }

@@ -50,16 +50,16 @@ enum {
 
 /* How long VrRecordLock tries, in milliseconds, or one of these. */
 enum {
-    kVrRecordTryOnce = 0,
-    kVrRecordWait = -1 /* without a limit */
+    kVrRecordTryOnce = 0, /* not again */
+    kVrRecordWait = -1    /* without a limit */
 };
 
 VR_BEGIN
 
 /* A key that is held. Its fields belong to the library. */
 typedef struct VrRecordKey {
-    VrLockHandle file;
-    VrString name;
+    VrLockHandle file; /* the registration */
+    VrString name;     /* the key's text */
     int32_t isRecords; /* 1 when it is the record's own key, which excludes other writers */
 } VrRecordKey;
 
@@ -96,9 +96,9 @@ typedef struct VrRecordEntry {
 
 /* The records of a folder, ordered by the bytes of their names. */
 typedef struct VrRecordList {
-    VrRecordEntry* entries;
-    int32_t count;
-    VrHeap* names; /* that hold the names' texts */
+    VrRecordEntry* entries; /* `count` of them */
+    int32_t count;          /* 0 for an empty folder */
+    VrHeap* names;          /* that holds the names' texts */
 } VrRecordList;
 
 /* Lists the files of a folder, without the lock file and without temporary files whose record

@@ -136,7 +136,8 @@ int32_t FileSeek(int32_t handle, int32_t offset, int32_t origin) {
     if (file == nullptr) return -1;
     if (origin < kSeekStart || origin > kSeekEnd) return Refuse(EINVAL);
     file->textEnded = false;
-    const off_t before = lseek(file->descriptor, 0, SEEK_CUR);
+    // From the start no offset leads beyond 31 bits.
+    const off_t before = origin == kSeekStart ? 0 : lseek(file->descriptor, 0, SEEK_CUR);
     const off_t reached = lseek(file->descriptor, offset, origin);
     if (reached > INT32_MAX) lseek(file->descriptor, before, SEEK_SET);
     return PositionResult(reached);

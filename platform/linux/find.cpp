@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
+#include <memory>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -37,13 +38,17 @@ Search* FindSearch(int32_t number) {
     return search.directory == nullptr ? nullptr : &search;
 }
 
+std::string NamePattern(std::string_view pattern) {
+    return std::string(pattern == "*.*" ? "*" : pattern);
+}
+
 // Takes its memory before the directory is opened.
-int32_t NewSearch(const char* hostPath, const char* pattern) {
+int32_t NewSearch(const char* hostPath, std::string_view pattern) {
     std::vector<Search>& searches = Searches();
     const auto isFree = [](const Search& search) { return search.directory == nullptr; };
     auto free = std::find_if(searches.begin(), searches.end(), isFree);
     if (free == searches.end()) free = searches.emplace(free);
-    free->pattern = std::strcmp(pattern, "*.*") == 0 ? "*" : pattern;
+    free->pattern = NamePattern(pattern);
     free->directory = opendir(hostPath);
     return free->directory == nullptr ? -1 : static_cast<int32_t>(free - searches.begin());
 }
@@ -80,6 +85,27 @@ bool Fits(const char* name, const char* pattern) {
     return *pattern == '\0';
 }
 
+// Parts the pattern into the host's directory and the pattern of names.
+bool SplitPattern(std::string_view& pattern, char (&hostPath)[kHostPathSize]) {
+    const size_t nameStart = pattern.find_last_of("\\/:") + 1;  // 0 when there is none
+    char directory[kHostPathSize] = ".";
+    if (nameStart >= sizeof directory) return false;
+    if (nameStart != 0) directory[pattern.copy(directory, nameStart)] = '\0';
+    pattern.remove_prefix(nameStart);
+    return HostPath(directory, hostPath);
+}
+
+struct CloseDirectory {
+    void operator()(DIR* directory) const {
+        closedir(directory);
+    }
+};
+
+std::string Folded(std::string name) {
+    std::transform(name.begin(), name.end(), name.begin(), FoldCase);
+    return name;
+}
+
 void Describe(DIR* directory, const char* name, FindData* data) {
     *data = {};
     std::memcpy(data->name, name, std::strlen(name) + 1);
@@ -98,16 +124,15 @@ void Describe(DIR* directory, const char* name, FindData* data) {
 
 }  // namespace
 
+struct PlatformFolderNames {
+    std::vector<std::string> folded;  // sorted
+};
+
 int32_t FindFirst(const char* pattern, FindData* data) {
-    const std::string_view text = pattern == nullptr ? "" : pattern;
-    const size_t nameStart = text.find_last_of("\\/:") + 1;  // 0 when there is none
-    char directory[kHostPathSize] = ".";
+    std::string_view names = pattern == nullptr ? "" : pattern;
     char hostPath[kHostPathSize];
-    if (nameStart >= sizeof directory) return -1;
-    if (nameStart != 0) directory[text.copy(directory, nameStart)] = '\0';
-    if (!HostPath(directory, hostPath)) return -1;
-    const int32_t search =
-        UnlessShort(-1, [&] { return NewSearch(hostPath, text.data() + nameStart); });
+    if (!SplitPattern(names, hostPath)) return -1;
+    const int32_t search = UnlessShort(-1, [&] { return NewSearch(hostPath, names); });
     if (search == -1 || FindNext(search, data) == 0) return search;
     FindClose(search);
     errno = ENOENT;
@@ -129,4 +154,29 @@ int32_t FindClose(int32_t search) {
     Search* found = FindSearch(search);
     if (found == nullptr) return -1;
     return closedir(std::exchange(found->directory, nullptr));
+}
+
+PlatformFolderNames* FolderNamesRead(const char* pattern) {
+    std::string_view names = pattern == nullptr ? "" : pattern;
+    char hostPath[kHostPathSize];
+    if (!SplitPattern(names, hostPath)) return nullptr;
+    return UnlessShort<PlatformFolderNames*>(nullptr, [&]() -> PlatformFolderNames* {
+        const std::string wanted = NamePattern(names);
+        const std::unique_ptr<DIR, CloseDirectory> directory(opendir(hostPath));
+        if (directory == nullptr) return nullptr;
+        auto read = std::make_unique<PlatformFolderNames>();
+        while (const dirent* entry = readdir(directory.get()))
+            if (Fits(entry->d_name, wanted.c_str())) read->folded.push_back(Folded(entry->d_name));
+        std::ranges::sort(read->folded);
+        return read.release();
+    });
+}
+
+void FolderNamesFree(PlatformFolderNames* names) {
+    delete names;
+}
+
+int32_t FolderNamesHas(const PlatformFolderNames* names, const char* name) {
+    const auto has = [=] { return std::ranges::binary_search(names->folded, Folded(name)); };
+    return UnlessShort(false, has);
 }

@@ -1,6 +1,6 @@
 // Byte locks over open file description locks, which belong to one open of a file
 // and go with it. The system lets an owner lock a range twice and unlock what it does
-// not hold, so the handle keeps a list of what it holds.
+// not hold, so the handle keeps a list of what it holds, by position and without overlaps.
 
 #include "platform/locks.h"
 
@@ -8,6 +8,8 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <iterator>
+#include <vector>
 
 #include "linux/failures.h"
 #include "linux/files.h"
@@ -30,6 +32,11 @@ bool IsRange(const LockedRange& range) {
 
 bool Overlap(const LockedRange& a, const LockedRange& b) {
     return a.position <= b.position + (b.length - 1) && b.position <= a.position + (a.length - 1);
+}
+
+// Where a range of that position is among those held, or would be.
+std::vector<LockedRange>::iterator PlaceOf(std::vector<LockedRange>& held, int64_t position) {
+    return std::ranges::lower_bound(held, position, {}, &LockedRange::position);
 }
 
 OpenFile* FileOfHandle(void* file) {
@@ -71,12 +78,14 @@ int32_t LockFile(void* file, uint32_t positionLow, uint32_t positionHigh, uint32
     if (open == nullptr) return 0;
     const LockedRange range = {Join(positionLow, positionHigh), Join(lengthLow, lengthHigh)};
     if (!IsRange(range)) return Refuse(ERANGE);
-    const auto overlaps = [&range](const LockedRange& held) { return Overlap(held, range); };
-    if (std::ranges::any_of(open->locks, overlaps)) return Refuse(kErrorAccessDenied);
+    const auto place = PlaceOf(open->locks, range.position);
+    const bool overlaps = (place != open->locks.end() && Overlap(*place, range)) ||
+                          (place != open->locks.begin() && Overlap(*std::prev(place), range));
+    if (overlaps) return Refuse(kErrorAccessDenied);
     return UnlessShort(0, [=] {
-        open->locks.push_back(range);  // first: a byte that is locked must be known
+        const auto taken = open->locks.insert(place, range);  // first: what is locked must be known
         if (SetLock(*open, F_WRLCK, range)) return 1;
-        open->locks.pop_back();
+        open->locks.erase(taken);
         return Refuse(ContractError(errno));
     });
 }
@@ -86,11 +95,10 @@ int32_t UnlockFile(void* file, uint32_t positionLow, uint32_t positionHigh, uint
     OpenFile* open = FileOfHandle(file);
     if (open == nullptr) return 0;
     const LockedRange range = {Join(positionLow, positionHigh), Join(lengthLow, lengthHigh)};
-    const auto isRange = [&range](const LockedRange& held) {
-        return held.position == range.position && held.length == range.length;
-    };
-    const auto held = std::ranges::find_if(open->locks, isRange);
-    if (held == open->locks.end()) return Refuse(kErrorAccessDenied);
+    const auto held = PlaceOf(open->locks, range.position);
+    const bool isHeld = held != open->locks.end() && held->position == range.position &&
+                        held->length == range.length;
+    if (!isHeld) return Refuse(kErrorAccessDenied);
     if (!SetLock(*open, F_UNLCK, range)) return 0;
     open->locks.erase(held);
     return 1;

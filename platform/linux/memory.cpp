@@ -1,6 +1,6 @@
-// Memory blocks over the C heap. A block carries its asked size in a header of
-// eight bytes, since a resize must know which bytes are new and the C heap only
-// knows a rounded size. The address handed out is the one behind the header.
+// Memory blocks over the C heap, small ones by way of pages of pieces. A block carries its asked
+// size in a header of eight bytes, since a resize must know which bytes are new and the C heap
+// only knows a rounded size. The address handed out is the one after the header.
 
 #include "platform/memory.h"
 
@@ -10,15 +10,17 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <new>
 
 #include "linux/failures.h"
+#include "linux/smallblocks.h"
 #include "platform/control.h"
 
 namespace {
 
 struct BlockHeader {
-    uint32_t size;  // as asked for
-    uint32_t unused;
+    uint32_t size;    // as asked for
+    PiecePage* page;  // that the block is a piece of; null for one of the C heap's own
 };
 static_assert(sizeof(BlockHeader) == 8, "a block's address is a multiple of 8");
 
@@ -33,15 +35,45 @@ BlockHeader* HeaderOf(void* block) {
     return static_cast<BlockHeader*>(block) - 1;
 }
 
+// A block with its header filled in.
+BlockHeader* NewBlock(uint32_t size, bool zeroed) {
+    const size_t total = sizeof(BlockHeader) + size;
+    PiecePage* page = nullptr;
+    void* raw = TakePiece(total, page);
+    if (raw == nullptr) {
+        raw = zeroed ? std::calloc(1, total) : std::malloc(total);
+    } else if (zeroed) {
+        std::memset(raw, 0, total);
+    }
+    return raw == nullptr ? nullptr : new (raw) BlockHeader{size, page};
+}
+
+void GiveBack(BlockHeader* header) {
+    if (header->page != nullptr) {
+        GivePieceBack(header, header->page);
+    } else {
+        std::free(header);
+    }
+}
+
+// The block moved where it needs more room; null leaves it as it was.
+BlockHeader* WithRoom(BlockHeader* header, uint32_t size) {
+    const size_t total = sizeof(BlockHeader) + size;
+    if (header->page == nullptr) return static_cast<BlockHeader*>(std::realloc(header, total));
+    if (total <= PieceSize(*header->page)) return header;
+    BlockHeader* larger = NewBlock(size, false);
+    if (larger == nullptr) return nullptr;
+    std::memcpy(larger + 1, header + 1, header->size);
+    GiveBack(header);
+    return larger;
+}
+
 }  // namespace
 
 void* LocalAlloc(uint32_t flags, uint32_t size) {
     if (failures.MustFail() || !FitsWithHeader(size)) return nullptr;
-    const size_t total = sizeof(BlockHeader) + size;
-    void* raw = (flags & LMEM_ZEROINIT) != 0 ? std::calloc(1, total) : std::malloc(total);
-    if (raw == nullptr) return nullptr;
-    auto* header = static_cast<BlockHeader*>(raw);
-    header->size = size;
+    BlockHeader* header = NewBlock(size, (flags & LMEM_ZEROINIT) != 0);
+    if (header == nullptr) return nullptr;
     ++blocksOut;
     return header + 1;
 }
@@ -50,8 +82,7 @@ void* LocalReAlloc(void* block, uint32_t size, uint32_t flags) {
     if (block == nullptr) return LocalAlloc(flags, size);
     if (failures.MustFail() || !FitsWithHeader(size)) return nullptr;
     const uint32_t oldSize = HeaderOf(block)->size;
-    auto* header =
-        static_cast<BlockHeader*>(std::realloc(HeaderOf(block), sizeof(BlockHeader) + size));
+    BlockHeader* header = WithRoom(HeaderOf(block), size);
     if (header == nullptr) return nullptr;
     header->size = size;
     auto* bytes = reinterpret_cast<unsigned char*>(header + 1);
@@ -63,7 +94,7 @@ void* LocalReAlloc(void* block, uint32_t size, uint32_t flags) {
 
 void* LocalFree(void* block) {
     if (block == nullptr) return nullptr;
-    std::free(HeaderOf(block));
+    GiveBack(HeaderOf(block));
     --blocksOut;
     return nullptr;
 }

@@ -44,6 +44,10 @@ bool Writes(int32_t flags) {
     return (flags & kAccessBits) != kOpenReadOnly;
 }
 
+bool MustMake(int32_t flags) {
+    return (flags & kOpenCreate) != 0 && (flags & kOpenExclusive) != 0;
+}
+
 // Whether an existing file may be used. Its permission is looked at before anything is cut.
 bool IsUsable(const OpenRequest& request, const struct stat& status) {
     if (S_ISDIR(status.st_mode) || !IsTrustedPipe(request.path, status)) return false;
@@ -99,7 +103,7 @@ int Create(const OpenRequest& request, OpenFile& file) {
 // would look so for ever.
 int OpenOrCreate(const OpenRequest& request, OpenFile& file, struct stat& status) {
     const bool creates = (request.flags & kOpenCreate) != 0;
-    if (creates && (request.flags & kOpenExclusive) != 0) return Create(request, file);
+    if (MustMake(request.flags)) return Create(request, file);
     for (int attempt = 0; attempt < kCreateAttempts; ++attempt) {
         int descriptor = OpenExisting(request, status);
         if (descriptor != -1 || errno != ENOENT || !creates) return descriptor;
@@ -107,6 +111,14 @@ int OpenOrCreate(const OpenRequest& request, OpenFile& file, struct stat& status
         if (descriptor != -1 || errno != EEXIST) return descriptor;
     }
     return Refuse(EACCES);
+}
+
+// Most files are there, as spelled and without a link on the way. Then the open itself is the
+// only look at the disk that their path takes; where it fails the path is looked into.
+int OpenAsSpelled(const char* path, char (&hostPath)[kHostPathSize], const OpenRequest& request,
+                  struct stat& status) {
+    if (MustMake(request.flags) || !SpelledHostPath(path, hostPath)) return -1;
+    return OpenExisting(request, status);
 }
 
 // Where a standard stream was closed its number is free, but a file there would get what the
@@ -137,7 +149,6 @@ mode_t ModeOf(int32_t flags, int32_t permission) {
 bool OpenOnHost(const char* path, int32_t flags, int32_t permission, OpenFile& file) {
     char hostPath[kHostPathSize];
     if ((flags & kAccessBits) == kAccessBits) return Refuse(EINVAL) == 0;
-    if (!HostPath(path, hostPath)) return false;
     const int append = (flags & kOpenAppend) != 0 ? O_APPEND : 0;
     const OpenRequest request = {
         .path = hostPath,
@@ -146,7 +157,12 @@ bool OpenOnHost(const char* path, int32_t flags, int32_t permission, OpenFile& f
         .mode = ModeOf(flags, permission),
     };
     struct stat status = {};
-    file.descriptor = AboveStandardStreams(OpenOrCreate(request, file, status));
+    int descriptor = OpenAsSpelled(path, hostPath, request, status);
+    if (descriptor == -1) {
+        if (!HostPath(path, hostPath)) return false;
+        descriptor = OpenOrCreate(request, file, status);
+    }
+    file.descriptor = AboveStandardStreams(descriptor);
     if (file.descriptor == -1) return false;
     file.maySignal = MaySignal(request, file.created || S_ISREG(status.st_mode));
     return true;

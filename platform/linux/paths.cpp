@@ -5,9 +5,6 @@
 
 #include "linux/paths.h"
 
-#include <dirent.h>
-#include <fcntl.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -15,15 +12,12 @@
 #include <cstdlib>
 #include <cstring>
 #include <string_view>
-#include <utility>
 
-#include "linux/insist.h"
+#include "linux/spelling.h"
 #include "platform/files.h"
-#include "platform/text.h"
 
 namespace {
 
-constexpr std::string_view kSeparators = "\\/";
 constexpr size_t kDriveSize = 2;  // letter and colon
 constexpr char kDefaultDrive = 'C';
 
@@ -37,7 +31,7 @@ struct FullPath {
 };
 
 bool IsSeparator(char c) {
-    return kSeparators.find(c) != std::string_view::npos;
+    return c == '\\' || c == '/';
 }
 
 bool Refuse(int error) {
@@ -51,20 +45,30 @@ char DriveOf(std::string_view path) {
     return letter >= 'A' && letter <= 'Z' ? letter : '\0';
 }
 
-// The host's directory of the drive's root, without a separator at its end; false for a
-// drive that has none.
-bool DriveRoot(char drive, HostPathBuffer& root) {
+void DropSeparatorsAtEnd(HostPathBuffer& directory) {
+    for (size_t end = std::strlen(directory); end != 0 && directory[end - 1] == '/'; --end)
+        directory[end - 1] = '\0';
+}
+
+// The drive's root as its variable names it; null for a drive that has none.
+const char* NamedRoot(char drive) {
     char variable[] = "VRPLATFORM_DRIVE_C";
     variable[sizeof variable - 2] = drive;
     const char* directory = std::getenv(variable);
-    root[0] = '\0';
-    if (directory == nullptr || *directory != '/') return drive == kDefaultDrive;
+    if (directory != nullptr && *directory == '/') return directory;
+    return drive == kDefaultDrive ? "/" : nullptr;
+}
+
+// The host's directory of the drive's root, without links on the way to it and without a
+// separator at its end; false for a drive that has none.
+bool DriveRoot(char drive, HostPathBuffer& root) {
+    const char* directory = NamedRoot(drive);
+    if (directory == nullptr) return false;
     if (realpath(directory, root) == nullptr) {
         if (std::strlen(directory) >= sizeof root) return false;
         std::strcpy(root, directory);
     }
-    for (size_t end = std::strlen(root); end != 0 && root[end - 1] == '/'; --end)
-        root[end - 1] = '\0';
+    DropSeparatorsAtEnd(root);
     return true;
 }
 
@@ -88,7 +92,8 @@ void DropLastName(FullPath& full) {
 
 bool AppendNames(std::string_view text, FullPath& full) {
     while (!text.empty()) {
-        const std::string_view name = text.substr(0, text.find_first_of(kSeparators));
+        const auto end = std::find_if(text.begin(), text.end(), IsSeparator);
+        const std::string_view name(text.begin(), end);
         text.remove_prefix(std::min(name.size() + 1, text.size()));
         if (name == "..") {
             DropLastName(full);
@@ -143,6 +148,49 @@ bool SplitPath(std::string_view path, FullPath& full) {
     return StartSplit(drive, fromRoot, full) && AppendNames(path, full);
 }
 
+// Below the current directory a name is the same on whichever drive that lies.
+bool IsBelowCurrent(std::string_view path) {
+    return DriveOf(path) == '\0' && !IsSeparator(path.front()) &&
+           path.find("..") == std::string_view::npos;
+}
+
+bool LiesOnADrive(std::string_view hostPath) {
+    const auto isOn = [hostPath](char drive) {
+        HostPathBuffer root;
+        return DriveRoot(drive, root) && IsBelow(hostPath, root);
+    };
+    if (hostPath.find('\\') != std::string_view::npos) return false;
+    if (isOn(kDefaultDrive)) return true;  // as mostly
+    char drive = 'A';
+    while (drive <= 'Z' && !isOn(drive))
+        ++drive;
+    return drive <= 'Z';
+}
+
+// The current directory as the root of what is below it.
+bool CurrentRoot(HostPathBuffer& root) {
+    if (getcwd(root, sizeof root) == nullptr || !LiesOnADrive(root)) return false;
+    DropSeparatorsAtEnd(root);
+    return true;
+}
+
+bool AddNames(const FullPath& full, HostPathBuffer& root) {
+    const size_t rootLength = std::strlen(root);
+    if (rootLength + full.length >= sizeof root) return Refuse(ENAMETOOLONG);
+    std::memcpy(root + rootLength, full.names, full.length);
+    root[rootLength + full.length] = '\0';
+    return true;
+}
+
+// Where the path begins, and its names from there on.
+bool SplitHostName(std::string_view name, HostPathBuffer& root, FullPath& full) {
+    if (!IsBelowCurrent(name)) {
+        return SplitPath(name, full) && (DriveRoot(full.drive, root) || Refuse(ENOENT));
+    }
+    full.length = 0;
+    return CurrentRoot(root) && AppendNames(name, full);
+}
+
 // Writes the drive path with a separator at its end, if that is asked for.
 bool CopyOut(const FullPath& full, bool withSeparator, char* buffer, size_t size) {
     const bool ends = full.length == 0 || withSeparator;
@@ -156,81 +204,32 @@ bool CopyOut(const FullPath& full, bool withSeparator, char* buffer, size_t size
     return true;
 }
 
-bool Exists(const char* path) {
-    struct stat status;
-    return lstat(path, &status) == 0;
-}
-
-enum class Search { Found, Absent, NotPossible };
-
-// Looks through what was read of a directory, and overwrites the name with a spelling that
-// differs in case alone.
-bool TakeSpelling(const char* entries, size_t size, char* name) {
-    for (const char* at = entries; at < entries + size;) {
-        const auto* entry = reinterpret_cast<const dirent64*>(at);
-        if (lstrcmpiA(entry->d_name, name) == 0) {
-            std::memcpy(name, entry->d_name, std::strlen(name));
-            return true;
-        }
-        at += entry->d_reclen;
-    }
-    return false;
-}
-
-// The directory's spelling of the name, when it has one. Where handles or memory are short
-// nobody can tell, and errno says why. The entries are read without the C library, whose
-// buffer for them is larger than the library's reserves.
-Search FindAnyCase(const char* directory, char* name) {
-    const int descriptor =
-        Insist([=] { return open(directory, O_RDONLY | O_DIRECTORY | O_CLOEXEC); });
-    if (descriptor == -1) {
-        if (errno == ENFILE) errno = kErrorTooManyOpenFiles;
-        const bool isShort = errno == kErrorTooManyOpenFiles || errno == ENOMEM;
-        return isShort ? Search::NotPossible : Search::Absent;
-    }
-    alignas(dirent64) char entries[8192];
-    bool found = false;
-    ssize_t got = 0;
-    while (!found && (got = getdents64(descriptor, entries, sizeof entries)) > 0)
-        found = TakeSpelling(entries, static_cast<size_t>(got), name);
-    close(descriptor);
-    return found ? Search::Found : Search::Absent;
-}
-
-// Changes the names after the root to their spelling on disk, in place, up to the first one
-// that is not there: names that differ in case alone are equally long. False when nobody can
-// look.
-bool FindSpelling(char* path, size_t rootLength) {
-    if (Exists(path)) return true;
-    Search search = Search::Found;
-    for (char* name = path + rootLength; *name != '\0' && search == Search::Found;) {
-        char* end = name + 1 + std::strcspn(name + 1, "/");
-        const char separator = std::exchange(*end, '\0');
-        if (!Exists(path)) {
-            *name = '\0';
-            search = FindAnyCase(*path == '\0' ? "/" : path, name + 1);
-            *name = '/';
-        }
-        *end = separator;
-        name = end;
-    }
-    return search != Search::NotPossible;
-}
-
 }  // namespace
 
 bool HostPath(const char* name, char (&path)[kHostPathSize]) {
     FullPath full;
     errno = ENOENT;
-    if (name == nullptr || *name == '\0' || !SplitPath(name, full)) return false;
-    if (!DriveRoot(full.drive, path)) return Refuse(ENOENT);
+    if (name == nullptr || *name == '\0' || !SplitHostName(name, path, full)) return false;
     const size_t rootLength = std::strlen(path);
-    if (rootLength + full.length >= sizeof path) return Refuse(ENAMETOOLONG);
-    std::memcpy(path + rootLength, full.names, full.length);
-    path[rootLength + full.length] = '\0';
+    if (!AddNames(full, path)) return false;
     if (full.length != 0) return FindSpelling(path, rootLength);
     if (rootLength == 0) std::strcpy(path, "/");
     return true;
+}
+
+bool SpelledHostPath(const char* name, char (&path)[kHostPathSize]) {
+    if (name == nullptr || *name == '\0') return false;
+    FullPath full;
+    full.length = 0;
+    if (IsBelowCurrent(name))
+        return CurrentRoot(path) && AppendNames(name, full) && AddNames(full, path);
+    const char drive = DriveOf(name);
+    const char* root = drive == '\0' ? nullptr : NamedRoot(drive);
+    if (root == nullptr || !IsSeparator(name[kDriveSize]) || std::strlen(root) >= sizeof path)
+        return false;
+    std::strcpy(path, root);
+    DropSeparatorsAtEnd(path);
+    return AppendNames(name + kDriveSize, full) && AddNames(full, path);
 }
 
 bool ExecutablePath(char (&path)[kHostPathSize]) {

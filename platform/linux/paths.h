@@ -12,6 +12,10 @@ constexpr size_t kHostPathSize = PATH_MAX;
 // look for its spelling.
 bool HostPath(const char* name, char (&path)[kHostPathSize]);
 
+// The same without a look at the disk: names are as spelled, and the drive's root as its variable
+// names it. False also where that may be another file's path.
+bool SpelledHostPath(const char* name, char (&path)[kHostPathSize]);
+
 // The drive path of an absolute host path, in `size` bytes. False when it lies on no
 // drive or does not fit.
 bool DrivePath(const char* hostPath, char* path, size_t size);

@@ -1,7 +1,8 @@
-// The registry's open keys. A key takes its values out of the export file when it is
-// opened and shares nothing with it afterwards, so that a file that changes or goes
-// away cannot disturb a reader. Handles are numbers that are not given out again
-// soon: one that was closed stays a bad handle.
+// The registry's open keys. A key has its values from the text of the export file as it was
+// when the key was opened, so that a file that changes or goes away cannot disturb a reader.
+// The text and the keys that were read are kept as long as a look at the file shows no
+// change. Handles are numbers that are not given out again soon: one that was closed stays a
+// bad handle.
 
 #include "platform/registry.h"
 
@@ -9,23 +10,40 @@
 #include <cstdlib>
 #include <cstring>
 #include <map>
+#include <memory>
 #include <string>
 #include <utility>
 #include <vector>
 
 #include "linux/registry_text.h"
 #include "linux/shortage.h"
+#include "linux/text.h"
 #include "linux/textfile.h"
 
 namespace {
 
 constexpr uintptr_t kHighestHandle = 0x7FFFFFFF;  // the roots lie above
 
+constexpr size_t kLargestKept = 1 << 20;  // bytes of an export
+constexpr size_t kMostKept = 256;         // keys of it
+
+using Key = std::shared_ptr<const RegistryKey>;
+
 struct OpenKey {
     std::string path;  // from the root's name on
-    RegistryKey contents;
+    Key contents;
 };
 
+// An export as it was read.
+struct Reading {
+    std::string file;  // as the variable names it
+    FileState state;
+    std::shared_ptr<const RegistryExport> source;  // null when the file is no export
+    std::map<std::string, Key> keys;               // by path in lower case; null for none
+    bool isKept = false;
+};
+
+Reading last;
 std::map<uintptr_t, OpenKey> openKeys;
 uintptr_t lastHandle = 0;
 
@@ -50,29 +68,57 @@ std::string PathOf(HKEY root) {
     return key == nullptr ? "" : key->path;
 }
 
-bool LoadKey(OpenKey& key) {
-    const char* file = std::getenv("VRPLATFORM_REGISTRY");
+Reading Read(const char* file) {
+    Reading reading;
     std::string text;
-    return file != nullptr && ReadTextFile(file, text) &&
-           key.contents.Read(std::move(text), key.path);
+    if (!ReadTextFile(file, text, &reading.state)) return reading;
+    reading.isKept = reading.state.IsSettled() && text.size() <= kLargestKept;
+    const auto source = std::make_shared<RegistryExport>();
+    if (source->Take(std::move(text))) reading.source = source;
+    reading.file = file;
+    return reading;
+}
+
+bool IsLast(const char* file) {
+    FileState state;
+    return last.isKept && last.file == file && LookAtFile(file, state) && state == last.state;
+}
+
+std::string Folded(std::string path) {
+    std::transform(path.begin(), path.end(), path.begin(), FoldCase);
+    return path;
+}
+
+Key KeyIn(Reading& reading, const std::string& path) {
+    if (reading.source == nullptr) return nullptr;
+    const std::string folded = Folded(path);
+    const auto known = reading.keys.find(folded);
+    if (known != reading.keys.end()) return known->second;
+    if (reading.keys.size() == kMostKept) reading.keys.clear();
+    return reading.keys[folded] = ReadRegistryKey(reading.source, path);
+}
+
+Key LoadKey(const std::string& path) {
+    const char* file = std::getenv("VRPLATFORM_REGISTRY");
+    if (file == nullptr) return nullptr;
+    if (!IsLast(file)) {
+        last = {};
+        last = Read(file);
+    }
+    Key key = KeyIn(last, path);
+    if (!last.isKept) last = {};
+    return key;
 }
 
 int32_t OpenKeyBelow(HKEY root, const char* path, HKEY* key) {
-    OpenKey opened = {PathOf(root), {}};
+    OpenKey opened = {PathOf(root), nullptr};
     if (opened.path.empty()) return ERROR_INVALID_HANDLE;
     if (path != nullptr && *path != '\0') opened.path.append("\\").append(path);
     if (opened.path.ends_with('\\')) opened.path.pop_back();
-    if (!LoadKey(opened)) return ERROR_FILE_NOT_FOUND;
+    opened.contents = LoadKey(opened.path);
+    if (opened.contents == nullptr) return ERROR_FILE_NOT_FOUND;
     *key = AddOpenKey(std::move(opened));
     return ERROR_SUCCESS;
-}
-
-bool FindValue(const RegistryKey& key, const char* name, RegistryValue& value) {
-    for (size_t i = 0; i < key.Count(); ++i) {
-        value = key.At(i);
-        if (SameName(value.name, name)) return true;
-    }
-    return false;
 }
 
 // Stores the type and the size, and returns whether the data fits.
@@ -92,7 +138,7 @@ void CopyData(const RegistryValue& value, unsigned char* data) {
 int32_t Query(const OpenKey& key, const char* name, uint32_t* type, unsigned char* data,
               uint32_t* size) {
     RegistryValue value;
-    if (!FindValue(key.contents, name, value)) return ERROR_FILE_NOT_FOUND;
+    if (!key.contents->Find(name, value)) return ERROR_FILE_NOT_FOUND;
     if (!Describe(value, type, data, size)) return ERROR_MORE_DATA;
     CopyData(value, data);
     return ERROR_SUCCESS;
@@ -108,8 +154,8 @@ struct EnumeratedValue {
 };
 
 int32_t Enumerate(const OpenKey& key, uint32_t index, const EnumeratedValue& out) {
-    if (index >= key.contents.Count()) return ERROR_NO_MORE_ITEMS;
-    const RegistryValue value = key.contents.At(index);
+    if (index >= key.contents->Count()) return ERROR_NO_MORE_ITEMS;
+    const RegistryValue value = key.contents->At(index);
     const bool nameFits = value.name.size() < *out.nameSize;
     *out.nameSize = static_cast<uint32_t>(value.name.size());
     if (!Describe(value, out.type, out.data, out.dataSize) || !nameFits) return ERROR_MORE_DATA;

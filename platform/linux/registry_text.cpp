@@ -19,6 +19,7 @@ constexpr std::string_view kHeaderOfBytes = "REGEDIT4";
 constexpr std::string_view kHeaderOfUnicode = "Windows Registry Editor Version 5.00";
 constexpr uint32_t kRemoved = 0x80000000;  // in the place of a line, which is below it
 constexpr size_t kFewPlaces = 1024;
+constexpr size_t kFewestPlaces = 4;
 constexpr unsigned kTagShift = 24;
 constexpr uint32_t kMostTags = 0xFF;
 constexpr uint32_t kMostNumbers = 0xFFFFFF;  // a file of 64 MB has fewer values
@@ -61,103 +62,15 @@ bool MayBeNamedValue(std::string_view line) {
     return line.size() >= kShortestValue && line.front() == '"';
 }
 
-// The values that count so far, found by name. Each is the place where its line begins, in the
-// order in which their names came up; one that was removed is marked and keeps its place.
-class ValueTable {
-public:
-    ValueTable(std::string_view text, std::vector<uint32_t>& lines) : text_(text), lines_(lines) {
-        Clear();
-    }
-
-    void Clear() {
-        lines_.clear();
-        places_.assign(kFewPlaces, {});
-    }
-    void Set(uint32_t line, const std::string& name) {
-        if (places_.size() * 4 < (lines_.size() + 1) * 5) MakeRoomForAll(line);
-        Place& place = PlaceOf(name);
-        if (place.number != 0 && (lines_[place.number - 1] & kRemoved) == 0) {
-            lines_[place.number - 1] = line;
-        } else {
-            lines_.push_back(line);
-            Enter(place, lines_.size(), name);
-        }
-    }
-    void Remove(const std::string& name) {
-        const uint32_t number = PlaceOf(name).number;
-        if (number != 0) lines_[number - 1] |= kRemoved;
-    }
-    void DropRemoved() {
-        std::erase_if(lines_, [](uint32_t line) { return (line & kRemoved) != 0; });
-    }
-
-private:
-    // Most names that are not the same differ in the tag, so that no text is read for them.
-    struct Place {
-        uint32_t number : 24;  // of the line, from 1; 0 is free
-        uint32_t tag : 8;      // of the hash
-    };
-
-    std::string NameAt(uint32_t at) const {
-        std::string_view text = text_.substr(at & ~kRemoved);
-        std::string_view line;
-        std::string name;
-        TakeLine(text, line);
-        TakeValueName(line, name);
-        return name;
-    }
-
-    // Where the name is entered, or would be.
-    Place& PlaceOf(const std::string& name) {
-        const uint32_t hash = HashOf(name);
-        size_t at = hash & (places_.size() - 1);
-        while (places_[at].number != 0 && !IsOf(places_[at], hash, name))
-            at = (at + 1) & (places_.size() - 1);
-        return places_[at];
-    }
-    bool IsOf(const Place& place, uint32_t hash, const std::string& name) const {
-        return place.tag == hash >> kTagShift && SameName(NameAt(lines_[place.number - 1]), name);
-    }
-    static void Enter(Place& place, size_t number, const std::string& name) {
-        place.number = number & kMostNumbers;
-        place.tag = HashOf(name) >> kTagShift & kMostTags;
-    }
-
-    // Once, for all that can still come: to double again and again would need more room.
-    void MakeRoomForAll(uint32_t from) {
-        size_t most = lines_.size() + 2;  // the one without a name, too
-        std::string_view rest = text_.substr(from);
-        for (std::string_view line; TakeLine(rest, line);)
-            most += MayBeNamedValue(line) ? 1 : 0;
-        size_t size = places_.size();
-        while (size * 4 < most * 5)
-            size *= 2;
-        lines_.reserve(most);
-        places_.assign(size, {});
-        for (uint32_t i = 0; i < lines_.size(); ++i)
-            EnterAgain(i);
-    }
-
-    void EnterAgain(uint32_t i) {
-        const std::string name = NameAt(lines_[i]);
-        Enter(PlaceOf(name), i + 1, name);
-    }
-
-    std::string_view text_;
-    std::vector<uint32_t>& lines_;
-    std::vector<Place> places_;  // by hash
-};
-
 class KeyReader {
 public:
-    KeyReader(std::string_view text, std::string_view path, bool isUnicode,
-              std::vector<uint32_t>& lines)
-        : text_(text), wanted_(path), isUnicode_(isUnicode), values_(text, lines) {}
+    KeyReader(const RegistryExport& source, std::string_view path, RegistryKey& values)
+        : source_(source), wanted_(path), values_(values) {}
 
-    // `rest` is what follows the header.
-    bool Read(std::string_view rest) {
+    bool Read() {
+        std::string_view rest = std::string_view(source_.text).substr(source_.keysBegin);
         while (!rest.empty()) {
-            const auto at = static_cast<uint32_t>(rest.data() - text_.data());
+            const auto at = static_cast<uint32_t>(rest.data() - source_.text.data());
             std::string_view after = rest;
             std::string_view line;
             TakeLine(after, line);
@@ -170,7 +83,7 @@ public:
             }
             rest = after;
         }
-        values_.DropRemoved();
+        values_.Finish();
         return found_;
     }
 
@@ -191,36 +104,127 @@ private:
 
     void TakeValueLines(std::string_view& rest, uint32_t at) {
         RegistryValue value;
-        const ValueLine said = TakeValue(rest, isUnicode_, value);
+        const ValueLine said = TakeValue(rest, source_.isUnicode, value);
         if (said == ValueLine::Set) values_.Set(at, value.name);
         if (said == ValueLine::Remove) values_.Remove(value.name);
     }
 
-    std::string_view text_;
+    const RegistryExport& source_;
     std::string_view wanted_;
-    bool isUnicode_;
     bool inWantedKey_ = false;
     bool found_ = false;
-    ValueTable values_;
+    RegistryKey& values_;
 };
 
 }  // namespace
 
-bool RegistryKey::Read(std::string text, std::string_view path) {
-    text_ = std::move(text);
-    ToLatin1(text_);
-    std::string_view rest = text_;
+bool RegistryExport::Take(std::string bytes) {
+    text = std::move(bytes);
+    ToLatin1(text);
+    std::string_view rest = text;
     std::string_view header;
     if (!TakeLine(rest, header)) return false;
     header = Trimmed(header);
-    isUnicode_ = header == kHeaderOfUnicode;
-    if (!isUnicode_ && header != kHeaderOfBytes) return false;
-    return KeyReader(text_, path, isUnicode_, lines_).Read(rest);
+    keysBegin = text.size() - rest.size();
+    isUnicode = header == kHeaderOfUnicode;
+    return isUnicode || header == kHeaderOfBytes;
+}
+
+RegistryKey::RegistryKey(std::shared_ptr<const RegistryExport> source)
+    : source_(std::move(source)) {
+    Clear();
 }
 
 RegistryValue RegistryKey::At(size_t index) const {
-    std::string_view rest = std::string_view(text_).substr(lines_[index]);
+    std::string_view rest = std::string_view(source_->text).substr(lines_[index]);
     RegistryValue value;
-    TakeValue(rest, isUnicode_, value);
+    TakeValue(rest, source_->isUnicode, value);
     return value;
+}
+
+bool RegistryKey::Find(const std::string& name, RegistryValue& value) const {
+    const uint32_t number = places_[IndexOf(name)].number;
+    if (number != 0) value = At(number - 1);
+    return number != 0;
+}
+
+void RegistryKey::Clear() {
+    lines_.clear();
+    places_.assign(kFewPlaces, {});
+}
+
+void RegistryKey::Set(uint32_t line, const std::string& name) {
+    if (places_.size() * 4 < (lines_.size() + 1) * 5) MakeRoomForAll(line);
+    const size_t at = IndexOf(name);
+    const uint32_t number = places_[at].number;
+    if (number != 0 && (lines_[number - 1] & kRemoved) == 0) {
+        lines_[number - 1] = line;
+    } else {
+        lines_.push_back(line);
+        Enter(at, lines_.size(), name);
+    }
+}
+
+void RegistryKey::Remove(const std::string& name) {
+    const uint32_t number = places_[IndexOf(name)].number;
+    if (number != 0) lines_[number - 1] |= kRemoved;
+}
+
+void RegistryKey::Finish() {
+    std::erase_if(lines_, [](uint32_t line) { return (line & kRemoved) != 0; });
+    MakeIndex(lines_.size());
+}
+
+std::string RegistryKey::NameAt(uint32_t line) const {
+    std::string_view text = std::string_view(source_->text).substr(line & ~kRemoved);
+    std::string_view first;
+    std::string name;
+    TakeLine(text, first);
+    TakeValueName(first, name);
+    return name;
+}
+
+// Where the name is entered, or would be.
+size_t RegistryKey::IndexOf(const std::string& name) const {
+    const uint32_t hash = HashOf(name);
+    size_t at = hash & (places_.size() - 1);
+    while (places_[at].number != 0 && !IsOf(places_[at], hash, name))
+        at = (at + 1) & (places_.size() - 1);
+    return at;
+}
+
+bool RegistryKey::IsOf(const Place& place, uint32_t hash, const std::string& name) const {
+    return place.tag == hash >> kTagShift && SameName(NameAt(lines_[place.number - 1]), name);
+}
+
+void RegistryKey::Enter(size_t at, size_t number, const std::string& name) {
+    places_[at].number = number & kMostNumbers;
+    places_[at].tag = HashOf(name) >> kTagShift & kMostTags;
+}
+
+// Once, for all that can still come: to double again and again would need more room.
+void RegistryKey::MakeRoomForAll(uint32_t from) {
+    size_t most = lines_.size() + 2;  // the one without a name, too
+    std::string_view rest = std::string_view(source_->text).substr(from);
+    for (std::string_view line; TakeLine(rest, line);)
+        most += MayBeNamedValue(line) ? 1 : 0;
+    lines_.reserve(most);
+    MakeIndex(most);
+}
+
+void RegistryKey::MakeIndex(size_t most) {
+    size_t size = kFewestPlaces;
+    while (size * 4 < most * 5)
+        size *= 2;
+    places_ = std::vector<Place>(size);
+    for (size_t i = 0; i < lines_.size(); ++i) {
+        const std::string name = NameAt(lines_[i]);
+        Enter(IndexOf(name), i + 1, name);
+    }
+}
+
+std::shared_ptr<const RegistryKey> ReadRegistryKey(std::shared_ptr<const RegistryExport> source,
+                                                   std::string_view path) {
+    auto key = std::make_shared<RegistryKey>(source);
+    return KeyReader(*source, path, *key).Read() ? key : nullptr;
 }

@@ -6,6 +6,7 @@
 #include <sys/stat.h>
 
 #include <algorithm>
+#include <ctime>
 
 #include "linux/descriptor.h"
 #include "linux/insist.h"
@@ -16,16 +17,44 @@
 namespace {
 
 constexpr off_t kLargestTextFile = 64 << 20;
+constexpr int64_t kNanoseconds = 1'000'000'000;
+constexpr int64_t kCoarsestTime = 2;  // seconds, of the times of any file system
+
+int64_t Nanoseconds(const timespec& time) {
+    return time.tv_sec * kNanoseconds + time.tv_nsec;
+}
+
+FileState StateOf(const struct stat& status) {
+    return {.device = status.st_dev,
+            .number = status.st_ino,
+            .size = status.st_size,
+            .written = Nanoseconds(status.st_mtim),
+            .changed = Nanoseconds(status.st_ctim)};
+}
 
 }  // namespace
 
-bool ReadTextFile(const char* name, std::string& text) {
+bool FileState::IsSettled() const {
+    return std::max(written, changed) < (time(nullptr) - kCoarsestTime) * kNanoseconds;
+}
+
+bool LookAtFile(const char* name, FileState& state) {
+    char path[kHostPathSize];
+    struct stat status = {};
+    const bool isSpelled = SpelledHostPath(name, path) && stat(path, &status) == 0;
+    if (!isSpelled && (!HostPath(name, path) || stat(path, &status) != 0)) return false;
+    state = StateOf(status);
+    return S_ISREG(status.st_mode);
+}
+
+bool ReadTextFile(const char* name, std::string& text, FileState* state) {
     char path[kHostPathSize];
     if (!HostPath(name, path)) return false;
     const Descriptor file(OpenResolved(path, O_RDONLY | O_NONBLOCK | O_CLOEXEC, 0));
     struct stat status = {};
     if (fstat(file.Get(), &status) != 0) return false;
     if (!S_ISREG(status.st_mode) || status.st_size > kLargestTextFile) return false;
+    if (state != nullptr) *state = StateOf(status);
     text.resize(static_cast<size_t>(status.st_size));
     const ssize_t got = ReadAll(file.Get(), text.data(), text.size());
     text.resize(static_cast<size_t>(std::max(got, ssize_t{0})));

@@ -2,15 +2,34 @@
 #ifndef LINUX_TEXTFILE_H
 #define LINUX_TEXTFILE_H
 
+#include <cstdint>
 #include <string>
 #include <string_view>
 
 // What a text in UTF-8 may begin with.
 constexpr std::string_view kUtf8Mark = "\xEF\xBB\xBF";
 
-// Reads the regular file of that platform path whole; false for one that cannot be read or
-// has more than 64 MB.
-bool ReadTextFile(const char* name, std::string& text);
+// By what a file is known to be another one than before, or to have been changed. A change that
+// comes too soon after another may not show in the times.
+struct FileState {
+    uint64_t device = 0;
+    uint64_t number = 0;
+    int64_t size = 0;
+    int64_t written = 0;  // nanoseconds since 1970
+    int64_t changed = 0;  // its content or its status
+
+    bool operator==(const FileState&) const = default;
+
+    // Whether each further change will show.
+    bool IsSettled() const;
+};
+
+// The state of the regular file of that platform path; false for any other.
+bool LookAtFile(const char* name, FileState& state);
+
+// Reads the regular file of that platform path whole, and its state before that, unless it is
+// null; false for one that cannot be read or has more than 64 MB.
+bool ReadTextFile(const char* name, std::string& text, FileState* state = nullptr);
 
 inline std::string_view WithoutMark(std::string_view text) {
     return text.starts_with(kUtf8Mark) ? text.substr(kUtf8Mark.size()) : text;

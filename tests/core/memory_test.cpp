@@ -133,6 +133,28 @@ TEST_F(LibraryTest, ACopyHasRoomAndTheMemo) {
     EXPECT_EQ(HeaderOf(copy).memoCursor, 147);
 }
 
+TEST_F(LibraryTest, ACopyIsClearAfterItsText) {
+    for (const uint32_t length : {58u, 129u, 600u, 2000u, 70000u}) {
+        void* dirty = alloc_memory(length * 3 / 2 + 16);
+        std::memset(dirty, 'x', length * 3 / 2 + 16);
+        free_mem(&dirty);
+        const Array copy(NewString(Array(std::string(length, 'a'))));
+        const uint32_t capacity = length < 129 ? length : length * 3 / 2;
+        EXPECT_TRUE(IsAll(0, VrStrText(copy) + length, capacity + 2 - length)) << length;
+    }
+}
+
+TEST_F(LibraryTest, TheFirstDifferenceDecidesWhereverItIs) {
+    const Array a(std::string(600, 'a')), b(std::string(600, 'a'));
+    for (int32_t at = 0; at < 600; ++at) {
+        VrStrText(b)[at] = 'c';
+        EXPECT_EQ(CompareVrStrings(a, b), -2) << at;
+        VrStrText(a)[at] = 'd';
+        EXPECT_EQ(CompareVrStrings(a, b), 1) << at;
+        VrStrText(a)[at] = VrStrText(b)[at] = 'a';
+    }
+}
+
 TEST_F(LibraryTest, OrderIsByUnsignedBytesAndThenLength) {
     const std::string b = {"a\0b", 3}, c = {"a\0c", 3};
     const std::tuple<std::string, std::string, int32_t> cases[] = {

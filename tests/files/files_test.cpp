@@ -108,6 +108,20 @@ TEST_F(NamesTest, NumbersRollOverAndTheStemShrinks) {
     }
 }
 
+TEST_F(NamesTest, TheGapAmongManyNamesInOtherCase) {
+    WriteFile("abcdefgh", "");
+    for (unsigned number = 0; number < 256; ++number) {
+        char digits[3];
+        std::snprintf(digits, sizeof digits, "%x", number);
+        if (number < 16) WriteFile(std::string("abcdefg") + digits, "");
+        if (number != 0x7A) WriteFile(std::string("abcdef") + digits, "");
+    }
+    for (const char* expected : {"ABCDEF7A", "ABCDE0"}) {
+        EXPECT_EQ(Mapped("ABCDEFGH", "-"), expected);
+        WriteFile(expected, "");
+    }
+}
+
 TEST_F(NamesTest, UniqueNames) {
     const std::string end = "a" + std::to_string(100000 + getpid() % 100000).substr(1);
     const std::string prefix(97, 'p');

@@ -79,6 +79,29 @@ TEST_F(Paths, DrivesHaveRoots) {
     SetEnvironmentVariableA("VRPLATFORM_DRIVE_C", "/no/such/folder");
     SetEnvironmentVariableA("VRPLATFORM_DRIVE_D", nullptr);
     EXPECT_EQ(Current(), "none") << "a directory on no drive has no name";
+    EXPECT_EQ(FileStatus("f"), -1) << "nor has a file in it";
+}
+
+bool Opens(const std::string& path) {
+    const int32_t handle = FileOpen(path.c_str(), kOpenReadOnly, kShareDenyNone, 0);
+    return handle != -1 && FileClose(handle) == 0;
+}
+
+// ROOT of drive D from now on -> the files that can be opened, of those in the folder "sub".
+TEST_F(Paths, AMappedDriveCountsAtOnce) {
+    mkdir("sub", 0777);
+    WriteFile("sub/f", "f");
+    symlink("sub", "link");
+    chdir("sub");
+    SetEnvironmentVariableA("VRPLATFORM_DRIVE_C", "/no/such/folder");
+    for (const auto& [root, opened] :
+         Rows<2>("none -> | . -> D:\\sub\\f,f | sub -> D:\\f,f | link// -> D:\\f,f | none -> ")) {
+        SetEnvironmentVariableA("VRPLATFORM_DRIVE_D", (directory.path + "/" + root).c_str());
+        std::string found;
+        for (const char* name : {"D:\\sub\\f", "D:\\f", "f"})
+            if (Opens(name)) found += found.empty() ? name : std::string(",") + name;
+        EXPECT_EQ(found, opened) << root;
+    }
 }
 
 }  // namespace

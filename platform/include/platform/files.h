@@ -191,6 +191,20 @@ PLATFORM_API int32_t FindNext(int32_t search, FindData* data) PLATFORM_SYMBOL(Fi
 /* Ends the search: 0, or -1 for a bad handle. */
 PLATFORM_API int32_t FindClose(int32_t search) PLATFORM_SYMBOL(FindClose);
 
+/* The names of a folder at one moment. Opaque to callers. */
+typedef struct PlatformFolderNames PlatformFolderNames;
+
+/* Reads the names that fit the last part of `pattern`, as FindFirst takes it, all at once: a
+ * caller who looks for many names asks the disk once. Null when the folder cannot be read or
+ * memory is short. The caller gives them back with FolderNamesFree, which ignores null. */
+PLATFORM_API PlatformFolderNames* FolderNamesRead(const char* pattern)
+    PLATFORM_SYMBOL(FolderNamesRead);
+PLATFORM_API void FolderNamesFree(PlatformFolderNames* names) PLATFORM_SYMBOL(FolderNamesFree);
+
+/* 1 when the name, in any case, is among them, else 0. */
+PLATFORM_API int32_t FolderNamesHas(const PlatformFolderNames* names, const char* name)
+    PLATFORM_SYMBOL(FolderNamesHas);
+
 /* The current directory as a drive path of at most `size` - 1 bytes and a zero: the
  * buffer, or null when it does not fit or lies on no drive. */
 PLATFORM_API char* CurrentDirectory(char* buffer, int32_t size) PLATFORM_SYMBOL(CurrentDirectory);

@@ -1,9 +1,10 @@
 /* The registry, read-only: keys that hold named values.
  *
  * Its contents are the text export of a registry editor, in the file that the
- * environment variable VRPLATFORM_REGISTRY names by a platform path. The file is
- * read at each opening of a key, so a change is seen by the next one; a key that is
- * open keeps what it read. Without the variable, without a readable file, with one
+ * environment variable VRPLATFORM_REGISTRY names by a platform path. Each opening of
+ * a key looks at the file and reads it when it has changed, so a change is seen by the
+ * next one; a key that is open keeps what it read. An export of up to 1 MB that has not
+ * changed for two seconds is kept in memory. Without the variable, without a readable file, with one
  * of more than 64 MB or one that does not begin with a line named here, no key
  * exists.
  *
