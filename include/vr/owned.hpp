@@ -179,7 +179,8 @@ private:
 
 /// The elements of a text between marks of one kind, as views into it: n marks give n + 1
 /// elements, and an empty text has none. The text must outlive them unchanged.
-class Elements : public std::ranges::view_interface<Elements> {
+// A view by its base alone: clang 14 cannot compile view_interface for a class.
+class Elements : public std::ranges::view_base {
 public:
     /// A forward iterator; its elements are views.
     class Iterator {
@@ -241,6 +242,10 @@ public:
     /// After the last one.
     std::default_sentinel_t end() const {
         return {};
+    }
+    /// Whether there is none.
+    bool empty() const {
+        return text_.empty();
     }
 
 private:
