@@ -177,9 +177,10 @@ private:
     VrString s_ = nullptr;  // null is empty too
 };
 
+// Of view_base alone, since clang 14 rejects the view_interface of GCC 12.
+
 /// The elements of a text between marks of one kind, as views into it: n marks give n + 1
 /// elements, and an empty text has none. The text must outlive them unchanged.
-// A view by its base alone: clang 14 cannot compile view_interface for a class.
 class Elements : public std::ranges::view_base {
 public:
     /// A forward iterator; its elements are views.
