@@ -52,8 +52,7 @@ VR_API VR_OWNED VR_FRESH void* _alloc_memory(uint32_t size, const char* tag, int
 
 /* A block of `size` bytes of undefined content, never from a pool. Null for size
  * 0. The caller owns it. */
-VR_API VR_OWNED VR_FRESH void* _malloc_memory(uint32_t size, const char* tag, int32_t line)
-    __attribute__((alloc_size(1)));
+VR_API VR_OWNED VR_FRESH void* _malloc_memory(uint32_t size, const char* tag, int32_t line);
 
 /* The block at its new size. It may have moved, and then the old address is
  * invalid; contents survive up to the smaller size, and bytes that are new are zero.

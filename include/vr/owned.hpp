@@ -177,9 +177,11 @@ private:
     VrString s_ = nullptr;  // null is empty too
 };
 
+// Of view_base alone, since clang 14 rejects the view_interface of GCC 12.
+
 /// The elements of a text between marks of one kind, as views into it: n marks give n + 1
 /// elements, and an empty text has none. The text must outlive them unchanged.
-class Elements : public std::ranges::view_interface<Elements> {
+class Elements : public std::ranges::view_base {
 public:
     /// A forward iterator; its elements are views.
     class Iterator {
@@ -241,6 +243,10 @@ public:
     /// After the last one.
     std::default_sentinel_t end() const {
         return {};
+    }
+    /// Whether there is none.
+    bool empty() const {
+        return text_.empty();
     }
 
 private:
