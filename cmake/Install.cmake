@@ -13,7 +13,7 @@ add_library(vr::platform ALIAS vrplatform)
 
 # The libraries find each other, and the hosts find them, from where they stand.
 file(RELATIVE_PATH libraries_from_bin "/${CMAKE_INSTALL_BINDIR}" "/${CMAKE_INSTALL_LIBDIR}")
-set_target_properties(vrbase vrplatform PROPERTIES
+set_target_properties(vrplatform PROPERTIES
   VERSION ${PROJECT_VERSION}
   SOVERSION ${PROJECT_VERSION_MAJOR})
 set_target_properties(vrbase PROPERTIES EXPORT_NAME base INSTALL_RPATH "$ORIGIN")
@@ -24,6 +24,14 @@ install(DIRECTORY include/vr platform/include/platform TYPE INCLUDE)
 install(TARGETS vrbase vrplatform EXPORT vrbase-targets INCLUDES DESTINATION
   "${CMAKE_INSTALL_INCLUDEDIR}")
 install(TARGETS psapi kernel32 LIBRARY DESTINATION "${CMAKE_INSTALL_LIBDIR}")
+if(TARGET vrbase_check)
+  set(check_dir "${CMAKE_INSTALL_LIBDIR}/vrbase-check")
+  set_target_properties(vrbase_check PROPERTIES INSTALL_RPATH "$ORIGIN/..")
+  install(TARGETS vrbase_check LIBRARY DESTINATION "${check_dir}")
+  file(RELATIVE_PATH check_from_bin "/${CMAKE_INSTALL_BINDIR}" "/${check_dir}")
+  configure_file(cmake/vr-check.in "${PROJECT_BINARY_DIR}/install/vr-check" @ONLY)
+  install(PROGRAMS "${PROJECT_BINARY_DIR}/install/vr-check" TYPE BIN)
+endif()
 install(FILES LICENSE CHANGELOG.md TYPE DOC)
 if(VR_INSTALL_EXAMPLES)
   install(TARGETS ${hosts})

@@ -9,6 +9,7 @@
 
 #include <cstring>
 
+#include "core/vrmem_check.h"
 #include "platform/memory.h"
 #include "platform/messagebox.h"
 #include "vr/environ.h"
@@ -44,6 +45,7 @@ void* LargePayload(void* platformBlock) {
 
 // Kept out of the way of the blocks that come from a pool, like FreeOther.
 [[gnu::noinline]] void* NewLargeBlock(uint32_t size, const char* tag, int32_t line) {
+    if constexpr (vr::check::kOn) return vr::check::NewBlock({size, 0, true}, {tag, line});
     const uint32_t total = vr::Saturated(uint64_t{size} + kLargeHeaderSize + kSpareByte);
     return LargePayload(_CallocMore(total, nullptr, tag, line));
 }
@@ -98,8 +100,30 @@ void* MoveSlotToLargeBlock(void* slot, uint32_t size, const char* tag, int32_t l
     return true;
 }
 
+// In the checking library: gives back what is meant for a block. False for all else.
+[[maybe_unused]] bool FreeChecked(void* value, const vr::check::Place& now) {
+    if (value == nullptr || vr::IsSharedString(value)) return false;
+    const bool isAddress = IsAddress(value);
+    if constexpr (vr::check::kOn) {
+        (isAddress ? vr::check::GiveBack : vr::check::ReportNumber)(value, now);
+    }
+    return isAddress;
+}
+
+void* NewScratchArea() {
+    if constexpr (vr::check::kOn) return vr::check::NewArea(kVrScratchSize);
+    return MallocMore(kVrScratchSize, nullptr);
+}
+
+void FreeArea(void* area) {
+    if constexpr (vr::check::kOn) return vr::check::FreeArea(area);
+    LocalFree(area);
+}
+
 unsigned char* NewSharedString(const char* text) {
-    auto* block = static_cast<unsigned char*>(CallocMore(kSharedBlockSize, nullptr));
+    auto* block =
+        static_cast<unsigned char*>(vr::check::kOn ? vr::check::NewArea(kSharedBlockSize)
+                                                   : CallocMore(kSharedBlockSize, nullptr));
     VrString s = VR_SHARED_STRING(block);
     const size_t length = std::strlen(text);
     s->length = static_cast<int32_t>(length);
@@ -108,12 +132,14 @@ unsigned char* NewSharedString(const char* text) {
 }
 
 void FreeMemory() {
+    if constexpr (vr::check::kOn) vr::check::LookAtAreas({"VrExit", 0});
     vr::FreeFixedStore();
+    if constexpr (vr::check::kOn) vr::check::Finish();
     vr::FreeReserves();
     for (char** area : kScratchAreas)
-        LocalFree(*area);
+        FreeArea(*area);
     for (unsigned char** shared : kSharedStrings)
-        LocalFree(*shared);
+        FreeArea(*shared);
     vr::FreePools();
 }
 
@@ -122,11 +148,12 @@ void FreeMemory() {
 void vr::StartMemory(const UtilInitRecord&) {
     StartReserves();
     for (char** area : kScratchAreas) {
-        *area = static_cast<char*>(MallocMore(kVrScratchSize, nullptr));
+        *area = static_cast<char*>(NewScratchArea());
     }
     NullVrStr = NewSharedString("");
     FalseVrStr = NewSharedString("0");
     TrueVrStr = NewSharedString("1");
+    if constexpr (vr::check::kOn) vr::check::KeepSharedStrings();
     VrExitAdd(FreeMemory);
     memoryIsUp = true;
     StartPools();
@@ -139,6 +166,10 @@ bool vr::MemoryIsUp() {
 
 void* _alloc_memory(uint32_t size, const char* tag, int32_t line) {
     if (size == 0) return nullptr;
+    if constexpr (vr::check::kOn) {
+        const uint8_t classByte = size <= vr::kLargestPooledSize ? vr::kPoolSlotClass : uint8_t{0};
+        return vr::check::NewBlock({size, classByte, true}, {tag, line});
+    }
     if (size <= vr::kLargestPooledSize) {
         if (void* slot = vr::TakeSlot(size + kSpareByte)) return slot;
     }
@@ -147,6 +178,7 @@ void* _alloc_memory(uint32_t size, const char* tag, int32_t line) {
 
 void* _malloc_memory(uint32_t size, const char* tag, int32_t line) {
     if (size == 0) return nullptr;
+    if constexpr (vr::check::kOn) return vr::check::NewBlock({size, 0, false}, {tag, line});
     return LargePayload(
         _MallocMore(vr::Saturated(uint64_t{size} + kLargeHeaderSize), nullptr, tag, line));
 }
@@ -154,22 +186,29 @@ void* _malloc_memory(uint32_t size, const char* tag, int32_t line) {
 void* _realloc_mem(void* block, uint32_t size, const char* tag, int32_t line) {
     if (size == 0) return nullptr;
     if (!IsAddress(block) || vr::IsSharedString(block)) return NewLargeBlock(size, tag, line);
-    if (vr::ClassByte(block) == vr::kPoolSlotClass) {
+    if (!vr::check::kOn && vr::ClassByte(block) == vr::kPoolSlotClass) {
         return MoveSlotToLargeBlock(block, size, tag, line);
     }
-    void* resized = ResizePlatformBlock(block, size, tag, line);
+    void* resized = nullptr;
+    if constexpr (vr::check::kOn) {
+        resized = vr::check::Resize(block, size, {tag, line});
+    } else {
+        resized = ResizePlatformBlock(block, size, tag, line);
+    }
     if (vr::IsLong(resized)) FitLongString(resized, size);
     return resized;
 }
 
-int32_t _free_mem(void* variable, const char*, int32_t) {
+int32_t _free_mem(void* variable, [[maybe_unused]] const char* tag, [[maybe_unused]] int32_t line) {
     void* block = nullptr;
     if (variable == nullptr) return 0;
     std::memcpy(&block, variable, sizeof block);  // a pointer of whatever type
+    bool isChecked = false;
+    if constexpr (vr::check::kOn) isChecked = FreeChecked(block, {tag, line});
     // What stands in front of a shared string reads as a large block's header.
-    if (IsAddress(block) && vr::ClassByte(block) == vr::kPoolSlotClass) [[likely]] {
+    if (!isChecked && IsAddress(block) && vr::ClassByte(block) == vr::kPoolSlotClass) [[likely]] {
         vr::GiveSlotBack(block);
-    } else if (!FreeOther(block)) {
+    } else if (!isChecked && !FreeOther(block)) {
         return 0;
     }
     std::memset(variable, 0, sizeof block);
@@ -188,11 +227,17 @@ int32_t MemAvail(int32_t) {
 
 void PgmMemInit() {}
 
-void PgmMemReport(int32_t) {}
+void PgmMemReport(int32_t) {
+    if constexpr (vr::check::kOn) vr::check::WriteSummary();
+}
 
-void MemDump() {}
+void MemDump() {
+    if constexpr (vr::check::kOn) vr::check::WriteBlocks();
+}
 
-void MemCheckBounds() {}
+void MemCheckBounds() {
+    if constexpr (vr::check::kOn) vr::check::LookAtAll({"MemCheckBounds", 0});
+}
 
 int32_t MemDebugFormat(VrWord, VrWord, VrWord, VrWord, VrWord, VrWord) {
     return 0;

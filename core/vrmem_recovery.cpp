@@ -5,6 +5,7 @@
 // reserve held again, or it does not return.
 
 #include "core/vrmem.h"
+#include "core/vrmem_check.h"
 #include "platform/memory.h"
 #include "platform/messagebox.h"
 #include "platform/process.h"
@@ -81,13 +82,20 @@ void* AskAndRetry(const Request& request) {
     return block;
 }
 
+enum class Limit { Applies, WasApplied };
+
+template <Limit kLimit = Limit::Applies>
 void* Obtain(const Request& request, const char* tag, int32_t line) {
-    if (request.size >= kVrRefusedSize) {
+    if (kLimit == Limit::Applies && request.size >= kVrRefusedSize) {
         VrErrorMessage("Can't alloc %u bytes [%s,%d]", request.size, tag == nullptr ? "" : tag,
                        line);
         EndRun();
     }
     if (void* block = Attempt(request)) return block;
+    if constexpr (vr::check::kOn) {
+        void* block = vr::check::GiveUpHeld() ? Attempt(request) : nullptr;
+        if (block != nullptr) return block;
+    }
     RaiseMemoryShort(request.size);
     return AskAndRetry(request);
 }
@@ -103,6 +111,14 @@ void vr::FreeReserves() {
     GiveUp(firstReserve);
     GiveUp(lastReserve);
 }
+
+#ifdef VR_CHECK
+void* vr::check::NewGuarded(uint32_t asked, uint32_t guards, bool zeroed, const Place& now) {
+    const uint32_t flags = zeroed ? uint32_t{LMEM_ZEROINIT} : uint32_t{LMEM_FIXED};
+    if (asked >= kVrRefusedSize) return Obtain({asked, nullptr, flags}, now.module, now.line);
+    return Obtain<Limit::WasApplied>({asked + guards, nullptr, flags}, now.module, now.line);
+}
+#endif
 
 void* _CallocMore(uint32_t size, void* block, const char* tag, int32_t line) {
     return Obtain({size, block, LMEM_ZEROINIT}, tag, line);

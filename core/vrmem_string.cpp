@@ -8,6 +8,7 @@
 #include <cstring>
 
 #include "core/vrmem.h"
+#include "core/vrmem_check.h"
 
 unsigned char* NullVrStr = nullptr;
 unsigned char* FalseVrStr = nullptr;
@@ -36,6 +37,7 @@ VrString NewStringOf(uint32_t length, uint32_t spare, const char* tag, int32_t l
             ? NewLongString(length, spare, tag, line)
             : static_cast<VrString>(_alloc_memory(length + vr::kStringOverhead, tag, line));
     s->length = static_cast<int32_t>(length);
+    if constexpr (vr::check::kOn) vr::check::BecameString(s);
     return s;
 }
 

@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <cstring>
 
+#include "core/vrmem_check.h"
 #include "dynarray/Vrstr.h"
 
 namespace {
@@ -54,6 +55,7 @@ char* TextInPlace(VrString s) {
     auto* text = reinterpret_cast<char*>(s);
     if (s->length == 0) return text;
     std::memmove(text, VrStrText(s), static_cast<size_t>(s->length) + 1);
+    if constexpr (vr::check::kOn) vr::check::BecameText(s);
     return text;
 }
 

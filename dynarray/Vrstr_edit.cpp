@@ -8,6 +8,7 @@
 
 #include <cstring>
 
+#include "core/vrmem_check.h"
 #include "dynarray/Vrstr.h"
 #include "vr/edit.h"
 
@@ -219,6 +220,7 @@ bool Appends(const UtilPosition& position) {
 }  // namespace
 
 VrString UtilInsertReplace(UtilPosition* position, VrString s, VrString element, uint32_t replace) {
+    if constexpr (vr::check::kOn) vr::check::Edited(s);
     CompleteNumbers(*position);
     if (position->attribute == 0) return CopyOfElement(element);
 

@@ -31,9 +31,18 @@ for page in "$source"/README.md "$source"/docs/*.md; do
     ' "$page"
 done
 
+# The page on mistakes shows reports of the checking library, where there is one.
+checking=$libraries/vrbase-check
+report_of_mistakes() {
+    LD_LIBRARY_PATH="$checking:$libraries" setsid -w ./host 2>&1
+}
+
 # Without a terminal, so that no message box waits for an answer.
 run() {
     cd "$1"
+    case $1 in
+        */finding-mistakes-*) report_of_mistakes | diff expected -; return ;;
+    esac
     LD_LIBRARY_PATH="$libraries" setsid -w ./host > output 2> errors || {
         echo "$1: exits with $?"
         cat output errors
@@ -44,6 +53,9 @@ run() {
 
 programs=0
 for host in "$work"/*/host.c*; do
+    case $host in
+        */finding-mistakes-*) [ -d "$checking" ] || continue ;;
+    esac
     case $host in
         *.c) compile="gcc -std=c11" ;;
         *) compile="g++ -std=c++20" ;;

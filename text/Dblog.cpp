@@ -9,7 +9,7 @@
 #include <cstdlib>
 #include <iterator>
 
-#include "core/vrmem.h"
+#include "core/vrmem_check.h"
 #include "platform/files.h"
 #include "text/Util_text.h"
 #include "vr/files.h"
@@ -96,6 +96,7 @@ int32_t VrdbLogInit(const char* section, const char* title) {
     const int32_t wanted = IniGetInt(section, "LOG", 0);
     if (wanted < 1 || wanted > kLargestLevel) return 0;
     line = static_cast<char*>(alloc_memory(kLineSize));
+    if constexpr (vr::check::kOn) vr::check::StaysOut(line);
     level = wanted;
     if (!OpenLog()) {
         level = 0;

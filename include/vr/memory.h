@@ -141,7 +141,8 @@ VR_API int32_t MemCallCallbacks(int32_t kind, VrWord value);
 VR_API int32_t MemState(uint32_t* total, uint32_t* largest);
 
 /* Kept for hosts that call them; they do nothing, and return 0 where they
- * return anything. */
+ * return anything. In the checking library (docs/finding-mistakes.md) MemCheckBounds looks at
+ * every block, PgmMemReport lists what is out by module and line, and MemDump each block. */
 VR_API int32_t MemAvail(int32_t ignored);
 VR_API void PgmMemInit(void);
 VR_API void PgmMemReport(int32_t ignored);

@@ -38,3 +38,8 @@ for host in c_host cpp_host c_by_pkg_config cpp_by_pkg_config; do
     [ "$answer" = "Dover 1" ] || { echo "$host says: $answer"; exit 1; }
     echo "$host runs"
 done
+
+check=$scratch/prefix/bin/vr-check host=$scratch/hosts/build/c_by_pkg_config
+[ "$("$check" "$host")" = "Dover 1" ]
+"$check" env LD_TRACE_LOADED_OBJECTS=1 "$host" | grep -q "libvrbase.*vrbase-check/"
+echo "c_by_pkg_config runs with the checking library"
