@@ -10,6 +10,7 @@
 #include <cstring>
 
 #include "core/vrmem_check.h"
+#include "core/vrmem_poison.h"
 #include "platform/memory.h"
 #include "platform/messagebox.h"
 #include "vr/environ.h"
@@ -84,6 +85,7 @@ void FitLongString(void* payload, uint32_t size) {
 void* MoveSlotToLargeBlock(void* slot, uint32_t size, const char* tag, int32_t line) {
     void* block = NewLargeBlock(size, tag, line);
     const uint32_t slotSize = vr::SlotSize(slot);
+    vr::poison::Open(slot, static_cast<int32_t>(slotSize));
     std::memcpy(block, slot, size < slotSize ? size : slotSize);
     vr::GiveSlotBack(slot);
     return block;

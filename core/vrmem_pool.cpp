@@ -14,6 +14,7 @@
 #include <cstring>
 
 #include "core/vrmem.h"
+#include "core/vrmem_poison.h"
 #include "platform/memory.h"
 
 namespace {
@@ -56,8 +57,13 @@ static_assert(sizeof(SlotHeader) == 4);
 
 Pool* pools[kPoolCount];
 
+constexpr int32_t StrideOf(int32_t itemSize) {
+    return vr::poison::ClosedSize(itemSize) + vr::poison::kFiller +
+           static_cast<int32_t>(sizeof(SlotHeader));
+}
+
 int32_t SlotStride(const Pool& pool) {
-    return pool.itemSize + static_cast<int32_t>(sizeof(SlotHeader));
+    return StrideOf(pool.itemSize);
 }
 
 uint32_t OffsetOfIndex(const Pool& pool, int32_t index) {
@@ -74,8 +80,8 @@ constexpr uint32_t ReciprocalOf(uint32_t stride) {
 }
 
 constexpr bool ReciprocalsAreExact() {
-    for (uint32_t pool = 1; pool <= kPoolCount; ++pool) {
-        const uint32_t stride = pool * uint32_t{kSizeStep} + sizeof(SlotHeader);
+    for (int32_t pool = 1; pool <= kPoolCount; ++pool) {
+        const auto stride = static_cast<uint32_t>(StrideOf(pool * kSizeStep));
         for (uint32_t slot = 0; slot < uint32_t{kSlotsPerPage}; ++slot) {
             if ((slot * stride * ReciprocalOf(stride)) >> kReciprocalBits != slot) return false;
         }
@@ -141,8 +147,9 @@ void LayOutSlots(const Pool& pool, Page& page) {
     for (int32_t index = 1; index <= pool.itemsPerPage; ++index) {
         const uint32_t offset = OffsetOfIndex(pool, index);
         const int32_t next = index < pool.itemsPerPage ? index + 1 : 0;
-        SlotAt(page, offset) = {static_cast<uint16_t>(offset), static_cast<uint8_t>(next),
-                                vr::kPoolSlotClass};
+        SlotHeader& slot = SlotAt(page, offset);
+        slot = {static_cast<uint16_t>(offset), static_cast<uint8_t>(next), vr::kPoolSlotClass};
+        vr::poison::Close(&slot + 1, vr::poison::ClosedSize(pool.itemSize));
     }
 }
 
@@ -202,7 +209,7 @@ void vr::StartPools() {
         pools[i] = pool;
         if (pool == nullptr) continue;
         const int32_t itemSize = (i + 1) * kSizeStep;
-        const auto stride = static_cast<uint32_t>(itemSize) + sizeof(SlotHeader);
+        const auto stride = static_cast<uint32_t>(StrideOf(itemSize));
         *pool = {pool, itemSize, kSlotsPerPage, nullptr, nullptr, 0, 0, ReciprocalOf(stride)};
     }
 }
@@ -232,7 +239,10 @@ void* vr::TakeSlot(uint32_t size) {
     if (--page.freeSlots == 0) [[unlikely]]
         ClosePage(*pool, page);
     auto* payload = reinterpret_cast<char*>(&slot + 1);
+    vr::poison::Open(payload, pool->itemSize);
     if (pool->noClear == 0) ZeroPayload(payload, pool->itemSize);
+    const auto used = static_cast<int32_t>(size);
+    vr::poison::Close(payload + used, vr::poison::ClosedSize(pool->itemSize) - used);
     return payload;
 }
 
@@ -241,6 +251,8 @@ void vr::GiveSlotBack(void* payload) {
     Page& page = PageOf(slot);
     Pool& pool = *page.pool;
     const bool wasFull = page.freeSlots == 0;
+    vr::poison::Touch(payload);
+    vr::poison::Close(payload, vr::poison::ClosedSize(pool.itemSize));
 
     slot.nextFree = wasFull ? uint8_t{0} : IndexOfOffset(pool, page.firstFree);
     page.firstFree = slot.pageOffset;
