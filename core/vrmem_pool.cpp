@@ -9,10 +9,13 @@
 // others on its full list; up to two pages' worth of slots is kept when free, so
 // that a pool does not make and free one page in turn.
 
+#define VR_MODULE "vrmem"
+
 #include <emmintrin.h>
 
 #include <cstring>
 
+#include "core/Invariant.h"
 #include "core/vrmem.h"
 #include "core/vrmem_poison.h"
 #include "platform/memory.h"
@@ -143,6 +146,37 @@ void Unlink(Page*& list, Page& page) {
     if (page.next != nullptr) page.next->previous = page.previous;
 }
 
+// The links to both sides lead back to the page.
+bool LinksAreSound(const Page* list, const Page& page) {
+    if (page.next != nullptr && page.next->previous != &page) return false;
+    return page.previous == nullptr ? list == &page : page.previous->next == &page;
+}
+
+// The chain of free slots is as long as the page says. On a full page there is none.
+bool ChainIsSound(const Pool& pool, Page& page) {
+    if (page.freeSlots == 0) return true;
+    uint32_t offset = page.firstFree;
+    for (int32_t left = page.freeSlots; left > 1; --left) {
+        const uint8_t next = SlotAt(page, offset).nextFree;
+        if (next == 0 || next > pool.itemsPerPage) return false;
+        offset = OffsetOfIndex(pool, next);
+    }
+    return SlotAt(page, offset).nextFree == 0;
+}
+
+bool IsSound(const Pool& pool, const Page* list, Page& page) {
+    const bool isOpen = list == pool.openPages;
+    return page.pool == &pool && (page.freeSlots != 0) == isOpen && LinksAreSound(list, page) &&
+           ChainIsSound(pool, page);
+}
+
+bool CountsAreSound(const Pool& pool) {
+    int32_t freeSlots = 0;
+    for (const Page* page = pool.openPages; page != nullptr; page = page->next)
+        freeSlots += page->freeSlots;
+    return freeSlots == pool.freeSlots;
+}
+
 void LayOutSlots(const Pool& pool, Page& page) {
     for (int32_t index = 1; index <= pool.itemsPerPage; ++index) {
         const uint32_t offset = OffsetOfIndex(pool, index);
@@ -167,9 +201,11 @@ void LayOutSlots(const Pool& pool, Page& page) {
     LayOutSlots(pool, page);
     PushFront(pool.openPages, page);
     pool.freeSlots += pool.itemsPerPage;
+    VR_INVARIANT(IsSound(pool, pool.openPages, page));
 }
 
 [[gnu::noinline]] void ReleasePage(Pool& pool, Page& page) {
+    VR_INVARIANT(IsSound(pool, pool.openPages, page));
     Unlink(pool.openPages, page);
     pool.freeSlots -= pool.itemsPerPage;
     LocalFree(&page);
@@ -178,11 +214,13 @@ void LayOutSlots(const Pool& pool, Page& page) {
 [[gnu::noinline]] void ClosePage(Pool& pool, Page& page) {
     Unlink(pool.openPages, page);
     PushFront(pool.fullPages, page);
+    VR_INVARIANT(IsSound(pool, pool.fullPages, page));
 }
 
 [[gnu::noinline]] void ReopenPage(Pool& pool, Page& page) {
     Unlink(pool.fullPages, page);
     PushFront(pool.openPages, page);
+    VR_INVARIANT(IsSound(pool, pool.openPages, page));
 }
 
 // The head of the open list serves the next request. It tends to be the page with
@@ -191,6 +229,7 @@ void LayOutSlots(const Pool& pool, Page& page) {
 [[gnu::noinline]] void PromotePage(Pool& pool, Page& page) {
     Unlink(pool.openPages, page);
     PushFront(pool.openPages, page);
+    VR_INVARIANT(IsSound(pool, pool.openPages, page));
 }
 
 void FreePages(Page* list) {
@@ -217,6 +256,7 @@ void vr::StartPools() {
 void vr::FreePools() {
     for (Pool* pool : pools) {
         if (pool == nullptr) continue;
+        VR_INVARIANT(CountsAreSound(*pool));
         FreePages(pool->fullPages);
         FreePages(pool->openPages);
         LocalFree(pool);
