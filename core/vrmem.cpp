@@ -10,6 +10,7 @@
 #include <cstring>
 
 #include "core/vrmem_check.h"
+#include "core/vrmem_poison.h"
 #include "platform/memory.h"
 #include "platform/messagebox.h"
 #include "vr/environ.h"
@@ -84,6 +85,7 @@ void FitLongString(void* payload, uint32_t size) {
 void* MoveSlotToLargeBlock(void* slot, uint32_t size, const char* tag, int32_t line) {
     void* block = NewLargeBlock(size, tag, line);
     const uint32_t slotSize = vr::SlotSize(slot);
+    vr::poison::Open(slot, static_cast<int32_t>(slotSize));
     std::memcpy(block, slot, size < slotSize ? size : slotSize);
     vr::GiveSlotBack(slot);
     return block;
@@ -101,19 +103,18 @@ void* MoveSlotToLargeBlock(void* slot, uint32_t size, const char* tag, int32_t l
 }
 
 // In the checking library: gives back what is meant for a block. False for all else.
-bool FreeChecked(void* value, const vr::check::Place& now) {
+[[maybe_unused]] bool FreeChecked(void* value, const vr::check::Place& now) {
     if (value == nullptr || vr::IsSharedString(value)) return false;
-    if (!IsAddress(value)) {
-        vr::check::ReportNumber(value, now);
-        return false;
+    const bool isAddress = IsAddress(value);
+    if constexpr (vr::check::kOn) {
+        (isAddress ? vr::check::GiveBack : vr::check::ReportNumber)(value, now);
     }
-    vr::check::GiveBack(value, now);
-    return true;
+    return isAddress;
 }
 
 void* NewScratchArea() {
-    return vr::check::kOn ? vr::check::NewArea(kVrScratchSize)
-                          : MallocMore(kVrScratchSize, nullptr);
+    if constexpr (vr::check::kOn) return vr::check::NewArea(kVrScratchSize);
+    return MallocMore(kVrScratchSize, nullptr);
 }
 
 void FreeArea(void* area) {
@@ -190,8 +191,12 @@ void* _realloc_mem(void* block, uint32_t size, const char* tag, int32_t line) {
     if (!vr::check::kOn && vr::ClassByte(block) == vr::kPoolSlotClass) {
         return MoveSlotToLargeBlock(block, size, tag, line);
     }
-    void* resized = vr::check::kOn ? vr::check::Resize(block, size, {tag, line})
-                                   : ResizePlatformBlock(block, size, tag, line);
+    void* resized = nullptr;
+    if constexpr (vr::check::kOn) {
+        resized = vr::check::Resize(block, size, {tag, line});
+    } else {
+        resized = ResizePlatformBlock(block, size, tag, line);
+    }
     if (vr::IsLong(resized)) FitLongString(resized, size);
     return resized;
 }
@@ -200,7 +205,8 @@ int32_t _free_mem(void* variable, [[maybe_unused]] const char* tag, [[maybe_unus
     void* block = nullptr;
     if (variable == nullptr) return 0;
     std::memcpy(&block, variable, sizeof block);  // a pointer of whatever type
-    const bool isChecked = vr::check::kOn && FreeChecked(block, {tag, line});
+    bool isChecked = false;
+    if constexpr (vr::check::kOn) isChecked = FreeChecked(block, {tag, line});
     // What stands in front of a shared string reads as a large block's header.
     if (!isChecked && IsAddress(block) && vr::ClassByte(block) == vr::kPoolSlotClass) [[likely]] {
         vr::GiveSlotBack(block);

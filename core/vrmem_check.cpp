@@ -355,7 +355,7 @@ void vr::check::Finish() {
     finished = true;
 }
 
-void vr::check::ReportNumber(const void* value, const Place& now) {
+void vr::check::ReportNumber(void* value, const Place& now) {
     ReportFinding(now, "not a block", "the number %u",
                   static_cast<uint32_t>(reinterpret_cast<uintptr_t>(value)));
 }

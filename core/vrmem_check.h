@@ -70,9 +70,9 @@ bool GiveUpHeld();
 // The last look, and the list of what is still out.
 void Finish();
 
-void ReportNumber(const void* value, const Place& now);  // that was given back
-void WriteSummary();                                     // what is out, by place
-void WriteBlocks();                                      // what is out, block by block
+void ReportNumber(void* value, const Place& now);  // that was given back
+void WriteSummary();                               // what is out, by place
+void WriteBlocks();                                // what is out, block by block
 
 }  // namespace vr::check
 

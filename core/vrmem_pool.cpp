@@ -9,11 +9,15 @@
 // others on its full list; up to two pages' worth of slots is kept when free, so
 // that a pool does not make and free one page in turn.
 
+#define VR_MODULE "vrmem"
+
 #include <emmintrin.h>
 
 #include <cstring>
 
+#include "core/Invariant.h"
 #include "core/vrmem.h"
+#include "core/vrmem_poison.h"
 #include "platform/memory.h"
 
 namespace {
@@ -56,8 +60,13 @@ static_assert(sizeof(SlotHeader) == 4);
 
 Pool* pools[kPoolCount];
 
+constexpr int32_t StrideOf(int32_t itemSize) {
+    return vr::poison::ClosedSize(itemSize) + vr::poison::kFiller +
+           static_cast<int32_t>(sizeof(SlotHeader));
+}
+
 int32_t SlotStride(const Pool& pool) {
-    return pool.itemSize + static_cast<int32_t>(sizeof(SlotHeader));
+    return StrideOf(pool.itemSize);
 }
 
 uint32_t OffsetOfIndex(const Pool& pool, int32_t index) {
@@ -74,8 +83,8 @@ constexpr uint32_t ReciprocalOf(uint32_t stride) {
 }
 
 constexpr bool ReciprocalsAreExact() {
-    for (uint32_t pool = 1; pool <= kPoolCount; ++pool) {
-        const uint32_t stride = pool * uint32_t{kSizeStep} + sizeof(SlotHeader);
+    for (int32_t pool = 1; pool <= kPoolCount; ++pool) {
+        const auto stride = static_cast<uint32_t>(StrideOf(pool * kSizeStep));
         for (uint32_t slot = 0; slot < uint32_t{kSlotsPerPage}; ++slot) {
             if ((slot * stride * ReciprocalOf(stride)) >> kReciprocalBits != slot) return false;
         }
@@ -137,12 +146,44 @@ void Unlink(Page*& list, Page& page) {
     if (page.next != nullptr) page.next->previous = page.previous;
 }
 
+// The links to both sides lead back to the page.
+bool LinksAreSound(const Page* list, const Page& page) {
+    if (page.next != nullptr && page.next->previous != &page) return false;
+    return page.previous == nullptr ? list == &page : page.previous->next == &page;
+}
+
+// The chain of free slots is as long as the page says. On a full page there is none.
+bool ChainIsSound(const Pool& pool, Page& page) {
+    if (page.freeSlots == 0) return true;
+    uint32_t offset = page.firstFree;
+    for (int32_t left = page.freeSlots; left > 1; --left) {
+        const uint8_t next = SlotAt(page, offset).nextFree;
+        if (next == 0 || next > pool.itemsPerPage) return false;
+        offset = OffsetOfIndex(pool, next);
+    }
+    return SlotAt(page, offset).nextFree == 0;
+}
+
+bool IsSound(const Pool& pool, const Page* list, Page& page) {
+    const bool isOpen = list == pool.openPages;
+    return page.pool == &pool && (page.freeSlots != 0) == isOpen && LinksAreSound(list, page) &&
+           ChainIsSound(pool, page);
+}
+
+bool CountsAreSound(const Pool& pool) {
+    int32_t freeSlots = 0;
+    for (const Page* page = pool.openPages; page != nullptr; page = page->next)
+        freeSlots += page->freeSlots;
+    return freeSlots == pool.freeSlots;
+}
+
 void LayOutSlots(const Pool& pool, Page& page) {
     for (int32_t index = 1; index <= pool.itemsPerPage; ++index) {
         const uint32_t offset = OffsetOfIndex(pool, index);
         const int32_t next = index < pool.itemsPerPage ? index + 1 : 0;
-        SlotAt(page, offset) = {static_cast<uint16_t>(offset), static_cast<uint8_t>(next),
-                                vr::kPoolSlotClass};
+        SlotHeader& slot = SlotAt(page, offset);
+        slot = {static_cast<uint16_t>(offset), static_cast<uint8_t>(next), vr::kPoolSlotClass};
+        vr::poison::Close(&slot + 1, vr::poison::ClosedSize(pool.itemSize));
     }
 }
 
@@ -160,9 +201,11 @@ void LayOutSlots(const Pool& pool, Page& page) {
     LayOutSlots(pool, page);
     PushFront(pool.openPages, page);
     pool.freeSlots += pool.itemsPerPage;
+    VR_INVARIANT(IsSound(pool, pool.openPages, page));
 }
 
 [[gnu::noinline]] void ReleasePage(Pool& pool, Page& page) {
+    VR_INVARIANT(IsSound(pool, pool.openPages, page));
     Unlink(pool.openPages, page);
     pool.freeSlots -= pool.itemsPerPage;
     LocalFree(&page);
@@ -171,11 +214,13 @@ void LayOutSlots(const Pool& pool, Page& page) {
 [[gnu::noinline]] void ClosePage(Pool& pool, Page& page) {
     Unlink(pool.openPages, page);
     PushFront(pool.fullPages, page);
+    VR_INVARIANT(IsSound(pool, pool.fullPages, page));
 }
 
 [[gnu::noinline]] void ReopenPage(Pool& pool, Page& page) {
     Unlink(pool.fullPages, page);
     PushFront(pool.openPages, page);
+    VR_INVARIANT(IsSound(pool, pool.openPages, page));
 }
 
 // The head of the open list serves the next request. It tends to be the page with
@@ -184,6 +229,7 @@ void LayOutSlots(const Pool& pool, Page& page) {
 [[gnu::noinline]] void PromotePage(Pool& pool, Page& page) {
     Unlink(pool.openPages, page);
     PushFront(pool.openPages, page);
+    VR_INVARIANT(IsSound(pool, pool.openPages, page));
 }
 
 void FreePages(Page* list) {
@@ -202,7 +248,7 @@ void vr::StartPools() {
         pools[i] = pool;
         if (pool == nullptr) continue;
         const int32_t itemSize = (i + 1) * kSizeStep;
-        const auto stride = static_cast<uint32_t>(itemSize) + sizeof(SlotHeader);
+        const auto stride = static_cast<uint32_t>(StrideOf(itemSize));
         *pool = {pool, itemSize, kSlotsPerPage, nullptr, nullptr, 0, 0, ReciprocalOf(stride)};
     }
 }
@@ -210,6 +256,7 @@ void vr::StartPools() {
 void vr::FreePools() {
     for (Pool* pool : pools) {
         if (pool == nullptr) continue;
+        VR_INVARIANT(CountsAreSound(*pool));
         FreePages(pool->fullPages);
         FreePages(pool->openPages);
         LocalFree(pool);
@@ -232,7 +279,10 @@ void* vr::TakeSlot(uint32_t size) {
     if (--page.freeSlots == 0) [[unlikely]]
         ClosePage(*pool, page);
     auto* payload = reinterpret_cast<char*>(&slot + 1);
+    vr::poison::Open(payload, pool->itemSize);
     if (pool->noClear == 0) ZeroPayload(payload, pool->itemSize);
+    const auto used = static_cast<int32_t>(size);
+    vr::poison::Close(payload + used, vr::poison::ClosedSize(pool->itemSize) - used);
     return payload;
 }
 
@@ -241,6 +291,8 @@ void vr::GiveSlotBack(void* payload) {
     Page& page = PageOf(slot);
     Pool& pool = *page.pool;
     const bool wasFull = page.freeSlots == 0;
+    vr::poison::Touch(payload);
+    vr::poison::Close(payload, vr::poison::ClosedSize(pool.itemSize));
 
     slot.nextFree = wasFull ? uint8_t{0} : IndexOfOffset(pool, page.firstFree);
     page.firstFree = slot.pageOffset;

@@ -8,6 +8,7 @@
 
 #include <cstring>
 
+#include "core/Invariant.h"
 #include "core/vrmem_check.h"
 #include "dynarray/Vrstr.h"
 #include "vr/edit.h"
@@ -179,6 +180,7 @@ void FindAttribute(Edit& edit, int32_t target) {
 void LocateAttribute(Edit& edit, int32_t target) {
     FindAttribute(edit, target);
     if (edit.count > 0) AddMarks(edit, kVrAttributeMark);
+    VR_INVARIANT(edit.cursor >= kVrFirstCursor && edit.cursor <= vr::EndCursor(edit.s));
     SetMemo(edit.s, {target, edit.cursor});
 }
 

@@ -14,6 +14,7 @@
 #include <cerrno>
 #include <cstring>
 
+#include "core/Invariant.h"
 #include "core/vrmem.h"
 #include "files/Os_file.h"
 #include "platform/files.h"
@@ -234,6 +235,15 @@ void CloseEntry(LockFileEntry& entry) {
     entry = {};
 }
 
+// Keys are held in the array, taken at least once each, and only while the file is pinned.
+bool IsSound(const LockFileEntry& entry) {
+    const HeldKey* end = entry.keys + entry.heldCount;
+    return entry.heldCount >= 0 && entry.heldCount <= entry.keyCapacity &&
+           (entry.heldCount == 0 || entry.handle != kNone) &&
+           std::all_of(static_cast<const HeldKey*>(entry.keys), end,
+                       [](const HeldKey& held) { return held.count > 0; });
+}
+
 // A call keeps its entry, though a callback may give the last registration back.
 void BeginCall(int32_t index) {
     ++entries[index].calls;
@@ -241,6 +251,7 @@ void BeginCall(int32_t index) {
 
 void EndCall(int32_t index) {
     LockFileEntry& entry = entries[index];
+    VR_INVARIANT(IsSound(entry));
     --entry.calls;
     if (IsFree(entry)) {
         CloseEntry(entry);

@@ -8,6 +8,7 @@
 
 #include <cstring>
 
+#include "core/Invariant.h"
 #include "core/vrmem.h"
 #include "vr/fixed.h"
 
@@ -114,6 +115,7 @@ void ForSelected(const HashTable& table, HashTablePredicate predicate, VrWord ar
     for (int32_t i = 0; i < table.bucketCount; ++i) {
         Place place = {&table.buckets[i], nullptr, table.buckets[i]};
         while (place.entry != nullptr) {
+            VR_INVARIANT(BucketOf(table, place.entry->hash) == place.bucket);
             HashEntry* next = place.entry->next;
             const bool taken = Selects(predicate, place.entry->value, argument) && action(place);
             if (!taken) place.previous = place.entry;

@@ -19,6 +19,22 @@ bool IsAll(unsigned char byte, const unsigned char* block, size_t size) {
     return std::count(block, block + size, byte) == ptrdiff_t(size);
 }
 
+#ifdef __SANITIZE_ADDRESS__
+TEST_F(LibraryTest, TheSanitizerSeesIntoThePools) {
+    for (const uint32_t size : {3, 4, 12, 62}) {
+        Bytes block = Alloc(size);
+        const Bytes same = block;
+        block[size] = 0;
+        EXPECT_DEATH(block[size + 1] = 0, "use-after-poison") << "past the end of " << size;
+        free_mem(&block);
+        EXPECT_DEATH(same[0] = 0, "use-after-poison") << "after it was given back, " << size;
+        block = same;
+        EXPECT_DEATH(free_mem(&block), "use-after-poison") << "given back twice, " << size;
+        EXPECT_EQ(Alloc(size), same);
+    }
+}
+#endif
+
 // A zero stands behind each block.
 TEST_F(LibraryTest, BytesSurviveReallocAndNewOnesAreZero) {
     for (const auto& [size, newSize] : {std::pair(3u, 7u), {59, 300}, {59, 3}, {63, 300}}) {
