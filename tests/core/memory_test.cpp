@@ -19,7 +19,7 @@ bool IsAll(unsigned char byte, const unsigned char* block, size_t size) {
     return std::count(block, block + size, byte) == ptrdiff_t(size);
 }
 
-// A zero stands behind each block.
+// A zero follows each block.
 TEST_F(LibraryTest, BytesSurviveReallocAndNewOnesAreZero) {
     for (const auto& [size, newSize] : {std::pair(3u, 7u), {59, 300}, {59, 3}, {63, 300}}) {
         Bytes block = Alloc(size);
