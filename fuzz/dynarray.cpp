@@ -22,7 +22,7 @@ int32_t CursorOf(size_t offset) {
     return int32_t(offset) + kVrFirstCursor;
 }
 
-// An element, or the last one and how many are missing behind it.
+// An element, or the last one and how many are missing after it.
 struct Place {
     size_t start;
     size_t end;
@@ -320,7 +320,7 @@ void CheckWalkBack(Dice& dice, VrString s, const std::string& text) {
     HOLDS(count == (isInFront ? asked : std::max(left, 0)));
 }
 
-// A place that is wanted behind the last element needs a mark unless nothing stands there.
+// A place that is wanted after the last element needs a mark unless nothing stands there.
 void CheckScan(Dice& dice, VrString s, const std::string& text) {
     const auto mark = uint8_t(dice.OneOf({254, 253, 252, 'b'}));
     const auto higher = [mark](char c) { return uint8_t(c) > mark; };

@@ -1,5 +1,5 @@
 // Where the fuzzer, or what stands in for it, comes in: each input finds the library up and
-// must leave nothing behind.
+// must leave nothing allocated.
 
 #include <cstdlib>
 

@@ -36,7 +36,7 @@ struct Input {
     int32_t OneOf(std::initializer_list<int32_t> list) {
         return list.begin()[Below(std::ssize(list))];
     }
-    // Up to the next line end or zero, which is passed over.
+    // Up to the next line end or zero, which is skipped.
     std::string Line() {
         const std::string line = Bytes(rest.find_first_of(std::string_view("\n\0", 2)));
         Bytes(1);

@@ -1,4 +1,4 @@
-// Names on disk and command lines. No program is ever started: the platform tells the
+// Names on disk and command lines. No program is ever started: the platform reports the
 // command line instead, and its words are taken apart as for a start.
 
 #include <cstring>

@@ -1,4 +1,4 @@
-// The environment variables that an input sets, taken back behind it. The C library never
+// The environment variables that an input sets, taken back after it. The C library never
 // gives back the text of a variable that was set, so that a long run would end for lack of
 // memory: this takes the place of its setenv, in the one source of a target.
 #ifndef FUZZ_VARIABLES_H

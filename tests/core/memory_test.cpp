@@ -35,7 +35,7 @@ TEST_F(LibraryTest, TheSanitizerSeesIntoThePools) {
 }
 #endif
 
-// A zero stands behind each block.
+// A zero follows each block.
 TEST_F(LibraryTest, BytesSurviveReallocAndNewOnesAreZero) {
     for (const auto& [size, newSize] : {std::pair(3u, 7u), {59, 300}, {59, 3}, {63, 300}}) {
         Bytes block = Alloc(size);

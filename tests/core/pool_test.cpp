@@ -1,4 +1,4 @@
-// The pools against a model, which tells of each request the very slot that serves it.
+// The pools against a model, which names the very slot that serves each request.
 
 #include <list>
 #include <random>

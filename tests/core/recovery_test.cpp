@@ -1,5 +1,5 @@
 // What happens when memory runs out. Whatever a request sets off is noted in its order, with
-// the number of blocks out compared to before it: -1 tells that a reserve was given up.
+// the number of blocks out compared to before it: -1 means that a reserve was given up.
 
 #include <tuple>
 
@@ -14,7 +14,7 @@ const std::string kOut =
 
 std::string trace;
 uint32_t blocksBefore = 0;
-int refusals = 0;  // of attempts to come, each behind a box that asks
+int refusals = 0;  // of attempts to come, each after a box that asks
 int32_t answer = IDRETRY;
 
 void Note(const std::string& what) {
@@ -41,7 +41,7 @@ struct RecoveryTest : LibraryTest {
     }
 };
 
-// The run ends in the request, or behind it with a note of the block.
+// The run ends in the request, or after it with a note of the block.
 void Grow(uint32_t failures) {
     void* block = dup_str(std::string(100, 'z').c_str());
     blocksBefore = ControlBlocksOut();

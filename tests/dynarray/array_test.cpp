@@ -77,7 +77,7 @@ TEST_F(LibraryTest, EditsOfStringsThatAreNotWhatTheySeem) {
     const Array copy(UtilInsertReplace(&whole, zero, reinterpret_cast<VrString>(&own.length), 1));
     EXPECT_EQ(HeaderOf(copy).memoAttribute, 0) << "a host's own string has no header";
 
-    // A host cuts the text by hand: the memo of the edit before leads behind it then.
+    // A host cuts the text by hand: the memo of the last edit then lies outside it.
     const std::string text = "abc^" + std::string(150, 'd') + "^e^f";
     const Array cut(text);
     EXPECT_EQ(Replaced(cut, 4, Array("f")), text);
@@ -122,7 +122,7 @@ TEST_F(LibraryTest, FieldRecordsByOddLists) {
     EXPECT_EQ(TakeText(UtilPutFieldsInVrString(shared, Array("X"), shared)), "X");
     EXPECT_EQ(BytesOf(shared), "1");
 
-    // A message box tells that a long attribute was taken into a buffer.
+    // A message box shows that a long attribute was taken into a buffer.
     const std::string most(991, 'v'), zeros(500, '0');
     CheckFields("a^b|" + most + "|2^1|^" + most);
     EXPECT_EQ(boxes.shown.size(), 1u) << "fits exactly";

@@ -1,5 +1,5 @@
-// Locks: keys, registrations, and the pool behind them, which the open files and the locks
-// on disk show from outside.
+// Locks: keys, registrations, and the pool of their files, seen from outside by the open files
+// and the locks on disk.
 
 #include <pthread.h>
 
@@ -70,7 +70,7 @@ TEST_F(LockTest, PositionsOfFilesAndKeys) {
     Run("~c=0");
 }
 
-// An entry of the table. A free one is taken even if the folder has another behind it.
+// An entry of the table. A free one is taken even if the folder has another after it.
 struct LockEntry {
     char folder;
     int32_t registrations;

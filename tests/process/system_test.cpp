@@ -1,4 +1,4 @@
-// Commands: what each one starts, told to a recorder, and what comes of real programs.
+// Commands: what each one starts, as a recorder notes it, and the results of real programs.
 
 #include <array>
 

@@ -40,7 +40,7 @@ inline VrString NullString() {
 }
 
 // The string's bytes, or its text in the notation; frees the string. Without a text it
-// must be the shared one, and a zero must stand behind the text.
+// must be the shared one, and a zero must follow the text.
 inline std::string TakeBytes(VrString s) {
     const bool isOwn = s->length == 0 && s != NullString();
     const bool isOpen = VrStrText(s)[s->length] != 0;

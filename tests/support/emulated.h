@@ -4,10 +4,12 @@
 #ifndef TESTS_SUPPORT_EMULATED_H
 #define TESTS_SUPPORT_EMULATED_H
 
-#include <filesystem>
+#include "tests/support/held.h"
+
+inline const bool hasThreadBeforeMain = EntriesOf("/proc/self/task") > 1;
 
 inline bool IsEmulated() {
-    return std::filesystem::exists("/proc/sys/fs/binfmt_misc/qemu-i386");
+    return hasThreadBeforeMain;
 }
 
 #endif
