@@ -95,8 +95,8 @@ void TakeOffList(PiecePage& page) {
     const size_t size = (sizeIndex + 1) * kSizeStep;
     const size_t count = (kPageSize - sizeof *page) / size;
     char* pieces = reinterpret_cast<char*>(page + 1);
-    FreePiece* free = nullptr;
-    for (size_t i = count; i-- != 0;)
+    auto* free = new (pieces + (count - 1) * size) FreePiece{nullptr};
+    for (size_t i = count - 1; i-- != 0;)
         free = new (pieces + i * size) FreePiece{free};
     *page = {.next = nullptr,
              .previous = nullptr,
