@@ -81,10 +81,10 @@ TEST_F(RecordTest, Locking) {
     const pid_t holder = fork();
     if (holder == 0) {
         VrRecordKey key;
-        _exit(VrRecordLock("REC", nullptr, 0, &key) == kVrRecordDone && pause() != 0);
+        _exit(VrRecordLock("REC", nullptr, kVrRecordWait, &key) == kVrRecordDone && pause() != 0);
     }
     VrRecordKey key;
-    while (VrRecordLock("rec", nullptr, kVrRecordTryOnce, &key) == kVrRecordDone)
+    for (; VrRecordLock("rec", nullptr, kVrRecordTryOnce, &key) == kVrRecordDone; usleep(1000))
         VrRecordUnlock(&key);  // until the other one has it
     EXPECT_EQ(VrRecordLock(".\\Rec", nullptr, 60, &key), kVrRecordHeldElsewhere);
     EXPECT_EQ(VrRecordLock("REC", "other", 0, &key), kVrRecordDone);
