@@ -19,7 +19,7 @@ constexpr size_t kValueLength = 12;
 constexpr size_t kFieldAttributes = 10000;
 
 // The text behind `count` marks, or nothing.
-std::string_view Behind(std::string_view text, char mark, size_t count) {
+std::string_view After(std::string_view text, char mark, size_t count) {
     const char* p = text.data();
     const char* end = p + text.size();
     for (; count != 0; --count) {
@@ -94,8 +94,8 @@ void AddPicks() {
     });
     Case("extract/field/memchr", positions, [record](size_t number) {
         return [record, number] {
-            const auto attribute = UpTo(Behind(record, kAttributeMark, number - 1), kAttributeMark);
-            const std::string value(UpTo(Behind(attribute, kValueMark, kValues - 2), kValueMark));
+            const auto attribute = UpTo(After(record, kAttributeMark, number - 1), kAttributeMark);
+            const std::string value(UpTo(After(attribute, kValueMark, kValues - 2), kValueMark));
             benchmark::DoNotOptimize(value.data());
         };
     });

@@ -1,5 +1,5 @@
 // What looks at the disk by name: opening, listing, naming and seeking files, and settings. A
-// folder has as many files as the size tells.
+// folder has as many files as the size says.
 
 #include <dirent.h>
 #include <fcntl.h>

@@ -98,8 +98,7 @@ void PrintChange(const Arguments& arguments, const UtilPosition& position, VrStr
 bool WantsColours(const Arguments& arguments) {
     const char* never = std::getenv("NO_COLOR");
     const char* terminal = std::getenv("TERM");
-    return !arguments.plain && isatty(STDOUT_FILENO) != 0 &&
-           (never == nullptr || *never == '\0') &&
+    return !arguments.plain && isatty(STDOUT_FILENO) != 0 && (never == nullptr || *never == '\0') &&
            (terminal == nullptr || std::strcmp(terminal, "dumb") != 0);
 }
 

@@ -1,8 +1,7 @@
 /// @file
 /// The library for C++20: strings, keys and files that give themselves back, dynamic arrays as
 /// ranges, edits without a choice between the old string and the new one. All of it is inline
-/// over the C interface and costs no more than the calls that it stands for. get() and release()
-/// lead back to the C interface, which stays usable beside it.
+/// over the C interface. get() and release() lead back to it, and it stays usable beside this.
 ///
 /// @code
 ///     vr::String record("Hartwell\xFE" "Ashford\xFD" "Dover");

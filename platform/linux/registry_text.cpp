@@ -223,8 +223,8 @@ void RegistryKey::MakeIndex(size_t most) {
     }
 }
 
-std::shared_ptr<const RegistryKey> ReadRegistryKey(std::shared_ptr<const RegistryExport> source,
-                                                   std::string_view path) {
+std::shared_ptr<const RegistryKey> ReadRegistryKey(
+    const std::shared_ptr<const RegistryExport>& source, std::string_view path) {
     auto key = std::make_shared<RegistryKey>(source);
     return KeyReader(*source, path, *key).Read() ? key : nullptr;
 }

@@ -61,7 +61,7 @@ private:
 };
 
 // The key of that full path; null when the export has none.
-std::shared_ptr<const RegistryKey> ReadRegistryKey(std::shared_ptr<const RegistryExport> source,
-                                                   std::string_view path);
+std::shared_ptr<const RegistryKey> ReadRegistryKey(
+    const std::shared_ptr<const RegistryExport>& source, std::string_view path);
 
 #endif

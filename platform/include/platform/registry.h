@@ -4,9 +4,8 @@
  * environment variable VRPLATFORM_REGISTRY names by a platform path. Each opening of
  * a key looks at the file and reads it when it has changed, so a change is seen by the
  * next one; a key that is open keeps what it read. An export of up to 1 MB that has not
- * changed for two seconds is kept in memory. Without the variable, without a readable file, with one
- * of more than 64 MB or one that does not begin with a line named here, no key
- * exists.
+ * changed for two seconds is kept in memory. Without the variable, without a readable file, with
+ * one of more than 64 MB or one that does not begin with a line named here, no key exists.
  *
  *     REGEDIT4                                bytes, handed out as they stand
  *     Windows Registry Editor Version 5.00    UTF-16LE with its mark, or UTF-8
