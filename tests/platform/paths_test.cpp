@@ -104,8 +104,13 @@ TEST_F(Paths, AMappedDriveCountsAtOnce) {
     symlink("sub", "link");
     chdir("sub");
     SetEnvironmentVariableA("VRPLATFORM_DRIVE_C", "/no/such/folder");
-    for (const auto& [root, opened] :
-         Rows<2>("none -> | . -> D:\\sub\\f,f | sub -> D:\\f,f | link// -> D:\\f,f | none -> ")) {
+    for (const auto& [root, opened] : Rows<2>(R"(
+        none ->
+        . -> D:\sub\f,f
+        sub -> D:\f,f
+        link// -> D:\f,f
+        none ->
+    )")) {
         SetEnvironmentVariableA("VRPLATFORM_DRIVE_D", (directory.path + "/" + root).c_str());
         std::string found;
         for (const char* name : {"D:\\sub\\f", "D:\\f", "f"})
