@@ -13,6 +13,7 @@
 
 #include "csv_record.h"
 #include "csv_text.h"
+#include "help.h"
 #include "platform/files.h"
 #include "report_source.h"
 #include "shown_text.h"
@@ -34,18 +35,19 @@ struct Arguments {
     std::vector<const char*> words;  // command and paths
 };
 
-int Usage() {
-    std::fputs(
-        "usage: csv_host [OPTION...] export PATH         write records as CSV to standard output\n"
-        "       csv_host [OPTION...] import FOLDER FILE  store each row of FILE as a record\n"
-        "PATH is a folder of records, one a file, or a file of records, one a line, whose keys\n"
-        "are the lines' numbers. A row is a key and then a field for each attribute.\n"
-        "  --marks VS  write the marks of values and subvalues as V and S, and not as ] and \\\n"
-        "  --wait      wait for a record that another process holds; otherwise leave it out\n"
-        "              and exit with 3\n",
-        stderr);
-    return kExitFailed;
-}
+constexpr char kUsage[] = R"(Usage: csv_host [OPTION]... export PATH
+  or:  csv_host [OPTION]... import FOLDER FILE
+Write records as CSV to standard output, or store each row of a CSV file as a record.
+
+PATH is a folder of records, one a file, or a file of records, one a line, whose keys
+are the lines' numbers. A row is a key and then a field for each attribute.
+
+Options:
+  --marks VS  write the marks of values and subvalues as V and S, and not as ] and \
+  --wait      wait for a record that another process holds; otherwise leave it out
+
+The exit status is 0, 2 after a failure, or 3 when a record was left out.
+)";
 
 int Complain(std::string_view what, const char* why) {
     std::fprintf(stderr, "csv_host: %s: %s\n", Shown(std::string(what), stderr).c_str(), why);
@@ -191,14 +193,15 @@ int Run(const Arguments& arguments) {
     const std::vector<const char*>& words = arguments.words;
     if (IsCommand(arguments, "export", 2)) return Export(arguments, words[1]);
     if (IsCommand(arguments, "import", 3)) return Import(arguments, words[1], words[2]);
-    return Usage();
+    return PrintUsage(kUsage, stderr, kExitFailed);
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
+    if (AsksForHelp(argc, argv)) return PrintUsage(kUsage, stdout, kExitFailed);
     const Arguments arguments = ParseArguments(argc, argv);
-    if (!arguments.good) return Usage();
+    if (!arguments.good) return PrintUsage(kUsage, stderr, kExitFailed);
     UtilInit(nullptr);
     files_init();
     LockInit();

@@ -14,25 +14,6 @@ constexpr long kFarthestNumber = 1'000'000;
 constexpr long kLongestHold = 3600;
 constexpr int kLevels = 3;
 
-constexpr char kUsage[] =
-    "usage: record_host [OPTION...] FILE                       show the record as a tree\n"
-    "       record_host [OPTION...] FILE get PLACE             show one element\n"
-    "       record_host [OPTION...] FILE replace PLACE TEXT    put TEXT in its place\n"
-    "       record_host [OPTION...] FILE insert PLACE TEXT     put TEXT in front of it\n"
-    "       record_host [OPTION...] FILE append [PLACE] TEXT   put TEXT after the last one in it\n"
-    "PLACE is attribute[,value[,subvalue]], counted from 1. In a change, 0 leaves a level out\n"
-    "and a negative number is after its last element; in get both mean the first.\n"
-    "A change is made under a lock on the record's key, as is anything with --hold.\n"
-    "  --raw           show text on one line, with the marks as ^ ] \\\n"
-    "  --plain         no colours, also on a terminal\n"
-    "  --convert       convert text by the file that the setting CVTFILE names\n"
-    "  --ini FILE      read the settings from FILE\n"
-    "  --log SECTION   keep a log, if the setting LOG of SECTION turns it on\n"
-    "  --key KEY       lock KEY, and not the file's name\n"
-    "  --wait          wait for a key that another process holds; otherwise exit with 3\n"
-    "  --hold SECONDS  keep the key that long after the work\n"
-    "  --              words after it are not options\n";
-
 void Refuse(Arguments& arguments, const char* option, const char* why) {
     std::fprintf(stderr, "record_host: %s: %s\n", Shown(option, stderr).c_str(), why);
     arguments.good = false;
@@ -122,11 +103,6 @@ Arguments ParseArguments(int argc, char** argv) {
     }
     if (arguments.words.empty()) arguments.good = false;
     return arguments;
-}
-
-int Usage() {
-    std::fputs(kUsage, stderr);
-    return kExitBadRequest;
 }
 
 int ParsePlace(const char* text, UtilPosition& position) {

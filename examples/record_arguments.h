@@ -27,9 +27,6 @@ struct Arguments {
 // Words after `--` are not options. Each option that is refused is reported on standard error.
 Arguments ParseArguments(int argc, char** argv);
 
-// Prints how the program is called on standard error.
-int Usage();
-
 // Fills in up to three numbers of the position and returns how many there were; 0,
 // after a message, for anything that is no place.
 int ParsePlace(const char* text, UtilPosition& position);

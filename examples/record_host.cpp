@@ -11,6 +11,7 @@
 #include <cstring>
 #include <thread>
 
+#include "help.h"
 #include "record_arguments.h"
 #include "record_name.h"
 #include "record_tree.h"
@@ -19,6 +20,32 @@
 #include "vr/vr.h"
 
 namespace {
+
+constexpr char kUsage[] = R"(Usage: record_host [OPTION]... FILE [COMMAND]
+Show a stored record as a tree, or change it under a lock on its key.
+
+Commands:
+  get PLACE            show one element
+  replace PLACE TEXT   put TEXT in its place
+  insert PLACE TEXT    put TEXT in front of it
+  append [PLACE] TEXT  put TEXT after the last one in it
+
+PLACE is attribute[,value[,subvalue]], counted from 1. In a change, 0 leaves a level out
+and a negative number is after its last element; in get both mean the first.
+
+Options:
+  --raw           show text on one line, with the marks as ^ ] \
+  --plain         no colours, also on a terminal
+  --convert       convert text by the file that the setting CVTFILE names
+  --ini FILE      read the settings from FILE
+  --log SECTION   keep a log, if the setting LOG of SECTION turns it on
+  --key KEY       lock KEY, and not the file's name
+  --wait          wait for a key that another process holds
+  --hold SECONDS  keep the key that long after the work
+  --              words after it are not options
+
+The exit status is 0, 2 after a bad request, or 3 when another process holds the key.
+)";
 
 struct Job {
     const Arguments& arguments;
@@ -231,8 +258,9 @@ int Run(const Arguments& arguments) {
 }  // namespace
 
 int main(int argc, char** argv) {
+    if (AsksForHelp(argc, argv)) return PrintUsage(kUsage, stdout, kExitBadRequest);
     const Arguments arguments = ParseArguments(argc, argv);
-    if (!arguments.good || !IsKnown(arguments)) return Usage();
+    if (!arguments.good || !IsKnown(arguments)) return PrintUsage(kUsage, stderr, kExitBadRequest);
 
     const UtilInitRecord start = {0, 0, arguments.iniPath};
     UtilInit(&start);

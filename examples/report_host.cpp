@@ -10,6 +10,7 @@
 #include <string>
 #include <vector>
 
+#include "help.h"
 #include "report_dictionary.h"
 #include "report_source.h"
 #include "shown_text.h"
@@ -18,6 +19,15 @@
 namespace {
 
 constexpr int kExitOk = 0;
+constexpr char kUsage[] = R"(Usage: report_host DICTIONARY PATH FIELD...
+Print a table of fields of stored records.
+
+PATH is a file of records, one a line, or a folder of them, one a file.
+DICTIONARY has lines of NAME ATTRIBUTE [date]; a FIELD is one of these names.
+
+The exit status is 0, or 2 after a bad request.
+)";
+
 constexpr int kExitBadRequest = 2;
 constexpr int32_t kBuckets = 4093;
 constexpr size_t kWidestColumn = 40;
@@ -215,14 +225,8 @@ int Run(int argc, char** argv) {
 }  // namespace
 
 int main(int argc, char** argv) {
-    if (argc < 4) {
-        std::fputs(
-            "usage: report_host DICTIONARY PATH FIELD...\n"
-            "PATH is a file of records, one a line, or a folder of them, one a file.\n"
-            "DICTIONARY has lines of NAME ATTRIBUTE [date].\n",
-            stderr);
-        return kExitBadRequest;
-    }
+    if (AsksForHelp(argc, argv)) return PrintUsage(kUsage, stdout, kExitBadRequest);
+    if (argc < 4) return PrintUsage(kUsage, stderr, kExitBadRequest);
     const UtilInitRecord start = {};
     UtilInit(&start);
     files_init();

@@ -4,6 +4,7 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "help.h"
 #include "shown_text.h"
 #include "vr/vr.h"
 
@@ -13,17 +14,24 @@ constexpr int kExitOk = 0;
 constexpr int kExitNotFound = 1;
 constexpr int kExitBadRequest = 2;
 
-int Usage() {
-    std::fputs(
-        "usage: run_host run COMMAND [--out FILE]   run a command and tell its exit code; its\n"
-        "                                           steps are divided by ; and a sign in front\n"
-        "                                           chooses the way (see vr/process.h)\n"
-        "       run_host find NAME                  the number and path of a running program\n"
-        "       run_host list                       the running programs\n"
-        "       run_host dll NAME                   load a library, show the report, unload it\n",
-        stderr);
-    return kExitBadRequest;
-}
+constexpr char kUsage[] = R"(Usage: run_host run COMMAND [--out FILE]
+  or:  run_host find NAME
+  or:  run_host list
+  or:  run_host dll NAME
+Run commands, and look at running programs and at libraries.
+
+Commands:
+  run COMMAND  run a command and print its exit code. Its steps are divided by ; and
+               a sign in front chooses the way, as vr/process.h lists
+  find NAME    print the number and path of a running program
+  list         print the running programs
+  dll NAME     load a library, show the report, unload it
+
+Options:
+  --out FILE   write the output of the command to FILE
+
+The exit status is 0, 1 when a program or library is not found, or 2 after a bad request.
+)";
 
 int RunCommand(const char* command, const char* outputFile) {
     const int32_t result = System(command, outputFile);
@@ -96,12 +104,13 @@ int Run(int argc, char** argv) {
     if (std::strcmp(verb, "find") == 0 && argc == 3) return FindProgram(argv[2]);
     if (std::strcmp(verb, "list") == 0 && argc == 2) return ListPrograms();
     if (std::strcmp(verb, "dll") == 0 && argc == 3) return LoadLibrary(argv[2]);
-    return Usage();
+    return PrintUsage(kUsage, stderr, kExitBadRequest);
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
+    if (AsksForHelp(argc, argv)) return PrintUsage(kUsage, stdout, kExitBadRequest);
     const UtilInitRecord start = {};
     UtilInit(&start);
     files_init();

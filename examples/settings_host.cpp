@@ -7,6 +7,7 @@
 #include <string_view>
 #include <vector>
 
+#include "help.h"
 #include "settings_places.h"
 #include "shown_text.h"
 #include "vr/vr.h"
@@ -17,15 +18,18 @@ constexpr int kExitOk = 0;
 constexpr int kExitNotFound = 1;
 constexpr int kExitBadRequest = 2;
 
-int Usage() {
-    std::fputs(
-        "usage: settings_host [--ini FILE] SECTION KEY     why this setting has its value\n"
-        "       settings_host [--ini FILE] SECTION         its keys, and where each comes from\n"
-        "       settings_host [--ini FILE] --environment   the variables that the file and the\n"
-        "                                                  registry have set\n",
-        stderr);
-    return kExitBadRequest;
-}
+constexpr char kUsage[] = R"(Usage: settings_host [--ini FILE] SECTION [KEY]
+  or:  settings_host [--ini FILE] --environment
+Explain why a setting has its value: where it was looked for, and what answered.
+
+Without KEY the keys of the section are listed, with the place that each comes from.
+
+Options:
+  --ini FILE     read the settings from FILE
+  --environment  list the variables that the file and the registry have set
+
+The exit status is 0, 1 when there is no such setting, or 2 after a bad request.
+)";
 
 void Print(std::initializer_list<std::string_view> parts) {
     std::string line;
@@ -108,13 +112,14 @@ int Run(const std::vector<std::string>& words) {
 }  // namespace
 
 int main(int argc, char** argv) {
+    if (AsksForHelp(argc, argv)) return PrintUsage(kUsage, stdout, kExitBadRequest);
     std::vector<std::string> words(argv + 1, argv + argc);
     const char* given = nullptr;
     if (words.size() > 2 && words[0] == "--ini") {
         given = argv[2];
         words.erase(words.begin(), words.begin() + 2);
     }
-    if (words.empty() || words.size() > 2 || words[0] == "--help") return Usage();
+    if (words.empty() || words.size() > 2) return PrintUsage(kUsage, stderr, kExitBadRequest);
 
     const std::vector<Candidate> files = SettingsFiles(given);
     const UtilInitRecord start = {0, 0, given};
