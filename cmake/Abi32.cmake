@@ -1,6 +1,6 @@
 # One ABI: 32-bit x86 with SSE2 arithmetic, since date results depend on double
 # rounding. The flags go into CMAKE_<LANG>_FLAGS so that every later check of
-# the compiler sees them too.
+# the compiler sees them too. Hosts get the width with the targets that they link.
 
 if(NOT CMAKE_SYSTEM_PROCESSOR MATCHES "^(x86_64|AMD64|i[3-6]86)$")
   message(FATAL_ERROR
@@ -19,3 +19,7 @@ if(NOT VR_HAVE_M32)
     "The compiler cannot build 32-bit programs; install the package g++-multilib.")
 endif()
 set(CMAKE_SIZEOF_VOID_P 4)
+
+add_library(vr_width INTERFACE)
+target_compile_options(vr_width INTERFACE -m32)
+target_link_options(vr_width INTERFACE -m32)

@@ -1,5 +1,5 @@
 # What `cmake --install` lays down: headers, libraries, and how CMake and pkg-config
-# find them; and the Debian package, which is the same under /usr.
+# find them.
 
 # 32-bit libraries have no place in the folder of the machine's own kind.
 set(CMAKE_INSTALL_LIBDIR lib CACHE STRING "Folder of the libraries beneath the prefix")
@@ -8,9 +8,6 @@ include(CMakePackageConfigHelpers)
 
 option(VR_INSTALL_EXAMPLES "Install the example hosts too" OFF)
 
-add_library(vr::base ALIAS vrbase)
-add_library(vr::platform ALIAS vrplatform)
-
 # The libraries find each other, and the hosts find them, from where they stand.
 file(RELATIVE_PATH libraries_from_bin "/${CMAKE_INSTALL_BINDIR}" "/${CMAKE_INSTALL_LIBDIR}")
 set_target_properties(vrplatform PROPERTIES
@@ -18,12 +15,14 @@ set_target_properties(vrplatform PROPERTIES
   SOVERSION ${PROJECT_VERSION_MAJOR})
 set_target_properties(vrbase PROPERTIES EXPORT_NAME base INSTALL_RPATH "$ORIGIN")
 set_target_properties(vrplatform PROPERTIES EXPORT_NAME platform)
-set_target_properties(${hosts} PROPERTIES INSTALL_RPATH "$ORIGIN/${libraries_from_bin}")
+set_target_properties(vr_width PROPERTIES EXPORT_NAME width)
 
-install(DIRECTORY include/vr platform/include/platform TYPE INCLUDE)
-install(TARGETS vrbase vrplatform vrrecord EXPORT vrbase-targets INCLUDES DESTINATION
-  "${CMAKE_INSTALL_INCLUDEDIR}")
-install(TARGETS psapi kernel32 LIBRARY DESTINATION "${CMAKE_INSTALL_LIBDIR}")
+# The headers have a folder of their own: "platform" is a name that others use too.
+set(header_dir "${CMAKE_INSTALL_INCLUDEDIR}/vrbase")
+install(DIRECTORY include/vr platform/include/platform DESTINATION "${header_dir}")
+install(TARGETS vrbase vrplatform vrrecord vr_width EXPORT vrbase-targets
+  INCLUDES DESTINATION "${header_dir}")
+install(TARGETS psapi kernel32 LIBRARY DESTINATION "${CMAKE_INSTALL_LIBDIR}/vrplatform")
 if(TARGET vrbase_check)
   set(check_dir "${CMAKE_INSTALL_LIBDIR}/vrbase-check")
   set_target_properties(vrbase_check PROPERTIES INSTALL_RPATH "$ORIGIN/..")
@@ -34,11 +33,12 @@ if(TARGET vrbase_check)
 endif()
 install(FILES LICENSE CHANGELOG.md TYPE DOC)
 if(VR_INSTALL_EXAMPLES)
+  set_target_properties(${hosts} PROPERTIES INSTALL_RPATH "$ORIGIN/${libraries_from_bin}")
   install(TARGETS ${hosts})
 endif()
 
-# The files for CMake and pkg-config stand in the common folder, where every compiler's
-# search comes past: there is one ABI, and they ask for its 32 bits themselves.
+# The files for CMake and pkg-config stand in the common folder, which every
+# compiler's search includes: there is one ABI, and they ask for its 32 bits themselves.
 set(package_dir "${CMAKE_INSTALL_DATADIR}/cmake/vrbase")
 configure_package_config_file(cmake/vrbase-config.cmake.in vrbase-config.cmake
   INSTALL_DESTINATION "${package_dir}" NO_SET_AND_CHECK_MACRO
@@ -52,23 +52,15 @@ install(FILES
   "${PROJECT_BINARY_DIR}/vrbase-config-version.cmake"
   DESTINATION "${package_dir}")
 
-# pkg-config's files name their folders from where they stand, so that an installed
-# tree can be moved.
-set(pkgconfig_dir "${CMAKE_INSTALL_DATADIR}/pkgconfig")
-file(RELATIVE_PATH prefix_from_pkgconfig "/${pkgconfig_dir}" "/")
+# pkg-config's files name the prefix that is installed to. A tree that is moved later is found
+# by `pkg-config --define-prefix`.
+set(prefix "@prefix@")  # is filled in when it is installed
 foreach(package vrbase vrplatform vrrecord)
-  configure_file(cmake/${package}.pc.in ${package}.pc @ONLY)
-  install(FILES "${PROJECT_BINARY_DIR}/${package}.pc" DESTINATION "${pkgconfig_dir}")
+  configure_file(cmake/${package}.pc.in install/${package}.pc.in @ONLY)
+  install(CODE "
+    set(prefix \"\${CMAKE_INSTALL_PREFIX}\")
+    configure_file(\"${PROJECT_BINARY_DIR}/install/${package}.pc.in\"
+      \"${PROJECT_BINARY_DIR}/install/${package}.pc\" @ONLY)")
+  install(FILES "${PROJECT_BINARY_DIR}/install/${package}.pc"
+    DESTINATION "${CMAKE_INSTALL_DATADIR}/pkgconfig")
 endforeach()
-
-set(CPACK_GENERATOR DEB)
-set(CPACK_PACKAGE_CONTACT "vrbase maintainers <maintainers@vrbase.invalid>")
-set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
-set(CPACK_STRIP_FILES ON)
-set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
-set(CPACK_DEBIAN_PACKAGE_SECTION libdevel)
-set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
-set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS "${CMAKE_LIBRARY_OUTPUT_DIRECTORY}")
-set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
-set(CPACK_DEBIAN_PACKAGE_RECOMMENDS g++-multilib)
-include(CPack)

@@ -2,7 +2,7 @@
 # name inside but those of exports/vrbase.def. With VR_CHECK the same sources and the
 # allocator's checks make a second one of the same name, in a folder of its own.
 
-option(VR_CHECK "Build the checking library too" ON)
+option(VR_CHECK "Build the checking library too" ${PROJECT_IS_TOP_LEVEL})
 
 set(library_sources
   config/Dbenv.cpp

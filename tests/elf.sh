@@ -25,9 +25,10 @@ for library in "$@"; do
     has "$calls" '__[a-z]+_chk' || owes "fortified calls"
     case $name in lib*) has "$dynamic" "SONAME.*\[${name%%.so*}[.]so" || owes "its name" ;; esac
     strange=$(printf '%s\n' "$dynamic" | sed -En 's/.*(NEEDED|PATH).*\[(.*)\]/\2/p' |
-        grep -Evx '\$ORIGIN:*|(libvrplatform|libstdc\+\+|libgcc_s|libc|libm|ld-linux)\.so(\.[0-9]+)*' || :)
+        grep -Evx '\$ORIGIN[/.]*:*|(libvrplatform|libstdc\+\+|libgcc_s|libc|libm|ld-linux)\.so(\.[0-9]+)*' || :)
     [ -z "$strange" ] || owes "no need of $strange"
-    for export in $(nm --dynamic --defined-only --format=posix "$library" | cut -d' ' -f1); do
+    for export in $(nm --dynamic --defined-only --format=posix "$library" |
+        sed '/ A /d; s/[@ ].*//'); do
         grep -qrw -- "${export#vrplatform_}" $headers || owes "no name $export"
     done
 done

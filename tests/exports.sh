@@ -9,7 +9,7 @@ trap 'rm -r "$work"' EXIT
 
 sed -n 's/^ *\([A-Za-z0-9_]*\) *@[0-9]*/\1/p' "$1" | sort > "$work/list"
 sed -n 's/^    \([A-Za-z0-9_]*\);$/\1/p' "$2" | sort > "$work/script"
-nm --dynamic --defined-only --format=posix "$4" |
+nm --dynamic --defined-only --format=posix "$4" | sed -n 's/@@VRBASE_1 / /p' |
     sed 's/ [TW] .*//; s/ [A-Z] .*/ DATA/' | sort > "$work/library"
 # Declarations one a line: the name stands before its arguments or its array size.
 "$5" -m32 -E -P -DVR_NO_POSITION_MACROS -I"$3" "$3/vr/vr.h" | tr '\n;' ' \n' |

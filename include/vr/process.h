@@ -53,7 +53,7 @@ VR_API void GoToSleep(uint32_t seconds);
  * name of its file, with any extension and without its directory, in lower case; a query
  * compares it whole and without regard to case. A process that may not be read, such as
  * another user's, has the name and the path "unknown"; threads of the kernel are left out. The
- * lists come from the libraries psapi and kernel32 beside libvrplatform.so. When they cannot
+ * lists come from the libraries psapi and kernel32 of libvrplatform.so. When they cannot
  * be loaded, a message says so at each query, and no process is found. */
 
 /* The number of the first process of that program; 0 when there is none, and for a null

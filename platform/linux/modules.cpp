@@ -80,11 +80,14 @@ void* LoadPath(const char* path) {
     return dlopen(path, RTLD_NOW);
 }
 
+// The platform's own come first, from a folder of theirs, and then what stands beside it.
 void* LoadBare(const char* name) {
     char path[2 * kHostPathSize];
-    std::snprintf(path, sizeof path, "%s%s", ownFolder, name);
-    void* module = LoadPath(path);
-    return module != nullptr ? module : dlopen(name, RTLD_NOW);
+    for (const char* folder : {"vrplatform/", ""}) {
+        std::snprintf(path, sizeof path, "%s%s%s", ownFolder, folder, name);
+        if (void* module = LoadPath(path)) return module;
+    }
+    return dlopen(name, RTLD_NOW);
 }
 
 void* LoadFile(const char* name) {

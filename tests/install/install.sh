@@ -25,12 +25,15 @@ grep -q "vrbase is a 32-bit library: configure with" wide.log || { cat wide.log;
 configure build "-m32" || { cat build.log; exit 1; }
 "$cmake" --build build > build.log || { cat build.log; exit 1; }
 
+# A tree that stays where it was put has its own path in these files.
 export PKG_CONFIG_PATH="$scratch/prefix/share/pkgconfig"
 [ "$(pkg-config --modversion vrbase)" = "$version" ]
-run_path=-Wl,-rpath,$(pkg-config --variable=libdir vrbase)
+[ "$(pkg-config --variable=prefix vrbase)" = "$scratch/first" ]
+moved() { pkg-config --define-prefix "$@"; }
+run_path=-Wl,-rpath,$(moved --variable=libdir vrbase)
 flags="-Wall -Wextra -Wpedantic -Werror $run_path"
-"$cc" -std=c11 host.c $flags $(pkg-config --cflags --libs vrrecord) -o build/c_by_pkg_config
-"$cxx" -std=c++20 host.cpp $flags $(pkg-config --cflags --libs vrrecord) -o build/cpp_by_pkg_config
+"$cc" -std=c11 host.c $flags $(moved --cflags --libs vrrecord) -o build/c_by_pkg_config
+"$cxx" -std=c++20 host.cpp $flags $(moved --cflags --libs vrrecord) -o build/cpp_by_pkg_config
 
 cd /
 for host in c_host cpp_host c_by_pkg_config cpp_by_pkg_config; do

@@ -16,7 +16,7 @@ trap 'rm -rf "$work"' EXIT
     -c "$here/host.c" -o "$work/host.o"
 nm --undefined-only --format=posix "$work/host.o" | cut -d' ' -f1 | sort >"$work/called"
 for library in vrbase vrplatform; do
-    nm --dynamic --defined-only --format=posix "$libraries/lib$library.so"
+    nm --dynamic --defined-only --without-symbol-versions --format=posix "$libraries/lib$library.so"
 done | awk '$2 == "T" { sub(/^vrplatform_/, "", $1); print $1 }' | sort -u |
     comm -23 - "$work/called" |
     awk '{ print "void " $1 "(void) { __builtin_trap(); }" }' >"$work/names.c"
