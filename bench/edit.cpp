@@ -155,7 +155,7 @@ void Attributes(benchmark::internal::Benchmark* b) {
     b->Arg(50)->Arg(1000)->Arg(10000)->Arg(kAttributes)->Arg(600000);
 }
 
-// Each edit that resizes moves all that stands behind it.
+// Each edit that resizes moves all that follows it.
 void FewerAttributes(benchmark::internal::Benchmark* b) {
     b->Arg(50)->Arg(1000)->Arg(10000);
 }

@@ -18,7 +18,7 @@ constexpr size_t kValues = 4;
 constexpr size_t kValueLength = 12;
 constexpr size_t kFieldAttributes = 10000;
 
-// The text behind `count` marks, or nothing.
+// The text after `count` marks, or nothing.
 std::string_view After(std::string_view text, char mark, size_t count) {
     const char* p = text.data();
     const char* end = p + text.size();

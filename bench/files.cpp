@@ -142,7 +142,7 @@ private:
     TextFile text_;
 };
 
-// While the process holds as many keys as the size tells.
+// While the process holds as many keys as the size says.
 void TakeKey(benchmark::State& state) {
     const Registration file;
     for (const std::string& held : bench::MakeKeys(SizeOf(state), bench::Keys::kNumeric))
