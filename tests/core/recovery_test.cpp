@@ -1,8 +1,6 @@
 // What happens when memory runs out. Whatever a request sets off is noted in its order, with
 // the number of blocks out compared to before it: -1 means that a reserve was given up.
 
-#include <tuple>
-
 #include "tests/support/library_test.h"
 
 namespace {

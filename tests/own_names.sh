@@ -13,7 +13,7 @@ work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 
 "$cc" -m32 -fno-pie -I"$source/include" -I"$source/platform/include" "$@" \
-    -c "$here/host.c" -o "$work/host.o"
+    -c "$here/support/day.c" -o "$work/host.o"
 nm --undefined-only --format=posix "$work/host.o" | cut -d' ' -f1 | sort >"$work/called"
 for library in vrbase vrplatform; do
     nm --dynamic --defined-only --format=posix "$libraries/lib$library.so"

@@ -1,6 +1,12 @@
-/* A day's work of a host: something of each family that asks the platform for anything. */
+/* A day's work of a host, in C and in C++: something of each family that asks the platform for
+ * anything, and with DAY_WITH_RECORDS a record. Its settings are in day.ini; it ends with the
+ * number of its failures. */
 #include <stdio.h>
 #include <string.h>
+
+#ifdef DAY_WITH_RECORDS
+#include "vr/record.h"
+#endif
 
 #include "platform/process.h"
 #include "vr/vr.h"
@@ -30,6 +36,10 @@ static void Record(void) {
     OsClose(handle);
     Check(LockUnlockKey(file, key) == 0 && LockDeregister(file) == 0, "unlock");
     free_mem(&key);
+#ifdef DAY_WITH_RECORDS
+    Check(VrRecordRead("RECORD", 0, &key) == kVrRecordDone, "record");
+    free_mem(&key);
+#endif
 }
 
 static void Folder(void) {
