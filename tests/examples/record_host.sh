@@ -31,11 +31,12 @@ ORDER get one
 ORDER replace 1,, x
 ORDER append 1,1,1 x
 ORDER replace 99999999 x
-ORDER swap 1 x
 
 --hold x ORDER
 --ini
 END
+refuses 2 '^record_host: swap: no such command' "$host" ORDER swap 1 x
+refuses 2 '^record_host: --hold: needs' "$host" --hold -1 ORDER
 cmp ORDER before || fail "a bad place changed the record"
 chmod 444 before
 expect 0 "$host" before replace 1 x # the folder, not the file, must be writable
