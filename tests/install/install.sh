@@ -13,8 +13,7 @@ trap 'rm -r "$scratch"' EXIT
 mv "$scratch/first" "$scratch/prefix"
 cp -r "$here" "$scratch/hosts"
 cd "$scratch/hosts"
-cp "$here/../support/day.c" .
-echo '#include "day.c"' > day.cpp
+echo '#include "host.c"' > host.cpp
 
 configure() {
     "$cmake" -S . -B "$1" -DCMAKE_PREFIX_PATH="$scratch/prefix" -DVRBASE_VERSION="$version" \
@@ -30,21 +29,18 @@ configure build "-m32" || { cat build.log; exit 1; }
 export PKG_CONFIG_PATH="$scratch/prefix/share/pkgconfig"
 [ "$(pkg-config --modversion vrbase)" = "$version" ]
 run_path=-Wl,-rpath,$(pkg-config --variable=libdir vrbase)
-flags="-DDAY_WITH_RECORDS -Wall -Wextra -Wpedantic -Werror $run_path"
-"$cc" -std=c11 day.c $flags $(pkg-config --cflags --libs vrrecord) -o build/c_by_pkg_config
-"$cxx" -std=c++20 day.cpp $flags $(pkg-config --cflags --libs vrrecord) -o build/cpp_by_pkg_config
+flags="-Wall -Wextra -Wpedantic -Werror $run_path"
+"$cc" -std=c11 host.c $flags $(pkg-config --cflags --libs vrrecord) -o build/c_by_pkg_config
+"$cxx" -std=c++20 host.cpp $flags $(pkg-config --cflags --libs vrrecord) -o build/cpp_by_pkg_config
 
-mkdir "$scratch/day"
-cd "$scratch/day"
-printf '[Section]\nKey=value\n[Log]\nLOG=63\n' > day.ini
+cd /
 for host in c_host cpp_host c_by_pkg_config cpp_by_pkg_config; do
-    rm -f '$$VRDB.LOG'
-    "$scratch/hosts/build/$host"
+    answer=$("$scratch/hosts/build/$host")
+    [ "$answer" = "Dover 1" ] || { echo "$host says: $answer"; exit 1; }
     echo "$host runs"
 done
 
 check=$scratch/prefix/bin/vr-check host=$scratch/hosts/build/c_by_pkg_config
-rm '$$VRDB.LOG'
-"$check" "$host"
+[ "$("$check" "$host")" = "Dover 1" ]
 "$check" env LD_TRACE_LOADED_OBJECTS=1 "$host" | grep -q "libvrbase.*vrbase-check/"
 echo "c_by_pkg_config runs with the checking library"

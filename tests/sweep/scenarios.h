@@ -113,9 +113,11 @@ inline std::string Families() {
     BufDscrDestroy(buffer);
     HashTableDestroy(keys);
     TblDestroy(records);
+    DLLPutEnv("VRLPRINTPATH", Text(2).c_str());
+    told += TakeBytes(GetUniqueTempFileName(Text(3).c_str())).substr(0, 90);
     for (VrString s :
          {OsFileLongName(Array(Text(1)), "txt"), OsFileName(Array(Text(1)), nullptr),
-          EnvironFileName(Array("$SWEPT/x")), EnvironPrintPath(), HexString("bytes", 5)})
+          EnvironFileName(Array("$VRLPRINTPATH/x")), EnvironPrintPath(), HexString("bytes", 5)})
         told += TakeBytes(s);
     told += TakeCText(IniGetString("S", "TEXT", "")) + TakeCText(IniGetSection("S"));
     DirSearch* search = nullptr;
