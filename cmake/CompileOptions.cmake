@@ -20,9 +20,10 @@ elseif(VR_INSTRUMENT STREQUAL "coverage")
   add_link_options(--coverage)
 endif()
 
+option(VR_WERROR "Make warnings errors, as the presets of the project's own scripts do" OFF)
 add_library(vr_warnings INTERFACE)
 target_compile_options(vr_warnings INTERFACE
-  -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Werror)
+  -Wall -Wextra -Wpedantic -Wshadow -Wconversion $<$<BOOL:${VR_WERROR}>:-Werror>)
 
 # A shared library that shows only what it means to show. Unwinding passes
 # through it when a thread ends, so it keeps its unwind tables. Its stack is guarded,

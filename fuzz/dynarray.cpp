@@ -5,10 +5,6 @@
 // so the model edits the text in front of the first one and appends the rest again; to walks
 // and picks it is data.
 
-#include <array>
-#include <climits>
-#include <vector>
-
 #include "fuzz/fuzz.h"
 
 namespace {

@@ -1,8 +1,6 @@
 // Where the fuzzer, or what stands in for it, comes in: each input finds the library up and
 // must leave nothing allocated.
 
-#include <cstdlib>
-
 #include "fuzz/fuzz.h"
 
 int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {

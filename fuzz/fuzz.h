@@ -3,12 +3,6 @@
 #ifndef FUZZ_FUZZ_H
 #define FUZZ_FUZZ_H
 
-#include <algorithm>
-#include <initializer_list>
-#include <stdexcept>
-#include <string>
-#include <string_view>
-
 #include "tests/support/arrays.h"
 #include "tests/support/boxes.h"
 #include "tests/support/temp_directory.h"

@@ -1,12 +1,8 @@
 // Names on disk and command lines. No program is ever started: the platform reports the
 // command line instead, and its words are taken apart as for a start.
 
-#include <cstring>
-#include <vector>
-
 #include "fuzz/fuzz.h"
 #include "linux/commandline.h"
-#include "platform/files.h"
 
 namespace {
 

@@ -1,14 +1,9 @@
 // Registry exports and version files. A registry is given as it is, or as Latin-1 text that
 // must read the same in UTF-16 and in UTF-8.
 
-#include <vector>
-
 #include "config/Ini.h"
 #include "fuzz/fuzz.h"
 #include "fuzz/variables.h"
-#include "platform/environment.h"
-#include "platform/registry.h"
-#include "platform/version.h"
 
 namespace {
 

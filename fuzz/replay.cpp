@@ -1,8 +1,6 @@
 // Takes the fuzzer's place where there is none: gives a target the files named, each as it
 // is and fifty times with some bytes changed, in the current directory.
 
-#include <random>
-
 #include "fuzz/fuzz.h"
 
 int main(int count, char** names) {

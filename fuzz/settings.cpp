@@ -2,15 +2,11 @@
 // readers get; the loader runs anew for each, with its variables taken back afterwards. The
 // model of the settings reads the whole text as a std::string.
 
-#include <cstring>
 #include <utility>
-#include <vector>
 
 #include "config/Ini.h"
 #include "fuzz/fuzz.h"
 #include "fuzz/variables.h"
-#include "platform/environment.h"
-#include "platform/memory.h"
 
 namespace {
 

@@ -1,8 +1,6 @@
 // Texts that are taken apart: escape sequences, hexadecimal text, command lines, words and
 // fields. Each text stands in a block of just its size.
 
-#include <vector>
-
 #include "fuzz/fuzz.h"
 
 namespace {

@@ -1,12 +1,10 @@
 // The environment variables that an input sets, taken back after it. The C library never
 // gives back the text of a variable that was set, so that a long run would end for lack of
 // memory: this takes the place of its setenv, in the one source of a target.
+
+#include "tests/support/base.h"
 #ifndef FUZZ_VARIABLES_H
 #define FUZZ_VARIABLES_H
-
-#include <cstdlib>
-#include <map>
-#include <string>
 
 inline std::map<std::string, std::string> settings;  // NAME=VALUE by name, as in use
 

@@ -29,8 +29,6 @@ $(printf '#ifdef %s\n#error a position macro is there\n#endif\n' $macros)"
 host() {
     printf '%s\n' '#include "vr/vr.h"' 'typedef void (*Routine)(void); struct Own;' \
         'void Host(VrString s, void* block, char* text, const char* constant, struct Own* own,' \
-        '          Routine routine, char** list, char* const fixed, UtilPosition* position);' \
-        'void Host(VrString s, void* block, char* text, const char* constant, struct Own* own,' \
         '          Routine routine, char** list, char* const fixed, UtilPosition* position) {' \
         '    char array[4] = "abc"; int number = 0;' \
         '    (void)s, (void)block, (void)text, (void)constant, (void)own, (void)routine;' \

@@ -1,9 +1,5 @@
 // The paths and dates that the environment gives, and how a host ends, by its name.
 
-#include <pthread.h>
-
-#include "platform/environment.h"
-#include "platform/text.h"
 #include "tests/process/counted_library.h"
 #include "tests/support/library_test.h"
 
@@ -76,18 +72,10 @@ TEST_F(FilesTest, TheModuleTellsHowVrExitEnds) {
             host.bin      -> 302 -> 7 -> 99
             v1.2/host.exe -> 302 -> 7 -> 99)")) {
         PutLibrary("./" + name);
-        int32_t exitCode = std::stoi(given);
-        const auto leaveInAThread = [&name = name, &exitCode] {
+        const auto leaveInAThread = [&name = name, &given = given] {
             StartHost(nullptr, VrWord(LoadLibraryA(("./" + name).c_str())));
             std::fprintf(stderr, "%d", GetEnvironLauncher());
-            pthread_t thread = {};
-            void* result = nullptr;
-            const auto leave = [](void* with) {
-                return VrExit(*static_cast<int32_t*>(with)), reinterpret_cast<void*>(59);
-            };
-            pthread_create(&thread, nullptr, leave, &exitCode);
-            pthread_join(thread, &result);
-            std::_Exit(int(40 + VrWord(result)));
+            std::_Exit(40 + CodeOfThread([&] { VrExit(std::stoi(given)); }));
         };
         EXPECT_EXIT(leaveInAThread(), testing::ExitedWithCode(std::stoi(code)), launcher);
     }

@@ -1,9 +1,6 @@
 // The settings: which layer answers, and where the file lies. How its text is read, the fuzz
 // target's model states.
 
-#include <cstdlib>
-
-#include "platform/environment.h"
 #include "tests/support/library_test.h"
 
 namespace {

@@ -1,6 +1,5 @@
 // Start, stop and the words of the frame; what does next to nothing, in one table.
 
-#include "platform/memory.h"
 #include "tests/support/library_test.h"
 
 namespace {

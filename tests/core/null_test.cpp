@@ -76,6 +76,7 @@ TEST_F(LibraryTest, BadNumbersAndNamesAreIgnored) {
     vrHeapDestroy(heap);
     EXPECT_EQ(MemFixedWrite("x", 0), MemFixedAlloc(0));
     EXPECT_EQ(SkipBackNAttrs(one, 5, &(out = 0, out)), 5);
+    EXPECT_EQ(ScanStr(one, 9, -1, kVrAttributeMark, &(out = 1, out)), 4) << "a negative length";
     for (int32_t offset : {-1, 0, 9})
         EXPECT_EQ(TakeCText(get_text_word(&offset, offset == 0 ? nullptr : "word")), "");
     EXPECT_EQ(TakeCText(get_text_field("a,b", ',', 3)), "");

@@ -1,8 +1,5 @@
 // The pools against a model, which names the very slot that serves each request.
 
-#include <list>
-#include <random>
-
 #include "tests/support/library_test.h"
 
 namespace {

@@ -1,8 +1,6 @@
 // What happens when memory runs out. Whatever a request sets off is noted in its order, with
 // the number of blocks out compared to before it: -1 means that a reserve was given up.
 
-#include <tuple>
-
 #include "tests/support/library_test.h"
 
 namespace {
@@ -110,42 +108,6 @@ TEST_F(RecoveryTest, TheOtherCallbacksHelpOneThatRunsShort) {
                 "^" + kLow + "-1 short:-1 hungry:-1 " +  // the outer shortage up to the callback
                     kLow + "-1 short:-1 short:-1 " + kOut + "0 short:0 " +  // the inner one
                     kOut + "0 kept:0 exit$");
-}
-
-// Results that are made of a static text, while a callback makes others.
-TEST_F(RecoveryTest, CallbacksMayAskForStaticResults) {
-    static bool isCalled;
-    const std::string path(80, 'p');
-    for (const char* variable : {"VRLPRINTPATH", "VRLTEMP"})
-        DLLPutEnv(variable, path.c_str());
-    DLLPutEnv("OTHER", std::string(90, 'o').c_str());
-    MemAddCallback(
-        kVrMemoryShort,
-        [](VrWord, VrWord) {
-            isCalled = true;
-            DLLGetEnv("OTHER");
-            for (VrString other : {GetUniqueFileName("other"),
-                                   UtilPutFieldsInVrString(Array("a"), Array("other"), Array("1"))})
-                free_mem(&other);
-        },
-        0);
-    const std::pair<VrString (*)(), std::string> cases[] = {
-        {EnvironPrintPath, path},
-        {[] { return EnvironFileName(Array("$VRLPRINTPATH/x")); }, path + "\\x"},
-        {[] { return GetUniqueTempFileName("y"); }, path + "\\ya"},
-        {[] {
-             return UtilPutFieldsInVrString(Array("r"), Array(std::string(70, 'v')), Array("1"));
-         },
-         std::string(70, 'v')}};
-    for (const auto& [result, begin] : cases) {
-        isCalled = false;
-        for (uint32_t nth = 1; nth <= 3; ++nth) {
-            ControlFailAllocations(nth, 1);
-            EXPECT_EQ(TakeText(result()).substr(0, begin.size()), begin);
-        }
-        EXPECT_TRUE(isCalled) << begin;
-    }
-    ControlFailAllocations(1, 0);
 }
 
 }  // namespace

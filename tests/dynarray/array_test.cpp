@@ -2,9 +2,6 @@
 // those do not reach: where a search begins, strings that are not what they seem, exact
 // messages, absurd numbers, and what else may stand in a list or in plain text.
 
-#include <random>
-#include <sstream>
-
 #include "fuzz/fuzz.h"
 #include "tests/support/library_test.h"
 

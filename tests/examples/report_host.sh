@@ -1,19 +1,7 @@
 #!/bin/sh
 # The report of ten thousand records against one that awk and date make:
 # report_host.sh HOST MAKE_RECORDS
-set -eu
-LC_ALL=C
-export LC_ALL
-host=$1
-work=$(mktemp -d)
-trap 'rm -rf "$work"' EXIT
-"$2" "$work"
-cd "$work"
-
-fail() {
-    echo "FAILED: $*"
-    exit 1
-}
+. "$(dirname "$0")/common.sh"
 
 # Day 732 is 1 January 1970.
 am=$(printf '\376')
@@ -57,25 +45,21 @@ touch folder/aa.b12345 folder/__locks folder/XX.b12345
 "$host" INVOICES.DICT folder NUMBER > out
 tail -n 1 out | grep -q '^4 records' || fail "the lock file or a temporary file is a record"
 printf 'DATE\n\nCUSTOMER 2\n' > PARTLY.DICT
+expect 2 "$host"
 while read -r dictionary path field message; do
-    status=0
-    "$host" "$dictionary" "$path" "$field" > out 2> errors || status=$?
-    [ "$status" -eq 2 ] || fail "$dictionary $path $field: exit code $status, not 2"
-    grep -qF "report_host: $message" errors || fail "$dictionary $path $field: $(cat errors)"
+    refuses 2 "report_host: $message" "$host" "$dictionary" "$path" "$field"
 done << 'END'
 NONE INVOICES DATE NONE: no such file that can be read as a dictionary
 INVOICES.DICT NONE DATE NONE: no such file or folder of records
-PARTLY.DICT INVOICES DATE PARTLY.DICT:1: ignored: not NAME ATTRIBUTE [date]
+PARTLY.DICT INVOICES DATE PARTLY.DICT:1: ignored: not NAME ATTRIBUTE \[date\]
 PARTLY.DICT INVOICES DATE DATE: no such field; the dictionary has: CUSTOMER
 END
 # Devices and pipes have no records, and some never end.
 mkfifo pipe
 for device in /dev/null /dev/zero pipe; do
     for arguments in "INVOICES.DICT $device DATE" "$device INVOICES DATE"; do
-        status=0
-        timeout 20 "$host" $arguments > out 2> errors || status=$?
-        [ "$status" -eq 2 ] && [ ! -s out ] || fail "report_host $arguments: exit code $status"
-        grep -q "^report_host: $device: no such" errors || fail "$arguments: $(cat errors)"
+        refuses 2 "^report_host: $device: no such" timeout 20 "$host" $arguments
+        [ ! -s out ] || fail "report_host $arguments: $(cat out)"
     done
 done
 echo "the reports agree"

@@ -1,16 +1,6 @@
 // Locks: keys, registrations, and the pool of their files, seen from outside by the open files
 // and the locks on disk.
 
-#include <pthread.h>
-
-#include <cerrno>
-#include <map>
-#include <random>
-#include <set>
-#include <sstream>
-
-#include "platform/files.h"
-#include "platform/locks.h"
 #include "tests/process/counted_library.h"
 #include "tests/support/library_test.h"
 
@@ -259,17 +249,12 @@ TEST_F(LockTest, TheEndOfTheRunGivesTheKeysBack) {
         StartHost(nullptr, VrWord(LoadLibraryA(".\\host.dll")));
         EnvironProduct();
         Run("*a=0 +a1=0 +a2=0 +a3=0 +a4=0 +a5=0");
-        pthread_t thread;
-        const auto takeOneMore = [](void* handle) -> void* {
-            VrString key = StrToVrStr("6");
+        const Array key("6");
+        const int32_t code = CodeOfThread([&] {
             ControlFailAllocations(1, 1);
-            LockLockKey(*static_cast<VrLockHandle*>(handle), key, 0, 0);
-            return nullptr;
-        };
-        pthread_create(&thread, nullptr, takeOneMore, &handles['a']);
-        void* code = nullptr;
-        pthread_join(thread, &code);
-        _exit(IsFree(kPositionOf1) ? static_cast<int>(reinterpret_cast<intptr_t>(code)) : 1);
+            LockLockKey(handles['a'], key, 0, 0);
+        });
+        _exit(IsFree(kPositionOf1) ? code : 1);
     };
     EXPECT_EXIT(run(), testing::ExitedWithCode(9), "");
 }

@@ -1,10 +1,5 @@
 // The object cache against a model: what it asks its host to drop, what it ends, and when.
 
-#include <array>
-#include <cctype>
-#include <map>
-#include <random>
-
 #include "tests/support/library_test.h"
 
 namespace {

@@ -1,9 +1,5 @@
 // Hash tables and handle tables against plain models; quarks.
 
-#include <map>
-#include <random>
-#include <ranges>
-
 #include "tests/support/library_test.h"
 
 namespace {
@@ -58,14 +54,16 @@ TEST_F(LibraryTest, HashTablesKeepTheOrderOfTheirBuckets) {
             } else {
                 const VrWord limit = value == 0 ? UINT32_MAX : value;
                 HashTableRemoveItems(table, value == 0 ? nullptr : IsBelow, limit);
-                for (const auto& each : std::views::join(buckets))
-                    gone += each.second < limit ? std::string(1, char(each.second)) : "";
                 for (auto& each : buckets)
-                    std::erase_if(each, [=](const Entry& entry) { return entry.second < limit; });
+                    std::erase_if(each, [&](const Entry& entry) {
+                        if (entry.second < limit) gone += char(entry.second);
+                        return entry.second < limit;
+                    });
             }
             std::string expected;
-            for (const auto& each : std::views::join(buckets))
-                expected += each.first + "=" + char(each.second) + ' ';
+            for (const auto& each : buckets)
+                for (const auto& [text, number] : each)
+                    expected += text + "=" + char(number) + ' ';
             ASSERT_EQ(EntriesOf(table), expected);
             ASSERT_EQ(std::exchange(ended, ""), gone);
             const auto newest = std::ranges::find(bucket, key, &Entry::first);

@@ -1,17 +1,10 @@
 // Two users in one directory: what a stranger plants there, and hosts of both at work on one
 // record. Each user is a process; only the superuser can make them.
 
-#include <fcntl.h>
 #include <grp.h>
-#include <sys/mman.h>
-#include <sys/prctl.h>
-#include <sys/stat.h>
-#include <sys/wait.h>
 
 #include <atomic>
-#include <cerrno>
 
-#include "platform/files.h"
 #include "tests/support/library_test.h"
 #include "tests/torture/torture.h"
 #include "vr/record.h"
@@ -201,16 +194,17 @@ TEST_F(Neighbours, WhoeverMayNotLockIsToldWhy) {
 
 TEST_F(Neighbours, TheOwnershipFitsOrFails) {
     const std::string expected = "user 20001, group 20001, rights rw-------";
-    char text[50] = "";
-    EXPECT_EQ(FileOwnership(kSecretPath, text, int32_t(expected.size() + 1)), 0);
-    EXPECT_EQ(text, expected);
-    EXPECT_EQ(FileOwnership(kSecretPath, text, int32_t(expected.size())), -1);
-    EXPECT_EQ(errno, ERANGE);
-    EXPECT_EQ(FileOwnership("nothing", text, sizeof text), -1);
-    EXPECT_EQ(errno, ENOENT);
     EXPECT_EQ(symlink(kSecretPath, "own"), 0);
-    EXPECT_EQ(FileOwnership("own", text, sizeof text), 0);
-    EXPECT_EQ(text, expected) << "the link of a trusted user";
+    char text[50] = "";
+    const auto size = int32_t(expected.size());
+    for (const auto& [path, room, error] : {std::tuple(kSecretPath, size + 1, 0),
+                                            {"own", size + 1, 0},
+                                            {kSecretPath, size, ERANGE},
+                                            {"nothing", size + 1, ENOENT}}) {
+        const int32_t result = FileOwnership(path, text, room);
+        EXPECT_EQ(result == 0 ? 0 : errno, error) << path;
+        EXPECT_EQ(result == 0 ? text : expected, expected) << path;
+    }
 }
 
 // The stranger puts links in the place of whatever comes up while the host edits.

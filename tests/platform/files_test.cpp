@@ -1,17 +1,6 @@
 // Handles, text mode, streams and searches on real files.
 
-#include "platform/files.h"
-
-#include <fcntl.h>
 #include <gtest/gtest.h>
-#include <signal.h>
-#include <sys/resource.h>
-#include <sys/stat.h>
-#include <unistd.h>
-
-#include <cerrno>
-#include <numeric>
-#include <set>
 
 #include "tests/support/rows.h"
 #include "tests/support/temp_directory.h"
@@ -37,23 +26,33 @@ TEST_F(Files, HandlesAreTheLowestFreeNumbersFrom3) {
     EXPECT_EQ(errno, EBADF);
 }
 
-TEST_F(Files, OpenFlagsAndPermissions) {
+TEST_F(Files, OpensThatFailHaveTheirErrors) {
     WriteFile("full", "abc");
     WriteFile("guarded", "abc");
     chmod("guarded", 0444);
     mkdir("folder", 0777);
-    const auto error = [](const char* path, int32_t flags) {
-        const int32_t handle = Open(path, flags);
-        return handle == -1 ? errno : FileClose(handle);
-    };
-    EXPECT_EQ(error("missing", kOpenReadOnly), ENOENT);
-    EXPECT_EQ(error("full", kNew | kOpenExclusive), EEXIST);
-    EXPECT_EQ(error("folder", kOpenReadOnly), EACCES);
-    EXPECT_EQ(error("guarded", kOpenWriteOnly | kOpenTruncate), EACCES);
-    EXPECT_EQ(ReadFile("guarded"), "abc") << "cut though it may not be written";
-    EXPECT_EQ(error("full", 3), EINVAL);
+    symlink("loop", "loop");
+    symlink("none", "dangling");
     EXPECT_EQ(FileWrite(Open("sealed", kNew | kOpenBinary, 0), "x", 1), 1) << "its maker may";
-    EXPECT_EQ(error("sealed", kOpenReadWrite), EACCES);
+    const std::tuple<std::string, int32_t, int> cases[] = {
+        {"missing", kOpenReadOnly, ENOENT},
+        {"full", kNew | kOpenExclusive, EEXIST},
+        {"full", 3, EINVAL},
+        {"folder", kOpenReadOnly, EACCES},
+        {"guarded", kOpenWriteOnly | kOpenTruncate, EACCES},
+        {"sealed", kOpenReadWrite, EACCES},
+        {std::string(255, 'x'), kNew, 0},
+        {std::string(256, 'x'), kNew, ENAMETOOLONG},
+        {"..\\..\\..\\..\\..\\.." + directory.path + "\\x\\..\\full", kNew, 0},
+        {"loop", kNew, ELOOP},
+        {"dangling", kNew, EACCES},
+        {"full\\x", kNew, ENOTDIR},
+    };
+    for (const auto& [path, flags, error] : cases) {
+        const int32_t handle = Open(path.c_str(), flags);
+        EXPECT_EQ(handle == -1 ? errno : FileClose(handle), error) << path;
+    }
+    EXPECT_EQ(ReadFile("guarded"), "abc") << "cut though it may not be written";
 }
 
 // As /dev/stdout does where the output is a pipe: its link's text is no path.
@@ -128,6 +127,7 @@ TEST_F(Files, WritesThatRaiseSignalsFail) {
     const int32_t file = Open("file", kNew | kOpenBinary);
     EXPECT_EQ(FileWrite(file, "abcde", 5), 3);
     EXPECT_EQ(FileWrite(file, "x", 1), -1);
+    EXPECT_EQ(FileWrite(Open("text", kNew | kOpenText), "\n\n", 2), 1) << "no half a line end";
     EXPECT_EQ(FileChangeSize(file, 4), -1);
     EXPECT_EQ(errno, EFBIG);
     sigset_t pending;

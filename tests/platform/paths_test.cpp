@@ -1,14 +1,7 @@
 // Paths: drives, separators, letter case, the current directory.
 
 #include <gtest/gtest.h>
-#include <sys/resource.h>
-#include <sys/stat.h>
-#include <unistd.h>
 
-#include <cerrno>
-
-#include "platform/environment.h"
-#include "platform/files.h"
 #include "tests/support/rows.h"
 #include "tests/support/temp_directory.h"
 

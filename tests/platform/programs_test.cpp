@@ -1,20 +1,7 @@
 // Programs, what they cost their host, and modules.
 
-#include "platform/programs.h"
-
 #include <gtest/gtest.h>
-#include <sys/resource.h>
-#include <sys/stat.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
-#include <csignal>
-#include <cstdlib>
-#include <functional>
-#include <string>
-#include <vector>
-
-#include "platform/process.h"
 #include "tests/support/emulated.h"
 #include "tests/support/held.h"
 #include "tests/support/temp_directory.h"

@@ -5,10 +5,8 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
-#include <cstring>
-
 #include "linux/paths.h"
+#include "tests/support/base.h"
 
 bool HostPath(const char* name, char (&path)[kHostPathSize]) {
     std::string text = name;

@@ -1,16 +1,8 @@
 // The registry read from export files, and version resources from the texts beside
 // a module.
 
-#include "platform/registry.h"
-
 #include <gtest/gtest.h>
-#include <unistd.h>
 
-#include <algorithm>
-#include <cstdlib>
-#include <vector>
-
-#include "platform/version.h"
 #include "tests/support/rows.h"
 #include "tests/support/temp_directory.h"
 

@@ -1,22 +1,9 @@
 // Memory, message boxes, modules and the ends of processes and threads, as the platform
 // provides them.
 
-#include <fcntl.h>
 #include <gtest/gtest.h>
-#include <unistd.h>
-
-#include <algorithm>
-#include <array>
-#include <cstdlib>
-#include <random>
-#include <string>
 #include <thread>
-#include <vector>
 
-#include "platform/memory.h"
-#include "platform/messagebox.h"
-#include "platform/process.h"
-#include "platform/text.h"
 #include "tests/support/emulated.h"
 
 namespace {

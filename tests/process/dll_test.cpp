@@ -1,7 +1,6 @@
 // Libraries: where a name is found, and when a library comes and goes, as the one that is
 // loaded notes it itself.
 
-#include "platform/environment.h"
 #include "tests/process/counted_library.h"
 #include "tests/support/library_test.h"
 

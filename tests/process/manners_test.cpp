@@ -1,14 +1,8 @@
 // The process is the host's: while the library works in it, and after, its signals, locale,
 // directory and file mask are what they were, and programs get none of its files.
 
-#include <sys/stat.h>
-#include <sys/wait.h>
-#include <unistd.h>
-
 #include <clocale>
-#include <csignal>
 
-#include "platform/files.h"
 #include "tests/support/library_test.h"
 
 namespace {

@@ -2,10 +2,7 @@
 // own, and programs that may not be read.
 
 #include <spawn.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
-#include "platform/programs.h"
 #include "tests/process/counted_library.h"
 #include "tests/support/library_test.h"
 

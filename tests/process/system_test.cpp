@@ -1,8 +1,5 @@
 // Commands: what each one starts, as a recorder notes it, and the results of real programs.
 
-#include <array>
-
-#include "platform/environment.h"
 #include "tests/process/counted_library.h"
 #include "tests/support/library_test.h"
 
@@ -78,36 +75,15 @@ TEST_F(SystemTest, CommandsByTheirFirstCharacter) {
     EXPECT_FALSE(std::filesystem::exists(kBatchFile)) << "it goes when the start fails, too";
 }
 
+// A text a line, from that of number 0 to that of all others.
 TEST_F(SystemTest, FailuresHaveANumberAndAText) {
-    const char* const texts[] = {
-        "Out of memory or file corrupt",
-        "",
-        "File not found",
-        "Path not found",
-        "",
-        "Sharing or network protection error",
-        "Library required separate data segments",
-        "",
-        "Insufficient memory to load application",
-        "",
-        "Windows version incorrect",
-        "Executable file invalid",
-        "Application not for this OS",
-        "Application for MS-DOS 4.0",
-        "Executable type unknown",
-        "Can't load Real-Mode application",
-        "Can't load second instance of executable",
-        "",
-        "",
-        "Can't load compressed executable",
-        "required DDL invalid",
-        "Need 32-bit windows extensions",
-        "",
-    };
-    for (int32_t number = 0; number < std::ssize(texts); ++number)
+    std::ifstream texts(VR_TESTS_FOLDER "/process/failures.txt");
+    int32_t number = 0;
+    for (std::string text; std::getline(texts, text); ++number)
         EXPECT_EQ(Outcome("+dir", nullptr, number),
                   "3 dir=0[0 : CreateProcess 'dir' failed\n error (" + std::to_string(number) +
-                      ") - " + texts[number] + "]");
+                      ") - " + text + "]");
+    EXPECT_EQ(number, 23);
 }
 
 // A line has 259 bytes at most, which a message shows, the clause " >> NAME" with its line end

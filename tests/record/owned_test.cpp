@@ -3,10 +3,6 @@
 
 #include "vr/owned.hpp"
 
-#include <algorithm>
-#include <vector>
-
-#include "platform/files.h"
 #include "tests/support/library_test.h"
 
 namespace {

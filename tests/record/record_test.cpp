@@ -2,10 +2,6 @@
 
 #include "vr/record.h"
 
-#include <sys/stat.h>
-#include <sys/wait.h>
-
-#include "platform/files.h"
 #include "tests/support/library_test.h"
 
 namespace {

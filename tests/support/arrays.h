@@ -2,12 +2,9 @@
 #ifndef TESTS_SUPPORT_ARRAYS_H
 #define TESTS_SUPPORT_ARRAYS_H
 
-#include <cstring>
-#include <memory>
-#include <string>
-#include <string_view>
-
 #include "vr/vr.h"
+
+#include "tests/support/base.h"
 
 constexpr std::string_view kNotation = "^]\\";
 constexpr std::string_view kMarks = "\xFE\xFD\xFC";  // one a level
@@ -79,8 +76,8 @@ struct Array : std::unique_ptr<VrStringHead, FreeString> {
     }
 };
 
-// Out of line, since the compiler takes for granted that nothing lies in front of a block.
-[[gnu::noipa]] inline unsigned char ClassByteOf(const void* payload) {
+inline unsigned char ClassByteOf(const void* payload) {
+    asm("" : "+r"(payload));  // or the compiler takes for granted that nothing is in front of it
     return static_cast<const unsigned char*>(payload)[-1];
 }
 

@@ -1,12 +1,8 @@
 // Answers message boxes and remembers them.
+
+#include "tests/support/base.h"
 #ifndef TESTS_SUPPORT_BOXES_H
 #define TESTS_SUPPORT_BOXES_H
-
-#include <string>
-#include <vector>
-
-#include "platform/control.h"
-#include "platform/messagebox.h"
 
 struct Boxes {
     void Attach() {

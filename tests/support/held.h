@@ -1,16 +1,8 @@
 // What a process holds that a case must leave as it found it.
+
+#include "tests/support/base.h"
 #ifndef TESTS_SUPPORT_HELD_H
 #define TESTS_SUPPORT_HELD_H
-
-#include <sys/wait.h>
-#include <unistd.h>
-
-#include <filesystem>
-#include <iterator>
-#include <map>
-#include <string>
-
-#include "platform/control.h"
 
 inline ptrdiff_t EntriesOf(const char* folder) {
     return std::distance(std::filesystem::directory_iterator(folder), {});

@@ -1,12 +1,9 @@
 // Tables as text, a row a line: Rows<2>("\n a -> b \n c -> d \n") has the rows {"a", "b"} and
 // {"c", "d"}. The blanks around a cell are not part of it.
+
+#include "tests/support/base.h"
 #ifndef TESTS_SUPPORT_ROWS_H
 #define TESTS_SUPPORT_ROWS_H
-
-#include <array>
-#include <sstream>
-#include <string>
-#include <vector>
 
 inline std::string Trimmed(const std::string& text) {
     const size_t first = text.find_first_not_of(' ');

@@ -1,13 +1,8 @@
 // A folder of a case's own, which is the current directory while the case runs.
+
+#include "tests/support/base.h"
 #ifndef TESTS_SUPPORT_TEMP_DIRECTORY_H
 #define TESTS_SUPPORT_TEMP_DIRECTORY_H
-
-#include <algorithm>
-#include <cstdlib>
-#include <filesystem>
-#include <fstream>
-#include <iterator>
-#include <string>
 
 struct TempDirectory {
     TempDirectory() {

@@ -1,9 +1,6 @@
 // Character conversion: the edges of a conversion file, and the reader of private
 // profiles that the tables come through.
 
-#include <algorithm>
-
-#include "platform/environment.h"
 #include "tests/support/library_test.h"
 
 namespace {

@@ -1,15 +1,11 @@
 // Dates against a calendar that counts day by day in whole numbers, and the clock
 // functions with the clock stopped in several zones.
 
-#include <array>
-#include <cstdlib>
-#include <ctime>
-#include <optional>
+#include "vr/date.h"
 
 #include <gtest/gtest.h>
 
-#include "platform/control.h"
-#include "vr/date.h"
+#include "tests/support/base.h"
 
 namespace {
 

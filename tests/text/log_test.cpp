@@ -1,8 +1,5 @@
 // The database log: its file byte for byte at every level, and when there is none.
 
-#include <functional>
-#include <vector>
-
 #include "tests/support/library_test.h"
 
 namespace {

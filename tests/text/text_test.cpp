@@ -30,22 +30,6 @@ TEST_F(LibraryTest, OccurrencesAndHexadecimalText) {
         EXPECT_EQ(TakeBytes(BinaryString(digits, int32_t(std::strlen(digits)))), expected);
 }
 
-TEST_F(LibraryTest, EveryByteAsDigits) {
-    std::string bytes, digits, values;
-    for (int byte = 0; byte < 256; ++byte) {
-        char hex[3];
-        std::snprintf(hex, sizeof hex, "%02X", unsigned(byte));
-        bytes += char(byte);
-        digits += hex;
-        values += char(std::isxdigit(byte) != 0 && byte > '9' ? (byte & 7) + 9 : byte & 15);
-    }
-    EXPECT_EQ(TakeBytes(HexString(bytes.data(), 256)), digits);
-    std::string pairs;
-    for (const char byte : bytes)
-        pairs += {'0', byte};
-    EXPECT_EQ(TakeBytes(BinaryString(pairs.data(), 512)), values);
-}
-
 // How a command is split, the fuzz target states.
 TEST(Text, OneAreaServesAllParameters) {
     char* area = GetCommandParams("LIST RUN COPY A");

@@ -3,21 +3,18 @@
 #define TESTS_TORTURE_TORTURE_H
 
 #include <gtest/gtest.h>
-#include <signal.h>
-#include <sys/time.h>
-#include <unistd.h>
 
 #include <chrono>
-#include <cstdlib>
-#include <random>
+
+#include "tests/support/base.h"
 
 using Clock = std::chrono::steady_clock;
 using Seconds = std::chrono::duration<double>;
 
 // As the variable says, which scripts/torture sets; otherwise short.
-inline Seconds LengthOf(const char* variable, double otherwise = 3) {
+inline Seconds LengthOf(const char* variable) {
     const char* seconds = std::getenv(variable);
-    return Seconds(seconds == nullptr ? otherwise : std::atof(seconds));
+    return Seconds(seconds == nullptr ? 3 : std::atof(seconds));
 }
 
 inline std::mt19937 engine{std::random_device()()};
