@@ -7,9 +7,9 @@
 #include <cstdio>
 #include <cstring>
 
+#include "core/Text.h"
 #include "core/vrmem.h"
 #include "platform/files.h"
-#include "text/Util_text.h"
 #include "vr/files.h"
 #include "vr/settings.h"
 #include "vr/text.h"

@@ -15,11 +15,11 @@
 #include <cstring>
 
 #include "core/Invariant.h"
+#include "core/Text.h"
 #include "core/vrmem.h"
 #include "files/Os_file.h"
 #include "platform/files.h"
 #include "platform/locks.h"
-#include "text/Util_text.h"
 #include "vr/frame.h"
 #include "vr/lock.h"
 #include "vr/memory.h"

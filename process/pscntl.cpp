@@ -7,15 +7,15 @@
 #include <cstdio>
 #include <cstring>
 
+#include "core/Text.h"
+#include "core/Util.h"
 #include "platform/messagebox.h"
 #include "platform/process.h"
 #include "platform/processlist.h"
 #include "platform/programs.h"
 #include "platform/text.h"
 #include "process/Host.h"
-#include "text/Util_text.h"
 #include "vr/dll.h"
-#include "vr/environ.h"
 #include "vr/memory.h"
 #include "vr/process.h"
 #include "vr/text.h"
@@ -48,7 +48,7 @@ WalkSnapshotRoutine processNext = nullptr;
 void Complain(const char* format, const char* library) {
     char text[512];
     std::snprintf(text, sizeof text, format, library);
-    MessageBoxA(nullptr, text, EnvironProduct(), MB_OK | MB_ICONEXCLAMATION);
+    vr::ShowBox(text, MB_OK | MB_ICONEXCLAMATION);
 }
 
 template <typename Routine>
