@@ -16,7 +16,11 @@ set(library_sources
   core/Chunks.cpp
   core/Heap.cpp
   core/Membuf.cpp
+  core/Text.cpp
   core/Util.cpp
+  core/Util_box.cpp
+  core/Util_exit.cpp
+  core/Util_words.cpp
   core/vrmem.cpp
   core/vrmem_callbacks.cpp
   core/vrmem_fixed.cpp

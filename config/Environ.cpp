@@ -8,11 +8,11 @@
 #include <cstdio>
 #include <cstring>
 
+#include "core/Text.h"
+#include "core/Util.h"
 #include "platform/memory.h"
 #include "platform/process.h"
 #include "platform/version.h"
-#include "text/Util_text.h"
-#include "vr/frame.h"
 #include "vr/settings.h"
 
 namespace {
@@ -23,8 +23,9 @@ constexpr uint32_t kIdentityBlockSize = 260;
 constexpr char kVersionStrings[] = "\\StringFileInfo\\040904b0";  // US English, Unicode
 constexpr char kDefaultVrPath[] = "\\VRLINK";
 
+[[maybe_unused]] const bool titlesBoxes = vr::SetProductRoutine(EnvironProduct);
+
 bool isSetUp = false;
-int32_t launcher = kVrLauncherUnknown;
 char* product = nullptr;
 char* release = nullptr;
 char* vrPath = nullptr;
@@ -85,7 +86,7 @@ void SetUp() {
 
     char modulePath[kModulePathSize] = "";
     GetModuleFileNameA(reinterpret_cast<void*>(GetVrlinkInstance()), modulePath, kModulePathSize);
-    launcher = LauncherOf(modulePath);
+    vr::SetLauncher(LauncherOf(modulePath));
 
     Version version = {};
     ReadVersion(modulePath, version);
@@ -115,5 +116,5 @@ const char* EnvironRelease() {
 }
 
 int32_t GetEnvironLauncher() {
-    return launcher;
+    return vr::Launcher();
 }

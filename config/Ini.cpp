@@ -11,10 +11,10 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "core/Text.h"
 #include "core/vrmem.h"
 #include "platform/environment.h"
 #include "platform/memory.h"
-#include "text/Util_text.h"
 
 namespace {
 

@@ -8,12 +8,12 @@
 #include <cstring>
 
 #include "config/Ini.h"
+#include "core/Text.h"
 #include "platform/environment.h"
 #include "platform/files.h"
 #include "platform/memory.h"
 #include "platform/messagebox.h"
 #include "platform/text.h"
-#include "text/Util_text.h"
 
 char ini_path[kVrIniPathSize];
 char* ini_buf = nullptr;

@@ -5,9 +5,9 @@
 #include <cstring>
 
 #include "config/Ini.h"
+#include "core/Text.h"
 #include "platform/environment.h"
 #include "platform/registry.h"
-#include "text/Util_text.h"
 #include "vr/environ.h"
 
 namespace {

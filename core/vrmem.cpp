@@ -9,11 +9,11 @@
 
 #include <cstring>
 
+#include "core/Util.h"
 #include "core/vrmem_check.h"
 #include "core/vrmem_poison.h"
 #include "platform/memory.h"
 #include "platform/messagebox.h"
-#include "vr/environ.h"
 
 char* MemBuf1 = nullptr;
 char* MemBuf2 = nullptr;
@@ -97,7 +97,7 @@ void* MoveSlotToLargeBlock(void* slot, uint32_t size, const char* tag, int32_t l
     if (IsAddress(value)) {
         LocalFree(PlatformBlockOf(value));
     } else {
-        MessageBoxA(nullptr, "MEM:freeing pointer < 0x100\n", EnvironProduct(), MB_OK);
+        vr::ShowBox("MEM:freeing pointer < 0x100\n", MB_OK);
     }
     return true;
 }

@@ -4,12 +4,12 @@
 // of the run has. A request returns with a block and with the first
 // reserve held again, or it does not return.
 
+#include "core/Util.h"
 #include "core/vrmem.h"
 #include "core/vrmem_check.h"
 #include "platform/memory.h"
 #include "platform/messagebox.h"
 #include "platform/process.h"
-#include "vr/environ.h"
 
 namespace {
 
@@ -42,10 +42,6 @@ void GiveUp(void*& reserve) {
     reserve = LocalFree(reserve);
 }
 
-int32_t Box(const char* text, uint32_t style) {
-    return MessageBoxA(nullptr, text, EnvironProduct(), style);
-}
-
 // Callers are not written to meet a null, so a run that VrExit lets go on ends
 // here.
 [[noreturn]] void EndRun() {
@@ -57,13 +53,13 @@ int32_t Box(const char* text, uint32_t style) {
 
 [[noreturn]] void EndRunWithoutReserve() {
     GiveUp(lastReserve);
-    Box(kInsufficient, MB_OK | MB_ICONSTOP);
+    vr::ShowBox(kInsufficient, MB_OK | MB_ICONSTOP);
     EndRun();
 }
 
 void RaiseMemoryShort(uint32_t size) {
     GiveUp(firstReserve);
-    Box(kGettingLow, MB_OK | MB_ICONEXCLAMATION);
+    vr::ShowBox(kGettingLow, MB_OK | MB_ICONEXCLAMATION);
     vr::RaiseCallbacks(kVrMemoryShort);
     GlobalCompact(size);
 }
@@ -74,7 +70,7 @@ void* AskAndRetry(const Request& request) {
     for (int32_t retries = 0; block == nullptr; ++retries) {
         if (firstReserve == nullptr) firstReserve = LocalAlloc(LMEM_FIXED, kReserveSize);
         if (firstReserve == nullptr) EndRunWithoutReserve();
-        const int32_t answer = Box(kOutOfMemory, MB_RETRYCANCEL | MB_ICONEXCLAMATION);
+        const int32_t answer = vr::ShowBox(kOutOfMemory, MB_RETRYCANCEL | MB_ICONEXCLAMATION);
         if (answer == IDCANCEL || retries == kRetriesGranted) EndRun();
         GlobalCompact(request.size);
         block = Attempt(request);

@@ -1,8 +1,8 @@
 // The one writer of dynamic arrays. An edit locates its element level by level,
 // adds the marks that are missing, and then replaces or inserts. Every step opens
 // a gap at the cursor, in place where its own test of the capacity allows and
-// otherwise in a new string, and fills it. The string that the caller gave is
-// left behind, never freed.
+// otherwise in a new string, and fills it. The string that the caller gave is never
+// freed.
 
 #define VR_MODULE "Vrstr"
 
@@ -17,19 +17,24 @@ namespace {
 
 struct Edit {
     VrString given;  // the caller's string
-    VrString s;      // the string in hand: `given` or one made on the way
+    VrString s;      // the string being edited: `given`, or one made on the way
     int32_t cursor;
-    int32_t count;  // what the last scan left
-    bool replace;
+};
+
+// What stands at the cursor once an element is located.
+struct Found {
+    uint8_t mark;  // of the element's level
+    bool exists;   // the element was there before
+    bool made;     // marks were added, for it or for what encloses it
 };
 
 enum class MemoRule { Drop, Carry };  // what a new string does with the old one's memo
 
-// How much of the text at the cursor goes, how much comes, and whether there.
+// A change of the text at the cursor.
 struct Gap {
-    int32_t removed;
-    int64_t added;  // 64 bits, since the numbers of a position can ask for 2^32 marks
-    bool inPlace;
+    int32_t removed;  // bytes
+    int64_t added;    // bytes; 64 bits, since the numbers of a position can ask for 2^32 marks
+    bool inPlace;     // in the string as it is, or in a new one
     MemoRule memo;
 };
 
@@ -45,14 +50,14 @@ vr::Memo MemoOf(VrString s) {
     return inside ? memo : vr::Memo{};
 }
 
-// Makes `s` the string in hand; the one before goes, unless it is the caller's.
+// Goes on with `s`. Frees the string before, unless it is the caller's.
 void Take(Edit& edit, VrString s) {
     VrString before = edit.s;
     edit.s = s;
     if (before != edit.given) free_mem(&before);
 }
 
-// The empty shared string comes here too, with nothing to move, and is not written to.
+// The empty shared string has nothing to move, and must not be written to.
 void MoveTail(VrString s, int32_t tail, int32_t by) {
     if (vr::IsSharedString(s)) return;
     const int32_t end = vr::EndCursor(s);
@@ -85,7 +90,7 @@ void OpenGap(Edit& edit, const Gap& gap) {
 
 void WriteMarks(Edit& edit, uint8_t mark, int32_t marks) {
     if (marks == 1) {
-        *vr::At(edit.s, edit.cursor) = mark;  // as mostly, without a call
+        *vr::At(edit.s, edit.cursor) = mark;  // the usual case, without a call
     } else if (marks != 0) {
         std::memset(vr::At(edit.s, edit.cursor), mark, static_cast<size_t>(marks));
     }
@@ -97,13 +102,11 @@ void WriteElement(const Edit& edit, VrString element) {
                   static_cast<size_t>(vr::LengthOf(element)));
 }
 
-// An element that had to be made holds nothing that could be replaced.
-void AddMarks(Edit& edit, uint8_t mark) {
-    const int64_t newLength = int64_t{vr::LengthOf(edit.s)} + edit.count;
+void AddMarks(Edit& edit, uint8_t mark, int32_t marks) {
+    const int64_t newLength = int64_t{vr::LengthOf(edit.s)} + marks;
     const bool inPlace = vr::LengthOf(edit.s) != 0 && newLength <= vr::CapacityOf(edit.s);
-    OpenGap(edit, {0, edit.count, inPlace, MemoRule::Drop});
-    WriteMarks(edit, mark, edit.count);
-    edit.replace = false;
+    OpenGap(edit, {.removed = 0, .added = marks, .inPlace = inPlace, .memo = MemoRule::Drop});
+    WriteMarks(edit, mark, marks);
 }
 
 void ReplaceElement(Edit& edit, uint8_t mark, VrString element) {
@@ -113,25 +116,28 @@ void ReplaceElement(Edit& edit, uint8_t mark, VrString element) {
     const auto removed = static_cast<int32_t>(stop - start);
     const int64_t newLength = int64_t{vr::LengthOf(edit.s)} - removed + vr::LengthOf(element);
     const bool inPlace = newLength <= vr::LengthOf(edit.s) || newLength < vr::CapacityOf(edit.s);
-    OpenGap(edit, {removed, vr::LengthOf(element), inPlace, MemoRule::Carry});
+    OpenGap(edit, {.removed = removed,
+                   .added = vr::LengthOf(element),
+                   .inPlace = inPlace,
+                   .memo = MemoRule::Carry});
     WriteElement(edit, element);
 }
 
-// The new element needs a mark behind it only where it pushes an element of its
-// own level back: not at the end of the text, not behind marks that were just
-// added, and not where an outer mark follows.
-void InsertElement(Edit& edit, uint8_t mark, VrString element) {
-    const bool pushesBack = edit.cursor != vr::EndCursor(edit.s) && edit.count == 0 &&
-                            *vr::At(edit.s, edit.cursor) <= mark;
+// The new element needs a mark after it only where an element of its own level
+// follows: not at the end of the text, not after marks that were just added for it,
+// and not where an outer mark follows.
+void InsertElement(Edit& edit, const Found& found, VrString element) {
+    const bool pushesBack = edit.cursor != vr::EndCursor(edit.s) && found.exists &&
+                            *vr::At(edit.s, edit.cursor) <= found.mark;
     const int64_t added = int64_t{vr::LengthOf(element)} + (pushesBack ? 1 : 0);
     const bool inPlace = vr::LengthOf(edit.s) + added < vr::CapacityOf(edit.s);
-    OpenGap(edit, {0, added, inPlace, MemoRule::Carry});
+    OpenGap(edit, {.removed = 0, .added = added, .inPlace = inPlace, .memo = MemoRule::Carry});
     WriteElement(edit, element);
-    if (pushesBack) *vr::At(edit.s, edit.cursor + vr::LengthOf(element)) = mark;
+    if (pushesBack) *vr::At(edit.s, edit.cursor + vr::LengthOf(element)) = found.mark;
 }
 
-// The append path writes a lead mark, the marks of the levels below and the
-// element, all at the end. An empty array needs no lead mark.
+// Appends an attribute: a lead mark, the marks of the levels below and the element, all
+// at the end. An empty array needs no lead mark.
 void Append(Edit& edit, const UtilPosition& position, VrString element) {
     const int32_t values = position.value > 0 ? position.value - 1 : 0;
     const int32_t subvalues = position.subvalue > 0 ? position.subvalue - 1 : 0;
@@ -143,61 +149,71 @@ void Append(Edit& edit, const UtilPosition& position, VrString element) {
     const bool inPlace =
         vr::LengthOf(edit.s) != 0 && vr::LengthOf(edit.s) + added <= vr::CapacityOf(edit.s);
     edit.cursor = vr::EndCursor(edit.s);
-    OpenGap(edit, {0, added, inPlace, MemoRule::Drop});
+    OpenGap(edit, {.removed = 0, .added = added, .inPlace = inPlace, .memo = MemoRule::Drop});
     WriteMarks(edit, lead, leads);
     WriteMarks(edit, kVrValueMark, values);
     WriteMarks(edit, kVrSubvalueMark, subvalues);
     WriteElement(edit, element);
 }
 
-void Scan(Edit& edit, uint8_t mark) {
-    edit.cursor = ScanStr(edit.s, edit.cursor, vr::LengthOf(edit.s), mark, &edit.count);
+// Looks for element number `target` of those that start at the cursor, and leaves the cursor
+// at the element, or at the end of what encloses it. Returns the marks that are missing, 0 for
+// an element that was found; below 0 as ScanStr has it.
+int32_t Scan(Edit& edit, int32_t target, uint8_t mark) {
+    int32_t missing = target;
+    edit.cursor = ScanStr(edit.s, edit.cursor, vr::LengthOf(edit.s), mark, &missing);
+    return missing;
 }
 
-// Starts from the memo, forward or back, or from the first attribute when that is
-// nearer, counted in attributes. The tie goes to the scan from the start.
-void FindAttribute(Edit& edit, int32_t target) {
+// Compares the marks that a scan crosses. A scan back from the remembered attribute crosses
+// one mark more than it goes back attributes: the mark before the target is its last.
+bool IsNearerToStart(int32_t target, int32_t remembered) {
+    if (remembered <= target) return false;
+    const int32_t marksFromStart = target - 1;
+    const int32_t marksBack = remembered - target + 1;
+    return marksFromStart <= marksBack;
+}
+
+// Starts from the memo, forward or back, unless there is none or the start is nearer. Returns
+// the marks that are missing.
+int32_t FindAttribute(Edit& edit, int32_t target) {
     const vr::Memo memo = MemoOf(edit.s);
-    const bool nearerStart = memo.attribute > target && memo.attribute >= 2 * int64_t{target} - 2;
-    if (memo.attribute < 1 || nearerStart) {
+    if (memo.attribute < 1 || IsNearerToStart(target, memo.attribute)) {
         edit.cursor = kVrFirstCursor;
-        edit.count = target;
-        Scan(edit, kVrAttributeMark);
-        return;
+        return Scan(edit, target, kVrAttributeMark);
     }
     edit.cursor = memo.cursor;
-    edit.count = 0;
-    if (memo.attribute == target) return;
+    if (memo.attribute == target) return 0;
     if (memo.attribute < target) {
-        edit.count = target - memo.attribute + 1;
-        Scan(edit, kVrAttributeMark);
-    } else {
-        edit.count = memo.attribute - target;
-        edit.cursor = SkipBackNAttrs(edit.s, edit.cursor, &edit.count);
+        return Scan(edit, target - memo.attribute + 1, kVrAttributeMark);
     }
+    int32_t missing = memo.attribute - target;
+    edit.cursor = SkipBackNAttrs(edit.s, edit.cursor, &missing);
+    return missing;
 }
 
-void LocateAttribute(Edit& edit, int32_t target) {
-    FindAttribute(edit, target);
-    if (edit.count > 0) AddMarks(edit, kVrAttributeMark);
+Found LocateAttribute(Edit& edit, int32_t target) {
+    const int32_t missing = FindAttribute(edit, target);
+    if (missing > 0) AddMarks(edit, kVrAttributeMark, missing);
     VR_INVARIANT(edit.cursor >= kVrFirstCursor && edit.cursor <= vr::EndCursor(edit.s));
     SetMemo(edit.s, {target, edit.cursor});
+    return {kVrAttributeMark, missing == 0, missing > 0};
 }
 
-void LocateInner(Edit& edit, int32_t target, uint8_t mark) {
-    edit.count = target;
-    Scan(edit, mark);
-    if (edit.count > 0) AddMarks(edit, mark);
+// The cursor is at the first byte of the enclosing element.
+Found LocateInner(Edit& edit, const Found& enclosing, int32_t target, uint8_t mark) {
+    const int32_t missing = Scan(edit, target, mark);
+    if (missing > 0) AddMarks(edit, mark, missing);
+    return {mark, missing == 0, enclosing.made || missing > 0};
 }
 
-// Brings the cursor to the element and returns the mark of its level.
-uint8_t Locate(Edit& edit, const UtilPosition& position) {
-    LocateAttribute(edit, position.attribute);
-    if (position.value == 0) return kVrAttributeMark;
-    LocateInner(edit, position.value, kVrValueMark);
-    if (position.subvalue == 0) return kVrValueMark;
-    LocateInner(edit, position.subvalue, kVrSubvalueMark);
-    return kVrSubvalueMark;
+// Brings the cursor to the element, which is made if it is not there.
+Found Locate(Edit& edit, const UtilPosition& position) {
+    const Found attribute = LocateAttribute(edit, position.attribute);
+    if (position.value == 0) return attribute;
+    const Found value = LocateInner(edit, attribute, position.value, kVrValueMark);
+    if (position.subvalue == 0) return value;
+    return LocateInner(edit, value, position.subvalue, kVrSubvalueMark);
 }
 
 // A number below a level that is not addressed addresses that level's first.
@@ -210,12 +226,12 @@ VrString CopyOfText(VrString s) {
     return vr::StringOf(VrStrText(s), static_cast<size_t>(vr::LengthOf(s)), VR_MODULE, __LINE__);
 }
 
-// A shared string with a text must not be written to; the empty one never is.
+// A shared string with text must not be written to; the empty one never is.
 VrString OwnString(VrString s) {
     return vr::IsSharedString(s) && s->length != 0 ? CopyOfText(s) : s;
 }
 
-// A host's own string has no header, so no memo is looked for.
+// A host's own string has no header, so no memo is read.
 VrString CopyOfElement(VrString element) {
     return vr::IsSharedString(element) ? element : CopyOfText(element);
 }
@@ -226,23 +242,23 @@ bool Appends(const UtilPosition& position) {
 
 }  // namespace
 
-// All that an edit calls is put in line, which halves the time of a short one.
+// All that an edit calls is inlined, which halves the time of a short one.
 [[gnu::flatten]] VrString UtilInsertReplace(UtilPosition* position, VrString s, VrString element,
                                             uint32_t replace) {
     if constexpr (vr::check::kOn) vr::check::Edited(s);
     CompleteNumbers(*position);
     if (position->attribute == 0) return CopyOfElement(element);
 
-    VrString own = OwnString(s);
-    Edit edit = {s, own, kVrFirstCursor, 0, replace != 0 && !Appends(*position)};
+    Edit edit = {s, OwnString(s), kVrFirstCursor};
     if (position->attribute < 0) {
         Append(edit, *position, element);
     } else {
-        const uint8_t mark = Locate(edit, *position);
-        if (edit.replace) {
-            ReplaceElement(edit, mark, element);
+        const Found found = Locate(edit, *position);
+        // An element that had to be made holds nothing that could be replaced.
+        if (replace != 0 && !found.made && !Appends(*position)) {
+            ReplaceElement(edit, found.mark, element);
         } else {
-            InsertElement(edit, mark, element);
+            InsertElement(edit, found, element);
         }
     }
     position->cursor = edit.cursor;

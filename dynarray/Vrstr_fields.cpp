@@ -1,6 +1,6 @@
-// Field records: the walk over a field list leads through a record, gathering into a
-// buffer or writing through the one editor of dynamic arrays. A list that is short
-// enough for any of its attributes to fit is walked without allocating them.
+// Field records: a field list names the attributes of a record that are read into a
+// buffer, or written through the editor of dynamic arrays. A list that is short enough for
+// any of its attributes to fit a buffer is walked without allocating them.
 
 #define VR_MODULE "Vrstr"
 
@@ -17,15 +17,15 @@ namespace {
 
 constexpr uint32_t kAttributeBufferSize = 1000;
 constexpr uint32_t kEntryBufferSize = 100;
-constexpr int32_t kFirstLengthTooLong = 992;  // for that buffer
+constexpr int32_t kFirstLengthTooLong = 992;  // of a list for that buffer
 constexpr int32_t kGatherStep = 1000;
 
-// Attribute after attribute of a list, in the walk's own buffer or allocated. A result of
-// Next is good until the next call.
+// Walks the attributes of a list, in a buffer of its own or, where `allocates`, in new
+// strings. A result of Next is valid until the next call.
+template <uint32_t kBufferSize>
 class ListWalk {
 public:
-    explicit ListWalk(VrString list)
-        : list_(list), size_(vr::LengthOf(list) < kFirstLengthTooLong ? kAttributeBufferSize : 0) {}
+    ListWalk(VrString list, bool allocates) : list_(list), size_(allocates ? 0 : kBufferSize) {}
     ~ListWalk() {
         Release();
     }
@@ -51,7 +51,18 @@ private:
     uint32_t size_;
     int32_t cursor_ = kVrFirstCursor;
     VrString current_ = nullptr;
-    char buffer_[kAttributeBufferSize];
+    char buffer_[kBufferSize];
+};
+
+// For attributes of any length: a list that is too long for the buffer may have one that is.
+struct AttributeWalk : ListWalk<kAttributeBufferSize> {
+    explicit AttributeWalk(VrString list)
+        : ListWalk(list, vr::LengthOf(list) >= kFirstLengthTooLong) {}
+};
+
+// For the numbers of a field list.
+struct EntryWalk : ListWalk<kEntryBufferSize> {
+    explicit EntryWalk(VrString list) : ListWalk(list, false) {}
 };
 
 int32_t NumberOf(VrString text) {
@@ -74,7 +85,7 @@ void ReplaceAttribute(VrString& record, int32_t number, VrString value) {
 
 VrString UtilGetFieldsFromVrString(VrString record, VrString fields) {
     BufDscr* gathered = BufDscrCreate(kGatherStep);
-    ListWalk walk(fields);
+    AttributeWalk walk(fields);
     for (bool first = true; walk.HasNext(); first = false) {
         if (!first) AddStrToBuffer(gathered, nullptr, 0, kVrAttributeMark);
         AppendField(gathered, NumberOf(walk.Next()), record);
@@ -85,14 +96,12 @@ VrString UtilGetFieldsFromVrString(VrString record, VrString fields) {
 }
 
 VrString UtilPutFieldsInVrString(VrString record, VrString values, VrString fields) {
-    char entryBuffer[kEntryBufferSize];
     VrString result = NewString(record);
-    ListWalk walk(values);
-    for (int32_t cursor = kVrFirstCursor; cursor < vr::EndCursor(fields);) {
-        VrString value = walk.Next();
-        auto entry = reinterpret_cast<VrString>(entryBuffer);
-        cursor = UtilGetNextAttribute(fields, cursor, &entry, kEntryBufferSize);
-        ReplaceAttribute(result, NumberOf(entry), value);
+    AttributeWalk newValues(values);
+    EntryWalk entries(fields);
+    while (entries.HasNext()) {
+        VrString value = newValues.Next();
+        ReplaceAttribute(result, NumberOf(entries.Next()), value);
     }
     return result;
 }

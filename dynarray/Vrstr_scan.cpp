@@ -34,54 +34,57 @@ Block LookAtBlock(const uint8_t* p, __m128i mark) {
     return {marks, vr::BitsOf(_mm_cmpeq_epi8(highest, mark)) != 0xFFFF};
 }
 
-// What a scan forward still looks for.
-struct Wanted {
+// A scan forward: where it is, and what it still looks for. It ends at a byte that stops it,
+// and after the last mark.
+struct Scanner {
+    const uint8_t* p;
     uint8_t mark;
     bool higherStops;
     bool toTheEnd;  // all marks, which are not counted
     int32_t marks;  // until the scan is over
+
+    void PassBlocks(const uint8_t* end);
+    bool PassBytes(const uint8_t* end);
+
+private:
+    bool EndsAt(const uint8_t* hit);
 };
 
 // Passes whole blocks that hold neither the last mark wanted nor a byte that stops.
-const uint8_t* PassBlocks(const uint8_t* p, const uint8_t* end, Wanted& wanted) {
-    const __m128i mark = vr::AllBytes(wanted.mark);
+void Scanner::PassBlocks(const uint8_t* end) {
+    const __m128i wanted = vr::AllBytes(mark);
     for (; end - p >= kBlockBytes; p += kBlockBytes) {
-        const Block block = LookAtBlock(p, mark);
-        if (wanted.higherStops && block.hasHigher) break;
-        if (wanted.toTheEnd) continue;
-        if (block.marks >= wanted.marks) break;
-        wanted.marks -= block.marks;
+        const Block block = LookAtBlock(p, wanted);
+        if (higherStops && block.hasHigher) break;
+        if (toTheEnd) continue;
+        if (block.marks >= marks) break;
+        marks -= block.marks;
     }
-    return p;
 }
 
-// Whether the byte ends the scan. Where the scan is left: at a byte that stops it, and
-// behind the last mark.
-bool EndsAt(const uint8_t*& p, Wanted& wanted) {
-    if (*p != wanted.mark) return true;
-    if (wanted.toTheEnd || --wanted.marks != 0) return false;
-    ++p;
+// Counts the hit, and moves to the end of the scan when this is it.
+bool Scanner::EndsAt(const uint8_t* hit) {
+    const bool isMark = *hit == mark;
+    if (isMark && (toTheEnd || --marks != 0)) return false;
+    p = isMark ? hit + 1 : hit;
     return true;
 }
 
-// Looks at each mark up to `end`. True when the scan is over, which leaves `p` there.
-bool PassSteps(const uint8_t*& p, const uint8_t* end, Wanted& wanted) {
-    const __m128i mark = vr::AllBytes(wanted.mark);
+// Looks at each mark up to `end`. True when the scan is over.
+bool Scanner::PassBytes(const uint8_t* end) {
+    const __m128i wanted = vr::AllBytes(mark);
     for (; end - p >= vr::kStepBytes; p += vr::kStepBytes) {
         const __m128i bytes = vr::LoadStep(p);
         // The higher one of a byte and the mark is the byte where it counts or stops.
-        const __m128i compared = wanted.higherStops ? _mm_max_epu8(bytes, mark) : mark;
+        const __m128i compared = higherStops ? _mm_max_epu8(bytes, wanted) : wanted;
         for (uint32_t hits = vr::BitsOf(_mm_cmpeq_epi8(compared, bytes)); hits != 0;
              hits &= hits - 1) {
-            const uint8_t* hit = p + std::countr_zero(hits);
-            if (!EndsAt(hit, wanted)) continue;
-            p = hit;
-            return true;
+            if (EndsAt(p + std::countr_zero(hits))) return true;
         }
     }
     for (; p != end; ++p) {
-        const bool counts = *p == wanted.mark || (wanted.higherStops && *p > wanted.mark);
-        if (counts && EndsAt(p, wanted)) return true;
+        const bool isHit = *p == mark || (higherStops && *p > mark);
+        if (isHit && EndsAt(p)) return true;
     }
     return false;
 }
@@ -96,20 +99,30 @@ const uint8_t* PassBlocksBack(const uint8_t* p, const uint8_t* begin, uint32_t& 
     return p;
 }
 
+// An element that is appended at `end` needs a mark before it unless the enclosing element is
+// empty, which shows in what stands before: the start of the text or an outer mark.
+bool AppendNeedsMark(const uint8_t* start, const uint8_t* end, uint8_t mark) {
+    return end > start && end[-1] <= mark;
+}
+
 }  // namespace
 
-// Most scans go to the next element or the one behind it, for which no block is needed.
+// Most scans go to the next element or the one after it, for which no block is needed.
 const uint8_t* vr::PassMarks(const uint8_t* p, const uint8_t* end, uint8_t mark, int32_t& marks,
                              HigherBytes higher) {
     if (marks == 0) return p;
-    Wanted wanted = {mark, higher == HigherBytes::Stop, marks < 0, marks};
+    Scanner scanner = {.p = p,
+                       .mark = mark,
+                       .higherStops = higher == HigherBytes::Stop,
+                       .toTheEnd = marks < 0,
+                       .marks = marks};
     const bool isFar = end - p > kNearBytes + kBlockBytes;
-    if (!isFar || !PassSteps(p, p + kNearBytes, wanted)) {
-        if (isFar) p = PassBlocks(p, end, wanted);
-        PassSteps(p, end, wanted);
+    if (!isFar || !scanner.PassBytes(p + kNearBytes)) {
+        if (isFar) scanner.PassBlocks(end);
+        scanner.PassBytes(end);
     }
-    marks = wanted.marks;
-    return p;
+    marks = scanner.marks;
+    return scanner.p;
 }
 
 const uint8_t* vr::PassMarksBack(const uint8_t* p, const uint8_t* begin, uint32_t& marks) {
@@ -130,30 +143,24 @@ const uint8_t* vr::PassMarksBack(const uint8_t* p, const uint8_t* begin, uint32_
 }
 
 int32_t ScanStr(VrString s, int32_t cursor, int32_t length, unsigned char mark, int32_t* count) {
-    length = std::clamp(length, 0, vr::kLongestText);
-    const int32_t end = length + kVrFirstCursor;
+    const int32_t end = std::clamp(length, 0, vr::kLongestText) + kVrFirstCursor;
     const uint8_t* from = vr::At(s, vr::ClampCursor(cursor, end));
     int32_t marks = *count > INT32_MIN ? *count - 1 : *count;
 
     const uint8_t* reached =
         vr::PassMarks(from, vr::At(s, end), mark, marks, vr::HigherBytes::Stop);
-    const auto reachedCursor = static_cast<int32_t>(reached - vr::At(s, 0));
-    // An append needs a mark in front of it unless the enclosing element is empty,
-    // which shows in what stands before: the start of the text or an outer mark.
-    if (marks < 0 && length != 0 && reachedCursor > kVrFirstCursor && reached[-1] <= mark) {
-        marks = 1;
-    }
+    if (marks < 0 && AppendNeedsMark(vr::At(s, kVrFirstCursor), reached, mark)) marks = 1;
     *count = marks;
-    return reachedCursor;
+    return static_cast<int32_t>(reached - vr::At(s, 0));
 }
 
 int32_t SkipBackNAttrs(VrString s, int32_t cursor, int32_t* count) {
     if (cursor <= kVrFirstCursor || *count <= 0) return cursor;
-    // The first mark to cross is the one in front of the attribute at `cursor`.
+    // The first mark to cross is the one before the attribute at `cursor`.
     uint32_t marks = static_cast<uint32_t>(*count) + 1;
     const uint8_t* from = vr::At(s, vr::ClampCursor(cursor, vr::EndCursor(s)));
     const uint8_t* reached = vr::PassMarksBack(from, vr::At(s, kVrFirstCursor), marks);
-    // The first attribute has no mark in front: one left over is none short.
+    // The first attribute has no mark before it, so one mark left over is none missing.
     *count = marks > 1 ? static_cast<int32_t>(marks - 1) : 0;
     return static_cast<int32_t>(reached - vr::At(s, 0));
 }

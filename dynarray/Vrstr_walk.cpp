@@ -1,6 +1,6 @@
-// Walking a dynamic array by cursor. The four forward walks are one walk: they
-// differ in the bytes that stop them, in the message for an element that is too
-// long, and in whether they look behind a cut, which is a row of a table.
+// Walking a dynamic array by cursor. The forward walks differ in the bytes that stop
+// them, in the message for an element that is too long, and in how they cut such an
+// element for a caller's buffer.
 
 #define VR_MODULE "Vrstr"
 
@@ -22,80 +22,104 @@ constexpr vr::StopBytes kSubvalueStops = {kVrSubvalueMark, kVrAttributeMark};
 struct Walk {
     vr::StopBytes stops;
     const char* tooBig;
-    bool looksBehindCut;  // measures the whole element, and steps over no cut
 };
 
 constexpr char kAttributeTooBig[] = "Attribute too big (%s) size %d";
-constexpr Walk kAttributeWalk = {kAttributeStops, kAttributeTooBig, false};
-constexpr Walk kValueWalk = {kValueStops, "Value too big (%s) size %d", false};
-constexpr Walk kSubvalueWalk = {kSubvalueStops, "SubValue too big (%s) size %d", false};
+constexpr Walk kAttributeWalk = {kAttributeStops, kAttributeTooBig};
+constexpr Walk kValueWalk = {kValueStops, "Value too big (%s) size %d"};
+constexpr Walk kSubvalueWalk = {kSubvalueStops, "SubValue too big (%s) size %d"};
 
-// In a caller's buffer the string stands behind a zeroed word, which makes it look
-// like a short string of the allocator.
+// In a caller's buffer the string follows a zeroed word, which makes it look like a
+// short string of the allocator.
 constexpr int32_t kBufferHeader = 4;
 
-// The message takes the text as C text, through all marks to the zero behind it.
+// The message takes the text as C text: the marks do not end it, only its zero.
 [[gnu::noinline]] void ReportTooBig(const Walk& walk, const uint8_t* text, uint32_t size) {
     wsprintfA(MemBuf1, walk.tooBig, reinterpret_cast<const char*>(text), size);
     MessageBoxA(nullptr, MemBuf1, nullptr, MB_OK);
 }
 
-int32_t Behind(VrString s, const uint8_t* stop) {
-    const auto cursor = static_cast<int32_t>(stop - vr::At(s, 0));
+int32_t CursorOf(VrString s, const uint8_t* p) {
+    return static_cast<int32_t>(p - vr::At(s, 0));
+}
+
+// The cursor after a stop byte, or the end of the text.
+int32_t After(VrString s, const uint8_t* stop) {
+    const int32_t cursor = CursorOf(s, stop);
     return cursor == vr::EndCursor(s) ? cursor : cursor + 1;
 }
 
 int32_t Skip(VrString s, int32_t cursor, vr::StopBytes stops) {
     const int32_t end = vr::EndCursor(s);
-    return Behind(s, vr::FindStop(vr::At(s, vr::ClampCursor(cursor, end)), vr::At(s, end), stops));
+    return After(s, vr::FindStop(vr::At(s, vr::ClampCursor(cursor, end)), vr::At(s, end), stops));
 }
 
 int32_t NextAllocated(VrString s, int32_t cursor, VrString* out, const Walk& walk) {
     const uint8_t* from = vr::At(s, cursor);
     const uint8_t* stop = vr::FindStop(from, vr::At(s, vr::EndCursor(s)), walk.stops);
     *out = vr::StringOf(from, static_cast<size_t>(stop - from), VR_MODULE, __LINE__);
-    return Behind(s, stop);
+    return After(s, stop);
 }
 
-VrString OpenBuffer(VrString* out) {
+// What a caller's buffer got of an element.
+struct Copy {
+    VrString element;
+    const uint8_t* start;
+    const uint8_t* stop;  // in the text, after the last byte copied
+
+    uint32_t Size() const {
+        return static_cast<uint32_t>(stop - start);
+    }
+};
+
+// Copies the element up to its end or to the end of the room, and sets *out to the string in
+// the buffer, which is not closed yet.
+Copy CopyToBuffer(VrString s, int32_t cursor, VrString* out, uint32_t room, const Walk& walk) {
+    const uint8_t* start = vr::At(s, cursor);
+    const uint8_t* end = vr::At(s, vr::EndCursor(s));
+    const uint8_t* window = start + std::min(static_cast<uint32_t>(end - start), room);
     auto* buffer = reinterpret_cast<uint8_t*>(*out);
     std::memset(buffer, 0, kBufferHeader);
-    *out = reinterpret_cast<VrString>(buffer + kBufferHeader);
-    return *out;
+    auto element = reinterpret_cast<VrString>(buffer + kBufferHeader);
+    *out = element;
+    return {element, start, vr::CopyToStop(VrStrText(element), start, window, walk.stops)};
 }
 
-void CloseBuffer(VrString element, uint32_t length) {
-    VrStrText(element)[length] = 0;
-    element->length = static_cast<int32_t>(length);
+// Writes length and zero. This comes after the message, which is formatted in MemBuf1 and
+// overwrites a buffer that is there too.
+void Close(const Copy& copy) {
+    VrStrText(copy.element)[copy.Size()] = 0;
+    copy.element->length = static_cast<int32_t>(copy.Size());
 }
 
-// Copies the element, as far as there is room, on the way to its end.
-int32_t NextInBuffer(VrString s, int32_t cursor, VrString* out, uint32_t size, const Walk& walk) {
-    const uint8_t* from = vr::At(s, cursor);
-    const uint8_t* end = vr::At(s, vr::EndCursor(s));
+// An element that fills the room exactly counts as too big.
+int32_t NextOfLevel(VrString s, int32_t cursor, VrString* out, uint32_t size, const Walk& walk) {
     const uint32_t room = size - kVrBufferOverhead;
-    const uint8_t* window = from + std::min(static_cast<uint32_t>(end - from), room);
-    VrString element = OpenBuffer(out);
-    const uint8_t* stop = vr::CopyToStop(VrStrText(element), from, window, walk.stops);
-    const auto kept = static_cast<uint32_t>(stop - from);
-    if (walk.looksBehindCut) stop = vr::FindStop(stop, end, walk.stops);
+    const Copy copy = CopyToBuffer(s, cursor, out, room, walk);
+    if (copy.Size() >= room) [[unlikely]]
+        ReportTooBig(walk, copy.start, room);
+    Close(copy);
+    return After(s, copy.stop);
+}
 
-    // A window that is full cannot tell an element that fits from one that was cut. The
-    // string is closed after the message, which a buffer in its area would not survive.
-    const bool tooBig = walk.looksBehindCut ? stop != from + kept : kept >= room;
-    if (tooBig) [[unlikely]]
-        ReportTooBig(walk, from, walk.looksBehindCut ? size : room);
-    CloseBuffer(element, kept);
-    return walk.looksBehindCut && tooBig ? cursor + static_cast<int32_t>(kept) : Behind(s, stop);
+// Looks for the element's true end, and returns the cursor of the cut when there is one.
+int32_t NextByMarker(VrString s, int32_t cursor, VrString* out, uint32_t size, const Walk& walk) {
+    const Copy copy = CopyToBuffer(s, cursor, out, size - kVrBufferOverhead, walk);
+    const bool isCut =
+        vr::FindStop(copy.stop, vr::At(s, vr::EndCursor(s)), walk.stops) != copy.stop;
+    if (isCut) [[unlikely]]
+        ReportTooBig(walk, copy.start, size);
+    Close(copy);
+    return isCut ? CursorOf(s, copy.stop) : After(s, copy.stop);
 }
 
 int32_t Next(VrString s, int32_t cursor, VrString* out, uint32_t size, const Walk& walk) {
     cursor = vr::ClampCursor(cursor, vr::EndCursor(s));
     return size < kVrBufferOverhead ? NextAllocated(s, cursor, out, walk)
-                                    : NextInBuffer(s, cursor, out, size, walk);
+                                    : NextOfLevel(s, cursor, out, size, walk);
 }
 
-// All that a walk calls is put in line in it, so that each has its own stop bytes at hand.
+// All that a walk calls is inlined in it, so that its stop bytes are constants.
 #define VR_WALK [[gnu::flatten]]
 
 }  // namespace
@@ -114,7 +138,10 @@ VR_WALK int32_t UtilGetNextSubvalue(VrString s, int32_t cursor, VrString* out, u
 
 VR_WALK int32_t UtilGetNextMarkerVal(VrString s, int32_t cursor, VrString* out, uint32_t size,
                                      unsigned char marker) {
-    return Next(s, cursor, out, size, {{marker, marker}, kAttributeTooBig, true});
+    const Walk walk = {{marker, marker}, kAttributeTooBig};
+    cursor = vr::ClampCursor(cursor, vr::EndCursor(s));
+    return size < kVrBufferOverhead ? NextAllocated(s, cursor, out, walk)
+                                    : NextByMarker(s, cursor, out, size, walk);
 }
 
 int32_t UtilSkipAttribute(VrString s, int32_t cursor) {
@@ -128,12 +155,12 @@ int32_t UtilSkipValue(VrString s, int32_t cursor) {
 int32_t UtilGetPrevValue(VrString s, int32_t cursor, VrString* out) {
     const int32_t end = vr::EndCursor(s);
     cursor = vr::ClampCursor(cursor, end);
-    const int32_t last = cursor == end ? cursor - 1 : cursor - 2;  // over the mark in front
+    const int32_t last = cursor == end ? cursor - 1 : cursor - 2;  // not the mark before it
     const uint8_t* valueEnd = vr::At(s, last + 1);
     const uint8_t* begin = std::min<const uint8_t*>(vr::At(s, kVrFirstCursor), valueEnd);
     const uint8_t* start = vr::FindStopBack(valueEnd, begin, kValueStops);
     *out = vr::StringOf(start, static_cast<size_t>(valueEnd - start), VR_MODULE, __LINE__);
-    return static_cast<int32_t>(start - vr::At(s, 0));
+    return CursorOf(s, start);
 }
 
 int32_t UtilGetRestOfVrStr(VrString s, int32_t cursor, VrString* out) {
@@ -145,7 +172,7 @@ int32_t UtilGetRestOfVrStr(VrString s, int32_t cursor, VrString* out) {
 
 void UtilSwapChar(VrString s, unsigned char from, unsigned char to) {
     if (s == nullptr || s->length <= 0 || vr::IsSharedString(s)) return;
-    // Stores every byte, so that the compiler takes sixteen at a step.
+    // Every byte is stored, so that the compiler handles sixteen in a step.
     std::transform(VrStrText(s), VrStrText(s) + s->length, VrStrText(s),
                    [from, to](uint8_t byte) { return byte == from ? to : byte; });
 }

@@ -6,8 +6,8 @@
 #include <cstdio>
 #include <cstring>
 
+#include "core/Text.h"
 #include "platform/files.h"
-#include "text/Util_text.h"
 #include "vr/files.h"
 #include "vr/memory.h"
 

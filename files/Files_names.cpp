@@ -1,5 +1,5 @@
 // Names on disk from free text. A mapped name is tried plain, then with its one dot,
-// then with hexadecimal numbers at its end that eat into its stem as they grow.
+// then with hexadecimal numbers at its end, which shorten its stem as they grow.
 
 #define VR_MODULE "Files"
 
@@ -7,9 +7,9 @@
 #include <cstdio>
 #include <cstring>
 
+#include "core/Text.h"
 #include "core/vrmem.h"
 #include "platform/files.h"
-#include "text/Util_text.h"
 #include "vr/files.h"
 #include "vr/settings.h"
 #include "vr/text.h"
@@ -30,14 +30,14 @@ constexpr int32_t kTriedOneByOne = 16;
 struct Candidate {
     char* text;             // kMappedSize characters and a zero
     const char* extension;  // upper case, or null
-    size_t stem;            // characters in front of extension and number
-    size_t marks;           // characters of the stem that had to be touched
+    size_t stem;            // characters before extension and number
+    size_t marks;           // characters of the stem that had to be changed
     int32_t tried;
-    PlatformFolderNames* taken;  // of the folder's names those of the same first letter, or null
+    PlatformFolderNames* taken;  // the folder's names with the same first letter, or null
 };
 
-// Also where nobody can tell: each further candidate would end the same way. To ask for each
-// name may mean to search the folder for each, so after some the folder is read once.
+// Also true when the platform cannot say: each further candidate would end the same way. To
+// ask for a name may search the whole folder, so after some names the folder is read once.
 bool IsFree(Candidate& candidate) {
     if (++candidate.tried == kTriedOneByOne) {
         const char pattern[] = {candidate.text[0], '*', '\0'};
@@ -48,7 +48,7 @@ bool IsFree(Candidate& candidate) {
     return !isTaken && FileStatus(candidate.text) != 0;
 }
 
-void WriteBehindStem(const Candidate& candidate, const char* number) {
+void WriteAfterStem(const Candidate& candidate, const char* number) {
     char* end = candidate.text + candidate.stem;
     const size_t room = kMappedSize + 1 - candidate.stem;
     if (candidate.extension == nullptr) {
@@ -58,7 +58,7 @@ void WriteBehindStem(const Candidate& candidate, const char* number) {
     }
 }
 
-// A lower-case letter counts as touched, since it is folded in the end.
+// A lower-case letter counts as changed, since it becomes upper case.
 void WriteStem(Candidate& candidate, const char* name) {
     for (size_t i = 0; i < candidate.stem; ++i) {
         const bool replaced = std::strchr(kReplaced, name[i]) != nullptr;
@@ -66,7 +66,7 @@ void WriteStem(Candidate& candidate, const char* name) {
         candidate.marks += replaced || folded ? 1 : 0;
         candidate.text[i] = replaced ? '_' : name[i];
     }
-    WriteBehindStem(candidate, "");
+    WriteAfterStem(candidate, "");
     ToUpper(candidate.text);
 }
 
@@ -81,23 +81,20 @@ bool TryDots(Candidate& candidate, const char* name, size_t length) {
     return false;
 }
 
-// Numbers start at 1, and at 0 each time that the stem has lost a character to make
-// room for one more digit.
+// Each digit more takes a character off the stem. Numbers start at 1, and at 0 from the second
+// length on.
 bool TryNumbers(Candidate& candidate) {
-    candidate.stem = std::min(candidate.stem, kNumberedStem);
-    uint64_t ceiling = uint64_t{1} << 4 * (kStemSize - candidate.stem);
-    uint64_t number = 1;
-    for (; candidate.stem != 0; ++number) {
-        if (number == ceiling) {
-            ceiling *= 16;
-            --candidate.stem;
-            number = 0;
-            if (candidate.stem == 0) break;
+    uint64_t first = 1;
+    for (candidate.stem = std::min(candidate.stem, kNumberedStem); candidate.stem != 0;
+         --candidate.stem) {
+        const uint64_t end = uint64_t{1} << 4 * (kStemSize - candidate.stem);
+        for (uint64_t number = first; number != end; ++number) {
+            char digits[kStemSize + 1];
+            std::snprintf(digits, sizeof digits, "%X", static_cast<unsigned>(number));
+            WriteAfterStem(candidate, digits);
+            if (IsFree(candidate)) return true;
         }
-        char digits[kStemSize + 1];
-        std::snprintf(digits, sizeof digits, "%X", static_cast<unsigned>(number));
-        WriteBehindStem(candidate, digits);
-        if (IsFree(candidate)) return true;
+        first = 0;
     }
     return false;
 }
@@ -123,7 +120,12 @@ VrString UniqueNameFrom(char* nameTemplate, int wanted) {
 VrString OsFileName(VrString name, char* extension) {
     VrString result = alloc_string(kMappedSize);
     ToUpper(extension);
-    Candidate candidate = {reinterpret_cast<char*>(VrStrText(result)), extension, 0, 0, 0, nullptr};
+    Candidate candidate = {.text = reinterpret_cast<char*>(VrStrText(result)),
+                           .extension = extension,
+                           .stem = 0,
+                           .marks = 0,
+                           .tried = 0,
+                           .taken = nullptr};
     const unsigned char* text = VrStrText(vr::OrNullString(name));
     const bool isFound = FindFreeName(candidate, reinterpret_cast<const char*>(text));
     FolderNamesFree(candidate.taken);

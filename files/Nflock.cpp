@@ -15,11 +15,11 @@
 #include <cstring>
 
 #include "core/Invariant.h"
+#include "core/Text.h"
 #include "core/vrmem.h"
 #include "files/Os_file.h"
 #include "platform/files.h"
 #include "platform/locks.h"
-#include "text/Util_text.h"
 #include "vr/frame.h"
 #include "vr/lock.h"
 #include "vr/memory.h"
@@ -309,27 +309,37 @@ Result Join(int32_t index) {
     return renewed;
 }
 
-// The open may run callbacks that register files, this one's directory too, so the entry is
-// looked for again after it.
+// Fills a free entry. It stays only if its file can be locked; otherwise the file that the open
+// may have made is deleted.
+Result FillEntry(int32_t index, vr::OsPoolHandle pooled) {
+    entries[index] = {.registerCount = 1,
+                      .calls = 0,
+                      .heldCount = 0,
+                      .keyCapacity = 0,
+                      .keys = nullptr,
+                      .pooled = pooled,
+                      .handle = kNone};
+    const Result tested = TestLocking(index);
+    if (tested == Result::Done) return tested;
+    vr::OsPoolDiscard(entries[index].pooled);
+    CloseEntry(entries[index]);
+    return tested;
+}
+
+// Opens the lock file. The open may run callbacks that register files, so the entry is looked
+// for only after it; a callback that registered this very file has made the entry already.
 Result OpenEntry(const char* lockPath, int32_t* index) {
     vr::OsPoolHandle pooled = 0;
     const auto opened =
         static_cast<Result>(vr::OsPoolOpen(lockPath, kLockFileFlags, kLockFilePermission, &pooled));
     if (opened != Result::Done) return opened;
     *index = FindOrGrow(lockPath);
-    if (*index == kNone || !IsFree(entries[*index])) {
-        vr::OsPoolClose(pooled);
-        return *index == kNone ? Result::Failed : Join(*index);
-    }
-    entries[*index] = {1, 0, 0, 0, nullptr, pooled, kNone};
-    const Result tested = TestLocking(*index);
-    if (tested != Result::Done) {
-        vr::OsPoolDiscard(entries[*index].pooled);
-        CloseEntry(entries[*index]);
-    }
-    return tested;
+    if (*index != kNone && IsFree(entries[*index])) return FillEntry(*index, pooled);
+    vr::OsPoolClose(pooled);
+    return *index == kNone ? Result::Failed : Join(*index);
 }
 
+// Registers one more user of the lock file, and finds its entry.
 Result RegisterLockFile(const char* lockPath, int32_t* index) {
     *index = FindOrGrow(lockPath);
     if (*index == kNone) return Result::Failed;

@@ -9,9 +9,9 @@
 #include <cstdio>
 #include <cstring>
 
+#include "core/Text.h"
 #include "platform/process.h"
 #include "process/Host.h"
-#include "text/Util_text.h"
 #include "vr/dll.h"
 #include "vr/environ.h"
 #include "vr/hash.h"

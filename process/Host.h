@@ -2,9 +2,9 @@
 #ifndef PROCESS_HOST_H
 #define PROCESS_HOST_H
 
+#include "core/Text.h"
 #include "platform/process.h"
 #include "platform/programs.h"
-#include "text/Util_text.h"
 #include "vr/frame.h"
 
 namespace vr {

@@ -12,14 +12,14 @@
 #include <cstring>
 #include <iterator>
 
+#include "core/Text.h"
+#include "core/Util.h"
 #include "core/vrmem.h"
 #include "platform/files.h"
 #include "platform/messagebox.h"
 #include "platform/programs.h"
 #include "process/Host.h"
 #include "process/System_word.h"
-#include "text/Util_text.h"
-#include "vr/environ.h"
 #include "vr/files.h"
 #include "vr/process.h"
 #include "vr/settings.h"
@@ -100,7 +100,7 @@ void ShowFailure(const char* line, uint32_t number) {
     const ErrorText* known = std::ranges::find(kErrorTexts, number, &ErrorText::number);
     std::snprintf(text, sizeof text, "CreateProcess '%s' failed\n error (%d) - %s", line,
                   static_cast<int32_t>(number), known == std::end(kErrorTexts) ? "" : known->text);
-    MessageBoxA(nullptr, text, EnvironProduct(), MB_OK);
+    vr::ShowBox(text, MB_OK);
 }
 
 // Starts the line; a failure shows `shown`. No memory is taken here: a shortage could end the

@@ -8,9 +8,9 @@
 #include <cstring>
 #include <string_view>
 
+#include "core/Text.h"
 #include "platform/files.h"
 #include "process/Host.h"
-#include "text/Util_text.h"
 #include "vr/environ.h"
 #include "vr/files.h"
 #include "vr/memory.h"

@@ -1,5 +1,6 @@
-// Process queries. Each builds a list of the running processes anew, by one of two back
-// ends that are loaded at their first use, and looks something up in it.
+// Process queries. Each makes a new list of the running processes, by one of two back ends
+// that are loaded at their first use, and looks something up in it. The entry points of a
+// back end are looked up each time, since a host can have unloaded it.
 
 #define VR_MODULE "pscntl"
 
@@ -7,15 +8,15 @@
 #include <cstdio>
 #include <cstring>
 
+#include "core/Text.h"
+#include "core/Util.h"
 #include "platform/messagebox.h"
 #include "platform/process.h"
 #include "platform/processlist.h"
 #include "platform/programs.h"
 #include "platform/text.h"
 #include "process/Host.h"
-#include "text/Util_text.h"
 #include "vr/dll.h"
-#include "vr/environ.h"
 #include "vr/memory.h"
 #include "vr/process.h"
 #include "vr/text.h"
@@ -37,37 +38,16 @@ struct ProcessRecord {
 constexpr uint32_t kListSize = kMostProcesses * sizeof(ProcessRecord);
 static_assert(kListSize == 157200);
 
-EnumProcessesRoutine enumProcesses = nullptr;
-EnumProcessModulesRoutine enumProcessModules = nullptr;
-GetModuleNameRoutine getModuleBaseName = nullptr;
-GetModuleNameRoutine getModuleFileName = nullptr;
-CreateSnapshotRoutine createSnapshot = nullptr;
-WalkSnapshotRoutine processFirst = nullptr;
-WalkSnapshotRoutine processNext = nullptr;
-
 void Complain(const char* format, const char* library) {
     char text[512];
     std::snprintf(text, sizeof text, format, library);
-    MessageBoxA(nullptr, text, EnvironProduct(), MB_OK | MB_ICONEXCLAMATION);
+    vr::ShowBox(text, MB_OK | MB_ICONEXCLAMATION);
 }
 
 template <typename Routine>
 bool FindEntry(VrWord module, const char* name, Routine& routine) {
     routine = reinterpret_cast<Routine>(GetProcAddress(reinterpret_cast<void*>(module), name));
     return routine != nullptr;
-}
-
-bool FindPsapi(VrWord module) {
-    return FindEntry(module, "EnumProcesses", enumProcesses) &&
-           FindEntry(module, "EnumProcessModules", enumProcessModules) &&
-           FindEntry(module, "GetModuleBaseNameA", getModuleBaseName) &&
-           FindEntry(module, "GetModuleFileNameExA", getModuleFileName);
-}
-
-bool FindKernel(VrWord module) {
-    return FindEntry(module, "CreateToolhelp32Snapshot", createSnapshot) &&
-           FindEntry(module, "Process32First", processFirst) &&
-           FindEntry(module, "Process32Next", processNext);
 }
 
 void Fill(ProcessRecord& record, uint32_t number, const char* name, const char* path) {
@@ -78,87 +58,120 @@ void Fill(ProcessRecord& record, uint32_t number, const char* name, const char* 
     ToLower(record.path);
 }
 
-void ReadProcess(ProcessRecord& record, uint32_t number) {
+// The entry points of "psapi".
+struct Psapi {
+    EnumProcessesRoutine enumProcesses;
+    EnumProcessModulesRoutine enumProcessModules;
+    GetModuleNameRoutine getModuleBaseName;
+    GetModuleNameRoutine getModuleFileName;
+
+    bool FindIn(VrWord module) {
+        return FindEntry(module, "EnumProcesses", enumProcesses) &&
+               FindEntry(module, "EnumProcessModules", enumProcessModules) &&
+               FindEntry(module, "GetModuleBaseNameA", getModuleBaseName) &&
+               FindEntry(module, "GetModuleFileNameExA", getModuleFileName);
+    }
+};
+
+void ReadProcess(const Psapi& psapi, ProcessRecord& record, uint32_t number) {
     char name[kTextSize] = "";
     char path[kTextSize] = "";
     void* process = OpenProcess(kQueryAndRead, 0, number);
     void* module = nullptr;
     uint32_t needed = 0;
-    if (process == nullptr || enumProcessModules(process, &module, sizeof module, &needed) == 0) {
+    if (process == nullptr ||
+        psapi.enumProcessModules(process, &module, sizeof module, &needed) == 0) {
         Fill(record, number, kUnknown, kUnknown);
     } else {
-        getModuleBaseName(process, module, name, sizeof name);
-        getModuleFileName(process, module, path, sizeof path);
+        psapi.getModuleBaseName(process, module, name, sizeof name);
+        psapi.getModuleFileName(process, module, path, sizeof path);
         Fill(record, number, name, path);
     }
     if (process != nullptr) CloseHandle(process);
 }
 
-uint32_t ListByPsapi(ProcessRecord* list) {
+// Fills a list and its count by a back end's module. False when the module lacks an entry point.
+using ListRoutine = bool (*)(VrWord module, ProcessRecord* list, uint32_t& count);
+
+bool ListByPsapi(VrWord module, ProcessRecord* list, uint32_t& count) {
+    Psapi psapi = {};
+    if (!psapi.FindIn(module)) return false;
     uint32_t numbers[kMostProcesses];
     uint32_t stored = 0;
-    enumProcesses(numbers, sizeof numbers, &stored);
-    const uint32_t count = std::min(stored / uint32_t{sizeof numbers[0]}, kMostProcesses);
+    psapi.enumProcesses(numbers, sizeof numbers, &stored);
+    count = std::min(stored / uint32_t{sizeof numbers[0]}, kMostProcesses);
     for (uint32_t i = 0; i < count; ++i)
-        ReadProcess(list[i], numbers[i]);
-    return count;
+        ReadProcess(psapi, list[i], numbers[i]);
+    return true;
 }
+
+// The entry points of "kernel32".
+struct Kernel {
+    CreateSnapshotRoutine createSnapshot;
+    WalkSnapshotRoutine processFirst;
+    WalkSnapshotRoutine processNext;
+
+    bool FindIn(VrWord module) {
+        return FindEntry(module, "CreateToolhelp32Snapshot", createSnapshot) &&
+               FindEntry(module, "Process32First", processFirst) &&
+               FindEntry(module, "Process32Next", processNext);
+    }
+};
 
 // Only the low byte of the walk's results counts.
 bool Walked(int32_t result) {
     return (result & 0xFF) != 0;
 }
 
-uint32_t ListByKernel(ProcessRecord* list) {
+bool ListByKernel(VrWord module, ProcessRecord* list, uint32_t& count) {
+    Kernel kernel = {};
+    if (!kernel.FindIn(module)) return false;
     ProcessEntry32 entry = {};
     entry.size = sizeof entry;
-    void* snapshot = createSnapshot(kSnapshotOfAll, 0);
-    uint32_t count = 0;
-    for (bool more = Walked(processFirst(snapshot, &entry)); more && count < kMostProcesses;
-         more = Walked(processNext(snapshot, &entry))) {
+    void* snapshot = kernel.createSnapshot(kSnapshotOfAll, 0);
+    for (bool more = Walked(kernel.processFirst(snapshot, &entry)); more && count < kMostProcesses;
+         more = Walked(kernel.processNext(snapshot, &entry))) {
         Fill(list[count++], entry.processNumber, vr::NameInPath(entry.path), entry.path);
     }
     CloseHandle(snapshot);
-    return count;
+    return true;
 }
 
 struct BackEnd {
     const char* library;
-    bool (*find)(VrWord module);
-    uint32_t (*list)(ProcessRecord* list);
+    ListRoutine list;
 };
 
-constexpr BackEnd kPsapi = {"psapi", FindPsapi, ListByPsapi};
-constexpr BackEnd kKernel = {"kernel32", FindKernel, ListByKernel};
+constexpr BackEnd kPsapi = {"psapi", ListByPsapi};
+constexpr BackEnd kKernel = {"kernel32", ListByKernel};
 
 const BackEnd* ready = nullptr;  // the one that was loaded first
 VrWord readyModule = 0;
 
-// It stays, whatever the platform says later. Its entry points are looked up anew each
-// time: a host can have unloaded it.
-const BackEnd* ReadyBackEnd() {
-    if (ready != nullptr && ready->find(readyModule)) return ready;
+// The back end that was loaded first stays, whatever platform is reported later, unless a host
+// has unloaded it. Returns 0 when no back end is there.
+uint32_t FillList(ProcessRecord* list) {
+    uint32_t count = 0;
+    if (ready != nullptr && ready->list(readyModule, list, count)) return count;
     const BackEnd& wanted = vr::IsNewPlatform() ? kPsapi : kKernel;
     const VrWord module = DllLoad(wanted.library, nullptr);
     if (module == 0) {
         Complain("%s DLL Not Found.", wanted.library);
-        return nullptr;
+        return 0;
     }
-    if (!wanted.find(module)) {
+    if (!wanted.list(module, list, count)) {
         DllUnload(wanted.library, 0);
         Complain("%s DLL could not be initialized.", wanted.library);
-        return nullptr;
+        return 0;
     }
     readyModule = module;
     ready = &wanted;
-    return ready;
+    return count;
 }
 
-// The list of the moment; `count` stays 0 when no back end is there.
 ProcessRecord* NewList(uint32_t& count) {
     auto* list = static_cast<ProcessRecord*>(alloc_memory(kListSize));
-    const BackEnd* backEnd = ReadyBackEnd();
-    count = backEnd == nullptr ? 0 : backEnd->list(list);
+    count = FillList(list);
     return list;
 }
 

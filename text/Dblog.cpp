@@ -9,9 +9,9 @@
 #include <cstdlib>
 #include <iterator>
 
+#include "core/Text.h"
 #include "core/vrmem_check.h"
 #include "platform/files.h"
-#include "text/Util_text.h"
 #include "vr/files.h"
 #include "vr/log.h"
 #include "vr/settings.h"

@@ -9,8 +9,8 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "core/Text.h"
 #include "platform/environment.h"
-#include "text/Util_text.h"
 #include "vr/convert.h"
 #include "vr/memory.h"
 #include "vr/settings.h"

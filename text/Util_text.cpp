@@ -1,18 +1,16 @@
-// Text helpers on plain bytes. Case folding knows the letters A to Z alone, so that
-// its results do not depend on a locale.
+// Text helpers on plain bytes, independent of the locale. core/Text.cpp folds the case.
 
 #define VR_MODULE "Util"
 
 #include <algorithm>
 #include <cstring>
 
+#include "core/Text.h"
 #include "core/vrmem.h"
-#include "text/Util_text.h"
 #include "vr/text.h"
 
 namespace {
 
-constexpr char kCaseDistance = 'a' - 'A';
 constexpr uint8_t kLowHalf = 0x0F;
 constexpr size_t kCommandSize = 256;
 
@@ -26,7 +24,7 @@ uint8_t HexDigit(int value) {
 
 uint8_t DigitValue(char digit) {
     const auto byte = static_cast<uint8_t>(digit);
-    const auto letter = static_cast<uint8_t>((byte & ~uint8_t{kCaseDistance}) - 'A');
+    const auto letter = static_cast<uint8_t>((byte & ~uint8_t{vr::kCaseDistance}) - 'A');
     return letter < 6 ? static_cast<uint8_t>(letter + 10) : byte & kLowHalf;
 }
 
@@ -46,19 +44,6 @@ size_t VerbLength(const char* text) {
 }
 
 }  // namespace
-
-void ToLower(char* text) {
-    if (text == nullptr) return;
-    for (; *text != '\0'; ++text) {
-        if (*text >= 'A' && *text <= 'Z') *text = static_cast<char>(*text + kCaseDistance);
-    }
-}
-
-void ToUpper(char* text) {
-    if (text == nullptr) return;
-    for (; *text != '\0'; ++text)
-        *text = vr::Upper(*text);
-}
 
 int32_t findchar(const char* text, unsigned char character, uint32_t occurrence) {
     if (text == nullptr || character == 0 || occurrence == 0) return -1;
