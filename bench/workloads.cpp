@@ -82,9 +82,10 @@ void Edit() {
     VrString record = RecordOf(kAttributes, 20);
     VrString same = StrToVrStr("twenty bytes of text");
     VrString longer = StrToVrStr("more than twenty bytes of text");
-    for (int round = 0; round < 10; ++round)
+    for (int round = 0; round < 10; ++round) {
         for (int32_t attribute = 1; attribute <= kAttributes; ++attribute)
             Change(record, attribute, 0, same, true);
+    }
     Numbers numbers;
     for (int round = 0; round < 1000; ++round) {
         const auto attribute = static_cast<int32_t>(1 + numbers.Below(kAttributes));

@@ -31,7 +31,8 @@ std::string ReadKey(const std::string& path, const std::string& file) {
         values.append(name.begin(), name.end()) += std::to_string(type);
         values.append(data.begin(), data.end());
     }
-    HOLDS(RegCloseKey(key) == ERROR_SUCCESS && RegCloseKey(key) == ERROR_INVALID_HANDLE);
+    HOLDS(RegCloseKey(key) == ERROR_SUCCESS);
+    HOLDS(RegCloseKey(key) == ERROR_INVALID_HANDLE);
     return values;
 }
 
@@ -57,7 +58,8 @@ void CheckVersion(const std::string& name, const std::string& file, uint32_t mis
     const std::string query = "\\StringFileInfo\\040904b0\\" + name;
     if (VerQueryValueA(block.data(), query.c_str(), &text, &length) == 0) return;
     const std::string found(static_cast<char*>(text), length);  // in the block, or this would fall
-    HOLDS(found.back() == '\0' && file.find(found.c_str()) != file.npos);
+    HOLDS(found.back() == '\0');
+    HOLDS(file.find(found.c_str()) != file.npos);
 }
 
 }  // namespace

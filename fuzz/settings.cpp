@@ -131,7 +131,8 @@ std::string Profile(const char* section, const char* key, uint32_t size) {
     std::vector<char> block(size);
     const uint32_t length =
         GetPrivateProfileStringA(section, key, "\n", block.data(), size, ".\\settings.ini");
-    HOLDS(length < size && block[length] == '\0');
+    HOLDS(length < size);
+    HOLDS(block[length] == '\0');
     HOLDS((section != nullptr && key != nullptr) || block[std::min(length + 1, size - 1)] == '\0');
     return {block.data(), length};
 }

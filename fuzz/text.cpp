@@ -13,8 +13,8 @@ void CheckEscape(const char* text, int32_t size) {
     TermEscVideo(text, &used[1], &p[0]);
     TermEscColour(text, &used[2], &plane, &p[0]);
     TermEscWindow(text, &used[3], &p[0], &p[1], &p[2], &p[3], &p[4], &p[5], &p[6]);
-    for (const int32_t each : used)
-        HOLDS(each > 0 && each <= size);
+    HOLDS(std::ranges::min(used) > 0);
+    HOLDS(std::ranges::max(used) <= size);
 }
 
 void CheckHexadecimal(const std::string& text) {

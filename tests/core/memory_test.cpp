@@ -116,25 +116,6 @@ TEST(Callbacks, TheLowestOfTenSlotsIsTakenOrClearedAndAllAreCalledInOrder) {
         0, [](VrWord, VrWord) { std::abort(); }, 'a');
 }
 
-TEST_F(LibraryTest, LayoutByLength) {
-    const std::tuple<uint32_t, unsigned char, int32_t> cases[] = {
-        {1, 0xF0, 0}, {57, 0xF0, 0}, {58, 0, 0}, {128, 0, 0}, {129, 0x0F, 193}, {1000, 0x0F, 1500}};
-    for (const auto& [length, classByte, capacity] : cases) {
-        const Array s(alloc_string(length)), simple(alloc_simple_string(length));
-        for (VrString made : {s.get(), simple.get()}) {
-            EXPECT_EQ(TakeBytes(NewString(made)), std::string(length, '\0'));
-            EXPECT_EQ(VrStrText(made)[length], 0);
-            EXPECT_EQ(ClassByteOf(made), classByte) << length;
-            if (capacity == 0) continue;
-            const auto [attribute, cursor, room, word] = HeaderOf(made);
-            EXPECT_EQ(room, made == s ? capacity : int32_t(length));
-            EXPECT_EQ(attribute, 0);
-            EXPECT_EQ(cursor, 0);
-            EXPECT_EQ(word, 0x0F000000u);
-        }
-    }
-}
-
 TEST_F(LibraryTest, SharedStringsStandForEmptyAndTruth) {
     const Array emptied("x");
     emptied->length = -1;
@@ -151,21 +132,28 @@ TEST_F(LibraryTest, SharedStringsStandForEmptyAndTruth) {
     EXPECT_EQ(TakeBytes(StrToVrStr("text")), "text");
 }
 
-TEST_F(LibraryTest, ACopyHasRoomAndTheMemoAndIsClearAfterItsText) {
+// The layout of what edits make, the model of dynamic arrays states.
+TEST_F(LibraryTest, NewStringsAreZeroAndCopiesHaveRoomAndTheMemo) {
     for (const auto& [length, room] :
-         {std::pair(58u, 58u), {129, 193}, {600, 900}, {2000, 3000}, {70000, 105000}}) {
+         {std::pair(58u, 58u), {128, 128}, {129, 193}, {600, 900}, {2000, 3000}, {70000, 105000}}) {
         void* dirty = alloc_memory(room + 16);
         std::memset(dirty, 'x', room + 16);
         free_mem(&dirty);
-        const Array s(alloc_simple_string(length));
-        if (length > 128) HeaderOf(s) = {3, 147, int32_t(length), HeaderOf(s).classWord};
-        const Array copy(NewString(s));
-        EXPECT_EQ(BytesOf(copy), BytesOf(s));
-        EXPECT_TRUE(IsAll(0, VrStrText(copy) + length, room + 2 - length)) << length;
-        if (length <= 128) continue;
-        EXPECT_EQ(HeaderOf(copy).capacity, int32_t(room));
-        EXPECT_EQ(HeaderOf(copy).memoAttribute, 3);
-        EXPECT_EQ(HeaderOf(copy).memoCursor, 147);
+        const Array s(alloc_string(length)), simple(alloc_simple_string(length));
+        for (VrString each : {s.get(), simple.get()}) {
+            const bool isLong = ClassByteOf(each) == 0x0F;
+            EXPECT_EQ(isLong, length > 128) << length;
+            const int32_t capacity = isLong ? HeaderOf(each).capacity : 0;
+            EXPECT_EQ(capacity, !isLong ? 0 : int32_t(each == s ? room : length));
+            if (isLong) HeaderOf(each).memoAttribute = 3;
+            if (isLong) HeaderOf(each).memoCursor = 147;
+            const Array copy(NewString(each));
+            EXPECT_TRUE(IsAll(0, VrStrText(copy), room + 2)) << length;
+            if (!isLong) continue;
+            EXPECT_EQ(HeaderOf(copy).capacity, int32_t(room));
+            EXPECT_EQ(HeaderOf(copy).memoAttribute, 3);
+            EXPECT_EQ(HeaderOf(copy).memoCursor, 147);
+        }
     }
 }
 

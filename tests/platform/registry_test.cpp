@@ -98,8 +98,12 @@ TEST_F(Registry, AChangeIsSeenByTheNextOpening) {
     write("1");
     sleep(3);
     for (int call = 0; call < 2; ++call)
-        EXPECT_EQ(Query("A", "") + Query("a", "w") + Query("A", "V") + Query("B", ""),
-                  "1:1~1:2~1:3~no key");
+        for (const auto& [path, name, value] : Rows<3>(R"(
+                A ->   -> 1:1~
+                a -> w -> 1:2~
+                A -> V -> 1:3~
+                B ->   -> no key)"))
+            EXPECT_EQ(Query(path, name), value) << path << ' ' << name;
     HKEY key = nullptr;
     RegOpenKeyExA(HKEY_LOCAL_MACHINE, "A", 0, KEY_READ, &key);
     write("9");

@@ -1,10 +1,10 @@
-// Memory, message boxes, modules and the ends of processes and threads, as the platform
+// Memory, message boxes, modules and what a terminal gets, as the platform
 // provides them.
 
 #include <gtest/gtest.h>
 #include <thread>
 
-#include "tests/support/emulated.h"
+#include "tests/support/base.h"
 
 namespace {
 
@@ -89,12 +89,6 @@ TEST(MessageBoxDeathTest, APersonAtTheTerminalAnswers) {
         _exit(terminal < 0 ? 99 : MessageBoxA(nullptr, "text", "Title", MB_RETRYCANCEL));
     };
     EXPECT_EXIT(attended(), testing::ExitedWithCode(IDRETRY), "");
-}
-
-TEST(EndDeathTest, TheLastThreadEndsTheProcessWithItsCode) {
-    EXPECT_EXIT(ExitProcess(5), testing::ExitedWithCode(5), "");
-    if (IsEmulated()) GTEST_SKIP() << "the emulator has a thread of its own";
-    EXPECT_EXIT(ExitThread(6), testing::ExitedWithCode(6), "");
 }
 
 // LOCALE -> TEXT -> what a terminal may get of it.

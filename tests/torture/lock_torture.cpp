@@ -160,7 +160,8 @@ TEST(Torture, OfLocks) {
         EXPECT_LE(stored, shared->increments[key] + kills + 16) << "the dead have counted nothing";
     }
     EXPECT_GT(shared->handovers, 0u);
-    EXPECT_EQ(shared->overlaps + shared->wrong, 0u);
+    EXPECT_EQ(+shared->overlaps, 0u);
+    EXPECT_EQ(+shared->wrong, 0u);
 }
 
 }  // namespace
