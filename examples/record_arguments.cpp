@@ -1,4 +1,4 @@
-// An option sets a flag or brings a text; whatever is left over is a word.
+// An option sets a flag or takes a text; everything else is a word.
 
 #include "record_arguments.h"
 
@@ -33,7 +33,7 @@ constexpr char kUsage[] =
     "  --hold SECONDS  keep the key so long when all is done\n"
     "  --              words behind it are no options\n";
 
-// The text behind an option; null, and no good arguments, at the end of the line.
+// The text after an option. At the end of the line null, and the arguments are not good.
 const char* Value(Arguments& arguments, int argc, char** argv, int& i) {
     if (i + 1 < argc) return argv[++i];
     arguments.good = false;
@@ -59,7 +59,7 @@ bool* FlagOf(Arguments& arguments, const char* option) {
     return nullptr;
 }
 
-// The text that the option brings, or null.
+// The text that the option takes, or null.
 const char** TextOf(Arguments& arguments, const char* option) {
     if (std::strcmp(option, "--ini") == 0) return &arguments.iniPath;
     if (std::strcmp(option, "--key") == 0) return &arguments.key;
