@@ -1,6 +1,5 @@
-// The terminal in its two forms: the definition, a dynamic array, and the record decoded
-// from it. Both are made together at the first request; the definition's pointer tells
-// whether that has been.
+// The terminal in its two forms: the definition, a dynamic array, and the record decoded from it.
+// Both are made together at the first request; the definition's pointer is null before that.
 
 #define VR_MODULE "Dbenv"
 
@@ -43,7 +42,7 @@ constexpr Source kControlSources[] = {{3, 2}, {4, 2}, {3, 1}, {4, 1}, {3, 4},
 VrString definition = nullptr;
 ScreenDefinition* screen = nullptr;
 
-// A value of an attribute, as a string that goes with it.
+// A value of an attribute, as a string that is freed with this object.
 class Value {
 public:
     Value(VrString attribute, int32_t number) : s_(extract_field(1, number, 0, attribute)) {}
@@ -54,7 +53,7 @@ public:
     Value& operator=(const Value&) = delete;
 
     const char* Chars() const {
-        return reinterpret_cast<const char*>(VrStrText(s_));
+        return vr::CharsOf(s_);
     }
     int32_t Number() const {
         return std::strtol(Chars(), nullptr, 10);
@@ -113,7 +112,7 @@ void DecodeBoxCharacters() {
     free_mem(&box);
 }
 
-// The parts that the mark divides, each a string of its own.
+// The parts between the marks, each as a string of its own.
 VrString* Split(VrString s, uint8_t mark, int32_t& count) {
     count = item_count(s, mark);
     auto* parts = static_cast<VrString*>(

@@ -1,7 +1,6 @@
-// The product's identity: its name and release, the installation path and how the
-// host was launched. It is worked out at the first question that needs it, which as
-// a rule comes while the settings are being loaded. The allocator is not up then, so
-// the texts stand in the platform's blocks.
+// The product's identity: its name and release, the installation path and how the host was
+// launched. It is worked out at the first call that needs it, usually while the settings are being
+// loaded. The allocator is not up then, so the texts are in blocks of the platform.
 
 #include "vr/environ.h"
 
@@ -82,7 +81,7 @@ void SetUp() {
     if (isSetUp) return;
     isSetUp = true;
     VrExitAdd(FreeIdentity);
-    EnvironInternationalDate();  // settles VRLDATE
+    EnvironInternationalDate();  // sets VRLDATE
 
     char modulePath[kModulePathSize] = "";
     GetModuleFileNameA(reinterpret_cast<void*>(GetVrlinkInstance()), modulePath, kModulePathSize);

@@ -1,5 +1,5 @@
-// Answers that the process environment gives anew at each call: where to print, how
-// dates are written, and what a file name with variables in it stands for.
+// Answers that are read from the process environment at each call: where to print, how dates are
+// written, and what a file name with variables stands for.
 
 #define VR_MODULE "Environ"
 
@@ -22,8 +22,8 @@ constexpr size_t kVariableSize = 256;
 constexpr int32_t kMostExpansions = 10;
 constexpr uint32_t kCountrySize = 260;
 
-// A string that is not the allocator's has the header word of a short one all the
-// same, for whoever asks it for its capacity.
+// A static string has the header word of a short one too, since the library reads it to learn the
+// capacity.
 struct StaticString {
     uint32_t header;
     int32_t length;
@@ -31,17 +31,16 @@ struct StaticString {
 };
 
 VrString PrintFile(StaticString& s, const char* name) {
-    EnvironProduct();  // brings the identity up, as for every path that is kept
+    EnvironProduct();  // works the identity out, as every path kept here does
     VrString directory = EnvironPrintPath();
-    std::snprintf(s.text, sizeof s.text, "%s%c%s",
-                  reinterpret_cast<const char*>(VrStrText(directory)), '\\', name);
+    std::snprintf(s.text, sizeof s.text, "%s%c%s", vr::CharsOf(directory), '\\', name);
     free_mem(&directory);
     s.length = static_cast<int32_t>(std::strlen(s.text));
     return reinterpret_cast<VrString>(&s.length);
 }
 
-// A user without the settings of a country counts as American; a country that is not
-// told does not.
+// A user whose registry has no key for country settings counts as American; one whose key has no
+// country does not.
 bool UserIsAmerican() {
     HKEY key = nullptr;
     if (RegOpenKeyExA(HKEY_CURRENT_USER, "Control Panel\\International", 0, KEY_READ, &key) !=
@@ -69,8 +68,8 @@ struct Variable {
     char value[vr::kEnvironmentValueSize];
 };
 
-// The value of the variable whose name stands in `name`, less one separator at its end;
-// empty for one that is too long to be a name.
+// The value of the variable of that name, without one separator at its end; empty for a name that
+// is too long.
 Variable ValueOf(const char* name, size_t length) {
     char zeroEnded[kVariableSize] = "";
     if (length < sizeof zeroEnded) std::memcpy(zeroEnded, name, length);
@@ -84,7 +83,7 @@ Variable ValueOf(const char* name, size_t length) {
 
 // `name` begins with a dollar sign; the result is a new string.
 VrString Expand(VrString name) {
-    const auto* text = reinterpret_cast<const char*>(VrStrText(name));
+    const auto* text = vr::CharsOf(name);
     const char* end = text + name->length;
     const char* variable = text + 1;
     while (variable != end && *variable == ' ')

@@ -28,7 +28,7 @@ const char* PassSpace(const char* p) {
     return p;
 }
 
-// Copies one line's worth, without the white space at its end.
+// Copies the rest of the line, without the white space at its end.
 void CopyValue(const char* from, char (&value)[vr::kSettingSize]) {
     size_t length = strnlen(from, kFileValueSize - 1);
     if (const void* lineEnd = std::memchr(from, '\n', length)) {
@@ -40,8 +40,7 @@ void CopyValue(const char* from, char (&value)[vr::kSettingSize]) {
     value[length] = '\0';
 }
 
-// The search for the = goes on across lines and sections, as does the white space
-// behind it.
+// The search for the = continues across lines and sections, and so does the white space after it.
 bool CopyValueOfKeyAt(const char* p, char (&value)[vr::kSettingSize]) {
     const char* equals = std::strchr(p, '=');
     if (equals == nullptr) return false;
@@ -65,7 +64,7 @@ bool FindSetting(const char* section, const char* key, char (&value)[vr::kSettin
     return vr::FindRegistryValue(section, key, value) || FindFileValue(section, key, value);
 }
 
-// Before the allocator is up, a text is the platform's block.
+// Before the allocator is up, a text is a block of the platform.
 char* CopyText(const char* text) {
     if (vr::MemoryIsUp()) return dup_str(text);
     if (text == nullptr) return nullptr;
@@ -75,7 +74,7 @@ char* CopyText(const char* text) {
     return copy;
 }
 
-// A section's text reaches to the next [ of any kind, less the white space in front.
+// A section's text ends at the next [ anywhere, without the white space before it.
 const char* EndOfSection(const char* body) {
     const char* end = std::strchr(body, '[');
     if (end == nullptr) return body + std::strlen(body);

@@ -32,7 +32,7 @@ void FreeText() {
     ini_buf = nullptr;
 }
 
-// A file beyond the limit counts as none.
+// A file that is too large counts as none.
 int32_t OpenCandidate() {
     const int32_t handle = FileOpen(ini_path, kReadText, kShareDenyNone, 0);
     if (handle == -1) return -1;
@@ -47,7 +47,7 @@ int32_t OpenGiven(const char* path) {
     return OpenCandidate();
 }
 
-// The directory stands in ini_path already.
+// The directory is in ini_path already.
 int32_t OpenInDirectory() {
     const size_t length = std::strlen(ini_path);
     if (length + sizeof kFileName > sizeof ini_path) return -1;
@@ -71,7 +71,7 @@ int32_t OpenSettings(const char* path) {
     return handle;
 }
 
-// Reads the file into ini_buf. True when it had content.
+// Reads the file into ini_buf. False for an empty file.
 bool ReadText(int32_t handle) {
     const int32_t length = FileSeek(handle, 0, kSeekEnd);
     if (length < 0) return false;
@@ -107,7 +107,7 @@ void SetVariableOfLine(char* line) {
     SetVariable(line, value);
 }
 
-// To the next letter; null where a [ or the end of the text comes first.
+// The next letter; null where a [ or the end of the text comes first.
 const char* PassToLetter(const char* p) {
     while (*p != '\0' && *p != '[' && !vr::IsLetter(*p))
         ++p;

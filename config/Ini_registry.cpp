@@ -1,5 +1,5 @@
-// The registry's layer of the settings. A key is opened for each request and closed
-// again; what cannot be opened or read is simply not there.
+// The registry's layer of the settings. A key is opened and closed for each request; a key or value
+// that cannot be opened or read counts as absent.
 
 #include <cstdio>
 #include <cstring>

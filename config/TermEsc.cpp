@@ -1,5 +1,5 @@
-// Taking escape sequences apart. A reader stands at the next byte and takes what fits;
-// how far it came is what the caller learns in the end, well-formed or not.
+// Parsing escape sequences. A reader consumes the bytes that fit, one after the other, and reports
+// in the end how far it came, well-formed or not.
 
 #include <cstdint>
 
@@ -9,7 +9,7 @@ namespace {
 
 class Reader {
 public:
-    // Behind the command letter.
+    // After the command letter.
     explicit Reader(const char* text) : start_(text), next_(text + 1) {}
 
     char Next() const {
@@ -38,7 +38,7 @@ public:
         return static_cast<int32_t>(negative ? 0 - value : value);
     }
 
-    // Stores a number that must have a comma behind it.
+    // Stores a number, which a comma must follow.
     bool NumberAndComma(int32_t* number) {
         *number = Number();
         return Take(',');

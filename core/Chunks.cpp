@@ -15,9 +15,9 @@ void Append(VrChunkChain& chain, VrChunk* chunk) {
     chain.units += chunk->units;
 }
 
-// No sum passes 32 bits: at most 2^31 + 15 bytes are needed. A unit of 2^31 - 15 bytes or
-// less adds fewer than that when they are rounded up, and of a larger one two are enough.
-// What no block can have is refused by the allocator.
+// No sum exceeds 32 bits: at most 2^31 + 15 bytes are needed. Rounding up to a unit of 2^31 - 15
+// bytes or less adds fewer bytes than the unit has, and two of a larger unit are enough. The
+// allocator refuses sizes that no block can have.
 VrChunk* NewChunk(int32_t unitSize, int32_t size, const char* tag) {
     const uint32_t needed = sizeof(VrChunk) + static_cast<uint32_t>(size);
     const auto unit = static_cast<uint32_t>(unitSize);

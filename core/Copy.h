@@ -1,4 +1,4 @@
-// Copying what is mostly short.
+// Copying bytes that are mostly few.
 #ifndef CORE_COPY_H
 #define CORE_COPY_H
 
@@ -9,8 +9,8 @@
 
 namespace vr {
 
-// Copies a few bytes without a call: two loads and stores that overlap. More than that
-// is a matter for the standard library.
+// Copies a few bytes without a call: two loads and stores that overlap. Longer copies are left to
+// the standard library.
 inline void CopyBytes(uint8_t* to, const uint8_t* from, size_t length) {
     const auto copyEnds = [=](auto piece) {
         auto last = piece;

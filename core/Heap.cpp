@@ -1,5 +1,5 @@
-// Region heaps: chunk chains of 4096-byte units, all in one list so that a host can
-// destroy those it lost sight of.
+// Region heaps: chunk chains of 4096-byte units, all in one list so that a host can destroy those
+// it no longer knows of.
 
 #define VR_MODULE "Heap"
 
@@ -20,7 +20,7 @@ void* Write(VrHeap* heap, const void* source, int32_t count) {
     return piece;
 }
 
-// A heap that vrHeapInitialise forgot is not the newest, though it has none before it.
+// A heap that vrHeapInitialise forgot has no predecessor, but is not the newest.
 void TakeOutOfList(VrHeap* heap) {
     if (heap->previous != nullptr) heap->previous->next = heap->next;
     if (heap == newestHeap) newestHeap = heap->next;

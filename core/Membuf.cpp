@@ -13,8 +13,8 @@
 
 namespace {
 
-// All the steps that are needed at once. Block and step are sizes that the allocator
-// granted, so the sum stays below 32 bits; it refuses what no block can have.
+// Grows by all the steps needed at once. Block and step are sizes that the allocator granted, so
+// the sum stays below 32 bits; the allocator refuses a size that no block can have.
 [[gnu::noinline]] void Grow(BufDscr& buffer, int64_t missing) {
     const int64_t steps = (missing + buffer.step - 1) / buffer.step;
     const int64_t capacity = buffer.capacity + steps * buffer.step;

@@ -1,7 +1,6 @@
-// The tracked allocator's exported face. A payload's address is all that a caller
-// holds; the byte in front of it says whether the block came from a pool, is a
-// platform block of its own, or is a long string, whose header is longer. The ways
-// to resize and to free part here by that byte.
+// The exported functions of the tracked allocator. A caller holds only the payload's address; the
+// byte before it says whether the block came from a pool, is a platform block of its own, or is a
+// long string, whose header is longer. That byte decides how a block is resized and freed.
 
 #define VR_MODULE "vrmem"
 
@@ -25,9 +24,9 @@ namespace {
 
 constexpr uint32_t kLargeHeaderSize = 4;
 constexpr uint32_t kLongHeaderSize = sizeof(vr::LongHeader);
-constexpr uint32_t kSpareByte = 1;  // the zero behind every zeroed block
+constexpr uint32_t kSpareByte = 1;  // the zero after every zeroed block
 constexpr uint32_t kSharedBlockSize = 10;
-constexpr uintptr_t kLowestAddress = 257;  // anything below is no block
+constexpr uintptr_t kLowestAddress = 257;  // a lower value is no block
 constexpr uint32_t kMemoryTotal = 0x100000;
 
 bool memoryIsUp = false;
@@ -44,7 +43,7 @@ void* LargePayload(void* platformBlock) {
     return static_cast<char*>(platformBlock) + kLargeHeaderSize;
 }
 
-// Kept out of the way of the blocks that come from a pool, like FreeOther.
+// Not inlined, like FreeOther, so that blocks from a pool stay fast.
 [[gnu::noinline]] void* NewLargeBlock(uint32_t size, const char* tag, int32_t line) {
     if constexpr (vr::check::kOn) return vr::check::NewBlock({size, 0, true}, {tag, line});
     const uint32_t total = vr::Saturated(uint64_t{size} + kLargeHeaderSize + kSpareByte);
@@ -59,7 +58,7 @@ void* PlatformBlockOf(void* payload) {
     return static_cast<char*>(payload) - HeaderSize(payload);
 }
 
-// Resizes a block that has a platform block of its own, whichever its header.
+// Resizes a block that has a platform block of its own, with either header.
 void* ResizePlatformBlock(void* payload, uint32_t size, const char* tag, int32_t line) {
     const uint32_t header = HeaderSize(payload);
     const uint32_t total = vr::Saturated(uint64_t{size} + header + kSpareByte);
@@ -91,7 +90,7 @@ void* MoveSlotToLargeBlock(void* slot, uint32_t size, const char* tag, int32_t l
     return block;
 }
 
-// Everything but a slot. False for what is passed over.
+// Frees everything but a slot. False for a value that is ignored.
 [[gnu::noinline]] bool FreeOther(void* value) {
     if (value == nullptr || vr::IsSharedString(value)) return false;
     if (IsAddress(value)) {
@@ -102,7 +101,7 @@ void* MoveSlotToLargeBlock(void* slot, uint32_t size, const char* tag, int32_t l
     return true;
 }
 
-// In the checking library: gives back what is meant for a block. False for all else.
+// In the checking library: frees a value that is meant to be a block. False for all others.
 [[maybe_unused]] bool FreeChecked(void* value, const vr::check::Place& now) {
     if (value == nullptr || vr::IsSharedString(value)) return false;
     const bool isAddress = IsAddress(value);
@@ -207,7 +206,7 @@ int32_t _free_mem(void* variable, [[maybe_unused]] const char* tag, [[maybe_unus
     std::memcpy(&block, variable, sizeof block);  // a pointer of whatever type
     bool isChecked = false;
     if constexpr (vr::check::kOn) isChecked = FreeChecked(block, {tag, line});
-    // What stands in front of a shared string reads as a large block's header.
+    // The bytes before a shared string read as a large block's header.
     if (!isChecked && IsAddress(block) && vr::ClassByte(block) == vr::kPoolSlotClass) [[likely]] {
         vr::GiveSlotBack(block);
     } else if (!isChecked && !FreeOther(block)) {

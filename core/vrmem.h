@@ -1,5 +1,5 @@
-// What the rest of the library knows of the allocator and of the strings beyond
-// the exported interface: how a block's kind is told, and the long string's header.
+// What the rest of the library knows of the allocator and of the strings beyond the exported
+// interface: a block's class byte, and the long string's header.
 #ifndef CORE_VRMEM_H
 #define CORE_VRMEM_H
 
@@ -12,8 +12,8 @@
 
 namespace vr {
 
-// The byte in front of every payload tells what kind of block it is: a pool slot,
-// a string with the long header (any of the low four bits set), or a large block.
+// The byte before every payload says what kind of block it is: a pool slot, a string with the long
+// header (any of the low four bits set), or a large block.
 constexpr uint8_t kPoolSlotClass = 0xF0;
 constexpr uint8_t kLongStringClass = 0x0F;
 constexpr uint8_t kLongStringBits = 0x0F;
@@ -26,8 +26,8 @@ inline bool IsLong(const void* payload) {
     return (ClassByte(payload) & kLongStringBits) != 0;
 }
 
-// The attribute that was located last in a long string and its cursor; an
-// attribute below 1 is no memo.
+// The attribute that was found last in a long string, and its cursor. An attribute below 1 means
+// that there is no memo.
 struct Memo {
     int32_t attribute;
     int32_t cursor;
@@ -36,7 +36,7 @@ struct Memo {
 constexpr uint32_t kLargestPooledSize = 62;
 constexpr uint32_t kStringOverhead = 5;  // length word and zero of a string
 
-// In front of a long string's length word, in place of a large block's one word.
+// Stands before a long string's length word, in place of a large block's one word.
 struct LongHeader {
     Memo memo;
     uint32_t capacity;  // in text bytes
@@ -59,19 +59,24 @@ inline VrString OrNullString(VrString s) {
     return s == nullptr ? NullString() : s;
 }
 
-// Told by address, since the header of a shared string is that of a large block.
+// The text as C text, which ends for its reader at the first zero byte.
+inline const char* CharsOf(VrString s) {
+    return reinterpret_cast<const char*>(VrStrText(s));
+}
+
+// Decided by address, since the header of a shared string is that of a large block.
 inline bool IsSharedString(const void* payload) {
     return payload == VR_SHARED_STRING(NullVrStr) || payload == VR_SHARED_STRING(FalseVrStr) ||
            payload == VR_SHARED_STRING(TrueVrStr);
 }
 
-// How many text bytes the string can hold where it is.
+// How many text bytes the string can hold without moving.
 inline int32_t CapacityOf(VrString s) {
     return IsLong(s) ? static_cast<int32_t>(LongHeaderOf(s).capacity) : s->length;
 }
 
-// A size that would pass 32 bits stays at their end, where it is refused as too
-// large instead of wrapping round to a small block.
+// A size beyond 32 bits becomes the largest 32-bit number, which the allocator refuses; otherwise
+// it would wrap around to a small block.
 constexpr uint32_t Saturated(uint64_t size) {
     return size > UINT32_MAX ? UINT32_MAX : static_cast<uint32_t>(size);
 }
@@ -80,8 +85,8 @@ constexpr uint32_t Saturated(uint64_t size) {
 void StartMemory(const UtilInitRecord& record);
 bool MemoryIsUp();
 
-// A new string of the bytes at `text`, as from alloc_string. A slot of a pool is cleared by a
-// few stores; a larger block is cleared only where the text does not fill it.
+// A new string of the bytes at `text`, as from alloc_string. A slot of a pool is cleared in a few
+// stores; a larger block is cleared only where the text does not fill it.
 [[gnu::noinline]] VrString LargeStringOf(const uint8_t* text, size_t length, const char* tag,
                                          int32_t line);
 
@@ -94,8 +99,8 @@ inline VrString StringOf(const uint8_t* text, size_t length, const char* tag, in
     return s;
 }
 
-// The pools (vrmem_pool.cpp). TakeSlot gives null when the pool for that size
-// could not be made at the start.
+// The pools (vrmem_pool.cpp). TakeSlot returns null when the pool for that size could not be made
+// at the start.
 void StartPools();
 void FreePools();
 void* TakeSlot(uint32_t size);

@@ -1,8 +1,7 @@
-// The callback lists: who wants to hear when memory is short, when the run ends
-// for lack of it, or when too many files are open. Each kind has ten slots, and an
-// empty slot is one without a routine, so the lists need no start-up. A routine that runs
-// short itself is not called again before it has returned, which might never end; the
-// others of its kind are.
+// The callback lists: routines to call when memory is short, when the run ends for lack of it, or
+// when too many files are open. Each kind has ten slots, and an empty slot is one without a
+// routine, so the lists need no start-up. A routine that runs short itself is not called again
+// before it has returned, since that might never end; the others of its kind are called.
 
 #include "core/vrmem.h"
 

@@ -3,10 +3,9 @@
 //
 //     | guard 16 | header 4, of a long string 16 | payload | spare byte | guard 16 |
 //
-// What is known of a block is kept apart from it (vrmem_check_record.h). A block that is
-// given back is filled and held back for a while, oldest out first, so that writing to it
-// and giving it back again are noticed. What was found wrong is put right, and so is
-// reported once.
+// A block's record is kept apart from it (vrmem_check_record.h). A freed block is filled and held
+// back for a while, and the oldest is released first, so that a write to it or a second free is
+// noticed. Damage is repaired when it is found, and so is reported once.
 
 #define VR_MODULE "vrcheck"
 
@@ -33,7 +32,7 @@ constexpr uint32_t kMovedByLongHeader = sizeof(vr::LongHeader) - kHeaderSize;
 constexpr uint32_t kHeldBudget = 4U << 20;  // bytes, their records included
 constexpr uint8_t kFreshByte = 0xFA;        // content that is undefined
 constexpr uint8_t kGivenBackByte = 0xFD;
-constexpr int32_t kMemoBytesAnEdit = 512;  // looked at on average
+constexpr int32_t kMemoBytesAnEdit = 512;  // checked on average
 constexpr int32_t kMemoSavings = 1 << 20;
 
 uint32_t lastSerial = 0;
@@ -173,7 +172,7 @@ void ReportNoBlock(const void* address, const Place& now) {
                              finished ? ", and VrExit has run" : "");
 }
 
-// The record of a block that is out; null after a report that it is not.
+// The record of a block that is in use; reports a block that is not, and returns null.
 Record* FindLive(const void* block, const char* whenHeld, const Place& now) {
     Record* record = vr::check::Find(block);
     if (record == nullptr) {
@@ -207,7 +206,7 @@ bool MemoPointsAtItsAttribute(VrString s, const vr::Memo& memo) {
     const int32_t offset = memo.cursor - kVrFirstCursor;
     if (offset < 0 || offset > s->length) return false;
     if (offset > 0 && text[offset - 1] != kVrAttributeMark) return false;
-    // Counting costs as much as the text is long, so it is not done at every edit.
+    // The cost of counting grows with the text, so it is not done at every edit.
     if (offset > memoSavings) return true;
     memoSavings -= offset;
     return std::count(text, text + offset, kVrAttributeMark) == memo.attribute - 1;
@@ -235,15 +234,15 @@ void CheckAllBlocks(const Place& now) {
     }
 }
 
-// In the exact library these go with their pages; a large one that is out stays.
+// In the exact library these are freed with their pages; a large one that is in use stays.
 void FreeSlots() {
     for (Record* r = vr::check::NextRecord(nullptr); r != nullptr; r = vr::check::NextRecord(r)) {
         if (r->classByte == vr::kPoolSlotClass) LocalFree(StartOf(*r));
     }
 }
 
-// Runs when the process ends or unloads the library, after all that belongs to the host. A
-// host that did not call VrExit is looked at here for the last time.
+// Runs when the process ends or unloads the library, after everything of the host. The last check
+// of a host that did not call VrExit happens here.
 [[gnu::destructor]] void EndProcess() {
     if (!finished) vr::check::LookAtAll({"the end", 0});
     vr::check::EndWithStatus();

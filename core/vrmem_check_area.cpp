@@ -1,6 +1,6 @@
-// The areas that the library keeps from start to end, in the checking library: the scratch
-// areas, and the shared strings, which nobody may write to. No call marks the moment of a
-// mistake with them, so each call that takes or gives memory looks at the next one in turn.
+// The areas that the library keeps from start to end, in the checking library: the scratch areas,
+// and the shared strings, which nobody may write to. No call follows a wrong write to them, so each
+// call that takes or frees memory checks the next area in turn.
 
 #define VR_MODULE "vrcheck"
 

@@ -1,4 +1,5 @@
-// The guards around what a caller may use, in the checking library. They stand at any address.
+// The guards around the bytes that a caller may use, in the checking library. They need no
+// alignment.
 #ifndef CORE_VRMEM_CHECK_GUARD_H
 #define CORE_VRMEM_CHECK_GUARD_H
 

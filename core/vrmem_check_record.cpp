@@ -1,5 +1,5 @@
-// Records stand in chains by the hash of the block's address, apart from the blocks, where
-// no stray write reaches them. They are taken in slabs and used again.
+// Records are chained by the hash of the block's address. They are apart from the blocks, so that a
+// wrong write to a block does not reach them. They are allocated in slabs and reused.
 
 #define VR_MODULE "vrcheck"
 

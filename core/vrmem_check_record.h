@@ -6,7 +6,7 @@
 
 namespace vr::check {
 
-// A place that is kept. The module's text is copied, since it need not outlive its call.
+// A copy of a place. The module's text is copied, since it need not outlive the call.
 struct KeptPlace {
     char module[20];
     int32_t line;
@@ -17,14 +17,14 @@ struct Record {
     Record* nextHeld;  // held back after this one
     char* payload;
     uint32_t asked;     // bytes that the caller asked for: of text, in a string
-    uint32_t size;      // bytes from the payload on that are the caller's
+    uint32_t size;      // bytes of the payload that are the caller's
     uint32_t serial;    // 1 for the first block of the run
     uint32_t capacity;  // of a string, or of what was a long one, in text bytes
     uint8_t classByte;
     bool zeroed;
     bool isString;
-    bool held;      // given back, and not yet given up
-    bool staysOut;  // until the process ends, as it should
+    bool held;      // freed by the caller, and held back
+    bool staysOut;  // until the process ends, intentionally
     KeptPlace taken;
     KeptPlace givenBack;
 };

@@ -10,11 +10,11 @@ namespace vr::check {
 [[gnu::format(printf, 3, 4)]] void ReportFinding(const Place& now, const char* what,
                                                  const char* details, ...);
 
-// The same with the block as its details, for a held one with where it was given back.
+// The same with the block as the details; for a held one they say where it was freed.
 void ReportBlock(const Place& now, const char* what, const Record& record);
 
-// The places where blocks are out, the largest sum first: "vrcheck: HEADING: 2 blocks, ...".
-// Counts as a finding each if `finding`.
+// Lists the places whose blocks are in use, the largest sum first: "vrcheck: HEADING: 2 blocks,
+// ...". Each counts as a finding if `finding` is set.
 void ListPlaces(const char* heading, bool finding);
 
 // A line that is no finding.

@@ -1,6 +1,6 @@
-// The fixed store: a chain of blocks, each with the next one's address in its first
-// word. Pieces are cut off the current block. A new block comes in behind the current
-// one, and becomes it unless it was made for one piece that no block would hold.
+// The fixed store: a chain of blocks, each with the next one's address in its first word. Pieces
+// are cut off the current block. A new block is linked in after the current one. It becomes the
+// current one, unless it was made for a single piece that is larger than a block.
 
 #define VR_MODULE "vrmem"
 

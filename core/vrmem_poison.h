@@ -1,6 +1,6 @@
-// Tells the address sanitizer, in builds that have it, which bytes of the pools nobody may
-// touch. It knows only granules of 8 bytes, closed from some byte on, so slots are kept apart
-// there. In all other builds nothing of this is left.
+// Marks the bytes of the pools that nobody may touch, for the address sanitizer. It knows only
+// granules of 8 bytes, each closed from some byte on, so in such builds there is space between
+// slots. In all other builds this is compiled away.
 #ifndef CORE_VRMEM_POISON_H
 #define CORE_VRMEM_POISON_H
 
@@ -26,7 +26,7 @@ namespace vr::poison {
 constexpr int32_t kGranule = 8;
 constexpr int32_t kFiller = 4;  // before a slot's header, in its granule
 
-// Of a payload, up to a whole granule behind it.
+// Of a payload, with a whole granule after it.
 constexpr int32_t ClosedSize(int32_t payloadSize) {
     return (payloadSize + kGranule - 1) / kGranule * kGranule + kGranule;
 }

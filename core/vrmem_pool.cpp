@@ -4,10 +4,10 @@
 //
 //     page:  | record | header | payload | header | payload | ...   25 times
 //
-// A slot's header holds its distance from the page, so that a slot finds its page
-// with one subtraction. Pages with a free slot stand on the pool's open list, the
-// others on its full list; up to two pages' worth of slots is kept when free, so
-// that a pool does not make and free one page in turn.
+// A slot's header holds its distance from the page, so that a slot finds its page with one
+// subtraction. Pages with a free slot are on the pool's open list, the others on its full list; up
+// to two pages' worth of slots is kept when free, so that a pool does not make and free the same
+// page over and over.
 
 #define VR_MODULE "vrmem"
 
@@ -38,7 +38,7 @@ struct Pool {
     Page* openPages;
     Page* fullPages;
     int32_t freeSlots;  // in all pages
-    uint32_t noClear;   // not 0: slots are handed out without zeroing
+    uint32_t noClear;   // not 0: slots are not zeroed when they are taken
     uint32_t reciprocal;
 };
 
@@ -74,8 +74,8 @@ uint32_t OffsetOfIndex(const Pool& pool, int32_t index) {
                                  (index - 1) * SlotStride(pool));
 }
 
-// A division by the pool's stride is a product with its reciprocal in 16 bits, which
-// is a quarter of the cost and exact for every slot of a page.
+// A division by the pool's stride is a product with its reciprocal in 16 bits, which costs a
+// quarter as much and is exact for every slot of a page.
 constexpr uint32_t kReciprocalBits = 16;
 
 constexpr uint32_t ReciprocalOf(uint32_t stride) {
@@ -110,8 +110,8 @@ Page& PageOf(SlotHeader& slot) {
     return *reinterpret_cast<Page*>(reinterpret_cast<char*>(&slot) - slot.pageOffset);
 }
 
-// Zeroes a payload in two to four stores, which overlap where the size is no multiple of
-// theirs; a call to clear so few bytes would cost more than the clearing.
+// Zeroes a payload in two to four stores, which overlap where the size is not a multiple of theirs;
+// a call would cost more than the stores.
 void ZeroPayload(char* payload, int32_t size) {
     const auto zeroWide = [payload](int32_t at) {
         _mm_storeu_si128(reinterpret_cast<__m128i*>(payload + at), _mm_setzero_si128());
@@ -146,7 +146,7 @@ void Unlink(Page*& list, Page& page) {
     if (page.next != nullptr) page.next->previous = page.previous;
 }
 
-// The links to both sides lead back to the page.
+// Its neighbours' links lead back to the page.
 bool LinksAreSound(const Page* list, const Page& page) {
     if (page.next != nullptr && page.next->previous != &page) return false;
     return page.previous == nullptr ? list == &page : page.previous->next == &page;
@@ -187,7 +187,7 @@ void LayOutSlots(const Pool& pool, Page& page) {
     }
 }
 
-// What happens once a page and not once a slot stays out of the way of the rest.
+// What happens once for a page, and not for each slot, is not inlined.
 
 // Memory may run short here, and then callbacks give slots back: the lists are
 // read only after the page is there.
@@ -263,8 +263,8 @@ void vr::FreePools() {
     }
 }
 
-// `size` counts the zero byte behind the block, so that a block of 62 bytes takes
-// a slot of 64, and one of 4 bytes a slot of 8.
+// `size` includes the zero byte after the block, so that a block of 62 bytes takes a slot of 64,
+// and one of 4 bytes a slot of 8.
 void* vr::TakeSlot(uint32_t size) {
     Pool* pool = pools[(size - 1) / kSizeStep];
     if (pool == nullptr) [[unlikely]]

@@ -1,7 +1,6 @@
-// Where the platform is asked for memory, and what happens when it refuses. Two
-// reserves of 4096 bytes are taken at the start, to be given up: the first so that
-// message boxes and callbacks have something to work with, the last so that the end
-// of the run has. A request returns with a block and with the first
+// Asks the platform for memory, and recovers when it refuses. Two reserves of 4096 bytes are taken
+// at the start and released in a shortage: the first gives message boxes and callbacks some memory
+// to work with, the last the end of the run. A request returns with a block and with the first
 // reserve held again, or it does not return.
 
 #include "core/Util.h"
@@ -42,8 +41,7 @@ void GiveUp(void*& reserve) {
     reserve = LocalFree(reserve);
 }
 
-// Callers are not written to meet a null, so a run that VrExit lets go on ends
-// here.
+// Callers do not expect a null result, so if VrExit returns the process ends here.
 [[noreturn]] void EndRun() {
     GiveUp(lastReserve);
     vr::RaiseCallbacks(kVrMemoryExhausted);

@@ -1,6 +1,6 @@
-// Counted strings are blocks of the allocator with a length word in front of the
-// text. A long one has its own header in place of the large block's: the block is
-// asked for with that much more room, and the header is then laid over its start.
+// Counted strings are blocks of the allocator with a length word before the text. A long one has
+// its own header in place of the large block's: its block is larger by the difference, and the
+// header is then laid over the start.
 
 #define VR_MODULE "vrmem"
 
@@ -20,7 +20,7 @@ unsigned char* TrueVrStr = nullptr;
 namespace {
 
 constexpr uint32_t kShortestLongString = 129;
-constexpr uint32_t kLongestFilled = 1 << 16;  // a block of more bytes is of fresh, zero pages
+constexpr uint32_t kLongestFilled = 1 << 16;  // beyond this, fresh pages, which are zero
 constexpr uint32_t kSpareByte = 1;            // at the end of every zeroed block
 constexpr int32_t kStepBytes = 16;
 constexpr int32_t kBlockBytes = 256;
@@ -29,13 +29,13 @@ constexpr uint32_t kLongOverhead = vr::kStringOverhead + kLongHeaderExtra;
 
 using Allocator = void*(uint32_t size, const char* tag, int32_t line);
 
-// A block of more than the pools serve, as _alloc_memory gives it but for what is in it.
+// A block that is too large for the pools, as from _alloc_memory, but with undefined content.
 void* UnclearedBlock(uint32_t size, const char* tag, int32_t line) {
     if constexpr (vr::check::kOn) return _alloc_memory(size, tag, line);
     return _malloc_memory(size + kSpareByte, tag, line);
 }
 
-// `spare` text bytes more than it is long.
+// The capacity is `spare` bytes more than the length.
 template <Allocator allocate>
 VrString NewLongString(uint32_t length, uint32_t spare, const char* tag, int32_t line) {
     const uint32_t capacity = vr::Saturated(uint64_t{length} + spare);
@@ -68,8 +68,8 @@ void ClearRest(VrString s) {
     }
 }
 
-// Where the texts first differ, or `length`. The C library compares fastest but does not say
-// where, so it passes the blocks that are the same.
+// Where the texts first differ, or `length`. The C library compares fastest but does not say where
+// the difference is, so it is used to skip blocks that are equal.
 int32_t FirstDifference(const uint8_t* a, const uint8_t* b, int32_t length) {
     int32_t at = 0;
     while (length - at >= kBlockBytes && std::memcmp(a + at, b + at, kBlockBytes) == 0)

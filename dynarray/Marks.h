@@ -1,5 +1,5 @@
-// Looking for marks sixteen bytes at a step, as the baseline of the processor has it.
-// A step never reads beyond the text: what is shorter is passed byte by byte.
+// Looking for marks sixteen bytes at a step, as the baseline of the processor has it. A step never
+// reads beyond the text: fewer bytes are searched one by one.
 #ifndef DYNARRAY_MARKS_H
 #define DYNARRAY_MARKS_H
 
@@ -20,7 +20,7 @@ inline __m128i AllBytes(uint8_t byte) {
     return _mm_set1_epi8(static_cast<char>(byte));
 }
 
-// Bit n tells of byte n.
+// Bit n stands for byte n.
 inline uint32_t BitsOf(__m128i matches) {
     return static_cast<uint32_t>(_mm_movemask_epi8(matches));
 }
@@ -109,8 +109,8 @@ enum class HigherBytes { Stop, Pass };
 const uint8_t* PassMarks(const uint8_t* p, const uint8_t* end, uint8_t mark, int32_t& marks,
                          HigherBytes higher);
 
-// Goes down from `p` until `marks` attribute marks are crossed, and returns the place
-// behind the last of them, or `begin` with those left over in `marks`.
+// Goes down from `p` until `marks` attribute marks are crossed, and returns the place after the
+// last of them, or `begin` with those left over in `marks`.
 const uint8_t* PassMarksBack(const uint8_t* p, const uint8_t* begin, uint32_t& marks);
 
 }  // namespace vr

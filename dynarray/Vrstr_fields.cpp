@@ -66,7 +66,7 @@ struct EntryWalk : ListWalk<kEntryBufferSize> {
 };
 
 int32_t NumberOf(VrString text) {
-    return std::strtol(reinterpret_cast<const char*>(VrStrText(text)), nullptr, 10);
+    return std::strtol(vr::CharsOf(text), nullptr, 10);
 }
 
 void AppendField(BufDscr* gathered, int32_t number, VrString record) {

@@ -61,7 +61,7 @@ int Complain(const std::string& path, int32_t result) {
     return result == kVrRecordHeldElsewhere ? kExitHeldElsewhere : kExitFailed;
 }
 
-// A failure counts more than a key that was held elsewhere, and that more than success.
+// A failure takes precedence over a key that was held elsewhere, and that over success.
 int Worse(int a, int b) {
     return a == kExitFailed || b == kExitOk ? a : b;
 }
@@ -138,7 +138,8 @@ int Export(const Arguments& arguments, const char* path) {
     return result;
 }
 
-// Whether each row is a record, and no two are one: case does not count in the names of files.
+// Whether each row is a record, and no two rows are the same one: case does not count in file
+// names.
 int CheckRows(std::string_view text) {
     CsvReader reader(text);
     std::set<std::string> keys;

@@ -1,5 +1,5 @@
-// The characters for marks are changed in a copy of the attribute or of the row's fields, and
-// before either direction a check makes sure that the way back exists.
+// The characters for marks are changed in a copy of the attribute or of the row's fields, and a
+// check before either conversion makes sure that it can be reversed.
 
 #include "csv_record.h"
 

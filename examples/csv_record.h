@@ -14,13 +14,13 @@ struct MarkCharacters {
     char subvalue = '\\';
 };
 
-// Why the record has no row that gives it back to the byte; null when it has one.
+// Why the record has no row from which it can be restored to the byte; null when it has one.
 const char* WhyNoRow(std::string_view record, MarkCharacters marks);
 
 // The row, without its line end.
 std::string RowOf(std::string_view key, std::string_view record, MarkCharacters marks);
 
-// Why the row is no record for a folder; null when it is one.
+// Why the row cannot be stored as a record of a folder; null when it can.
 const char* WhyNoRecord(const std::vector<std::string>& row);
 
 vr::String RecordOf(const std::vector<std::string>& row, MarkCharacters marks);

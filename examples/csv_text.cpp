@@ -37,7 +37,7 @@ bool CsvReader::ReadField(std::string& field) {
     return rest_.starts_with('"') ? Fail("a quote in a field without quotes") : true;
 }
 
-// Two quotes are one of the text; a single one ends the field.
+// Two quotes stand for one; a single one ends the field.
 bool CsvReader::ReadQuoted(std::string& field) {
     for (;;) {
         const size_t quote = rest_.find('"');

@@ -14,7 +14,7 @@ class CsvReader {
 public:
     explicit CsvReader(std::string_view text);
 
-    // Reads the next row. False at the end of the text, and where it is no such text.
+    // Reads the next row. False at the end of the text, and where the text is malformed.
     bool Next(std::vector<std::string>& row);
 
     // Why Next returned false before the end; null otherwise.

@@ -1,4 +1,4 @@
-// An option sets a flag or brings a text; whatever is left over is a word.
+// An option sets a flag or takes a text; everything else is a word.
 
 #include "record_arguments.h"
 
@@ -45,7 +45,7 @@ bool* FlagOf(Arguments& arguments, const char* option) {
     return nullptr;
 }
 
-// The text that the option brings, or null.
+// The text that the option takes, or null.
 const char** TextOf(Arguments& arguments, const char* option) {
     if (std::strcmp(option, "--ini") == 0) return &arguments.iniPath;
     if (std::strcmp(option, "--key") == 0) return &arguments.key;

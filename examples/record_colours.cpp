@@ -1,6 +1,5 @@
-// The definition's sequence for a colour is taken from the screen definition, read by the
-// escape reader as the definition's own terminal would, and said again in the way that
-// terminals understand today.
+// The definition's sequence for a colour is taken from the screen definition, read by the escape
+// reader as the definition's own terminal would read it, and translated for today's terminals.
 
 #include "record_colours.h"
 
@@ -12,7 +11,7 @@ constexpr int kNormalBase = 30;
 constexpr int kBrightBase = 90;
 constexpr int kNormalColours = 8;
 
-// The PC's colours count blue, green and red by 1, 2 and 4; terminals the other way.
+// In the PC's colours blue, green and red are 1, 2 and 4; in a terminal's they are 4, 2 and 1.
 constexpr int kTerminalColours[kNormalColours] = {0, 4, 2, 6, 1, 5, 3, 7};
 
 }  // namespace
@@ -23,7 +22,7 @@ std::string ForegroundCode(int colour) {
     int32_t used = 0;
     int32_t number = 0;
     unsigned char plane = 0;
-    // The command letter stands behind the ESC.
+    // The command letter follows the ESC.
     if (TermEscColour(sequence + 1, &used, &plane, &number) == 0 || plane != 'F') return "";
     const int base = number < kNormalColours ? kNormalBase : kBrightBase;
     const int code = base + kTerminalColours[number % kNormalColours];

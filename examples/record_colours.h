@@ -7,8 +7,8 @@
 // One that can be read on dark and on light terminals.
 constexpr int kColourNumber = 3;
 
-// What a terminal of today must be sent for the definition's sequence of a foreground
-// colour, 0 to 15.
+// What today's terminals need in place of the definition's sequence for a foreground colour, 0 to
+// 15.
 std::string ForegroundCode(int colour);
 
 #endif

@@ -1,7 +1,6 @@
-// A host that reads a stored record, shows it, changes one element under a lock and
-// writes it back. Everything it knows of records it asks the library for: the tree is
-// a walk by cursor, `get` is an extract by number, the changes are one edit by
-// position.
+// A host that reads a stored record, shows it, changes one element under a lock and writes it back.
+// Everything about records is left to the library: the tree is a walk by cursor, `get` is an
+// extract by number, the changes are one edit by position.
 
 #include <unistd.h>
 
@@ -130,7 +129,7 @@ void PrintChange(const Arguments& arguments, const UtilPosition& position, VrStr
     PrintElement(arguments, "now", element);
 }
 
-// Colours are for terminals that know them, and for people who want them.
+// Colours are used on terminals that know them, for people who want them.
 bool WantsColours(const Arguments& arguments) {
     const char* never = std::getenv("NO_COLOR");
     const char* terminal = std::getenv("TERM");

@@ -98,7 +98,7 @@ VrString BodyOf(Report& report, const char* name) {
     return object.body;
 }
 
-// The texts of the record's columns. The body must not go meanwhile.
+// The texts of the record's columns. The body must not be released meanwhile.
 std::vector<std::string> Cells(Report& report, const char* name) {
     CacheStackCountInc(report.cache, name);
     VrString chosen = UtilGetFieldsFromVrString(BodyOf(report, name), report.fieldList);

@@ -1,5 +1,4 @@
-// Finding records notes where they are and reads none of them into memory for good; one
-// is loaded when it is wanted.
+// Finding records only notes where they are; a record is read when it is wanted.
 
 #include "report_source.h"
 
@@ -49,7 +48,7 @@ void FindLines(const std::string& path, int32_t handle, std::vector<StoredRecord
 
 }  // namespace
 
-// A device or a pipe cannot be moved in, or does not end where its length says.
+// A device or a pipe cannot be positioned, or does not end where its length says.
 bool IsPlainFile(int32_t handle) {
     const int32_t length = OsFileLength(handle);
     return length >= 0 && OsLseek(handle, 1, kSeekStart) == 1 &&

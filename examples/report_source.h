@@ -25,8 +25,8 @@ struct StoredRecord {
 // folder nor a plain file of less than 2 GiB.
 bool FindRecords(const std::string& path, std::vector<StoredRecord>& records);
 
-// Reads a record; a new string that the caller frees. One that cannot be read, or not
-// whole, comes empty, after a message on standard error.
+// Reads a record; a new string that the caller frees. One that cannot be read completely is empty,
+// after a message on standard error.
 VrString LoadRecord(const StoredRecord& record);
 
 #endif

@@ -41,7 +41,7 @@ std::string Variable(const char* name) {
     return GetEnvironmentVariableA(name, text, sizeof text) < sizeof text ? text : "";
 }
 
-// While one lives, there is no registry.
+// While an object exists, there is no registry.
 class WithoutRegistry {
 public:
     WithoutRegistry() : path_(Variable(kRegistryVariable)) {
@@ -149,7 +149,7 @@ Value RegistryValue(const std::string& section, const std::string& key) {
     return isThere ? Value(text) : Value();
 }
 
-// Two defaults tell a value from its absence.
+// Two different defaults distinguish a value from its absence.
 Value FileValue(const std::string& section, const std::string& key) {
     const WithoutRegistry alone;
     const std::string value = Setting(section, key, "1");

@@ -1,6 +1,5 @@
-// The file layer: the platform's handles under a budget of how many are open, the
-// current directory, and full paths. Reading, writing and streams are the platform's
-// own, forwarded.
+// The file layer: the platform's handles under a budget of how many are open, the current
+// directory, and full paths. Reading, writing and streams are forwarded to the platform.
 
 #define VR_MODULE "Files"
 
@@ -35,7 +34,7 @@ bool RefreshCurrentDirectory() {
     return CurrentDirectory(currentDirectory, kDirectorySize) != nullptr;
 }
 
-// Why it failed is in errno.
+// After a failure, the reason is in errno.
 bool Open(const char* path, int32_t flags, int32_t permission, int32_t* handle) {
     *handle = FileOpen(path, flags, kShareDenyNone, permission);
     return *handle != -1;
@@ -47,8 +46,8 @@ int32_t Failed(int32_t result, int32_t error) {
     return result;
 }
 
-// Behind an open that failed for want of handles. The reason stays the number of the
-// first failure when the second try succeeds.
+// Tries again after an open that failed because too many files are open. When this succeeds, errno
+// still has the reason of the first failure.
 bool OpenAgain(const char* path, int32_t flags, int32_t permission, int32_t* handle) {
     vr::RaiseCallbacks(kVrTooManyOpenFiles);
     errno = kErrorTooManyOpenFiles;
@@ -130,7 +129,7 @@ char* OsFgets(char* buffer, int32_t size, VrStream* stream) {
 
 VrString GetFullPath(VrString path) {
     char full[kDirectorySize + 1];
-    const auto* text = reinterpret_cast<const char*>(VrStrText(vr::OrNullString(path)));
+    const auto* text = vr::CharsOf(vr::OrNullString(path));
     if (*text == '\0' || ExpandPath(full, text, kDirectorySize) == nullptr) {
         return vr::NullString();
     }

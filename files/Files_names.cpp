@@ -126,8 +126,7 @@ VrString OsFileName(VrString name, char* extension) {
                            .marks = 0,
                            .tried = 0,
                            .taken = nullptr};
-    const unsigned char* text = VrStrText(vr::OrNullString(name));
-    const bool isFound = FindFreeName(candidate, reinterpret_cast<const char*>(text));
+    const bool isFound = FindFreeName(candidate, vr::CharsOf(vr::OrNullString(name)));
     FolderNamesFree(candidate.taken);
     if (!isFound) {
         free_mem(&result);
@@ -139,7 +138,7 @@ VrString OsFileName(VrString name, char* extension) {
 
 VrString OsFileLongName(VrString name, const char* extension) {
     VrString result = alloc_string(kLongNameSize);
-    const auto* from = reinterpret_cast<const char*>(VrStrText(vr::OrNullString(name)));
+    const auto* from = vr::CharsOf(vr::OrNullString(name));
     auto* text = reinterpret_cast<char*>(VrStrText(result));
     const size_t length = strnlen(from, kLongNameSize);
     std::replace_copy(from, from + length, text, '*', '^');
@@ -173,7 +172,7 @@ VrString ExtractBaseName(VrString line, char* prefix) {
     if (prefixLength == 0) return nullptr;
     ToUpper(prefix);
     line = vr::OrNullString(line);
-    const auto* text = reinterpret_cast<const char*>(VrStrText(line));
+    const auto* text = vr::CharsOf(line);
     const char* end = text + line->length;
     const bool fits = prefixLength <= static_cast<size_t>(line->length);
     if (!fits || !vr::BeginsWith(text, prefix, prefixLength)) return nullptr;

@@ -3,10 +3,10 @@
 // lock file with the keys that this process holds in it. The lock file's handle is
 // pinned in the pool while a key is held, since closing it would drop the locks.
 //
-// To open the file may run callbacks of a host, and so may each allocation. They may use the
-// lock manager: register files, so that the table moves, take keys of the very entry, or give
-// its last registration back. So an entry is named by its index across such a step, looked at
-// afresh after it, and stays while a call uses it.
+// Opening the file may run callbacks of a host, and so may each allocation. They may use the lock
+// manager: register files, so that the table moves, take keys of the same entry, or give its last
+// registration back. So across such a step an entry is named by its index and read again
+// afterwards, and it stays as long as a call uses it.
 
 #define VR_MODULE "Nflock"
 
@@ -27,18 +27,18 @@
 namespace {
 
 constexpr char kLockFileName[] = "__locks";
-// Who may write the directory may lock in it, whatever the first host's umask, and who may
-// not cannot block it with locks of his own.
+// Whoever may write the directory may lock in it, whatever the first host's umask; nobody else can
+// block it with locks of his own.
 constexpr int32_t kLockFileFlags = kOpenBinary | kOpenReadWrite | kOpenCreate | kOpenLikeFolder;
 constexpr int32_t kLockFilePermission = kPermissionRead | kPermissionWrite;
 constexpr int32_t kEntriesPerStep = 5;
 constexpr int32_t kKeysPerStep = 5;
-constexpr int32_t kMostEntries = 0xFFFF;  // that the high half of a handle can name
+constexpr int32_t kMostEntries = 0xFFFF;  // as many as the high half of a handle can name
 constexpr int32_t kNone = -1;             // no index, no handle
 constexpr uint32_t kHashFactor = 31;
 constexpr uint32_t kTestPosition = 0;
 
-// As the interface has them. The negative ones are those of OsOpen.
+// The interface's numbers. The negative ones are those of OsOpen.
 enum class Result : int32_t {
     Done = 0,
     HeldElsewhere = 1,
@@ -54,7 +54,7 @@ struct HeldKey {
 
 struct LockFileEntry {
     int32_t registerCount;
-    int32_t calls;  // that use the entry now; an end of the run leaves them open
+    int32_t calls;  // in progress; the end of the run leaves them counted
     int32_t heldCount;
     int32_t keyCapacity;
     HeldKey* keys;  // by position
@@ -97,8 +97,8 @@ T* NewArray(int32_t capacity) {
         alloc_memory(static_cast<uint32_t>(capacity) * static_cast<uint32_t>(sizeof(T))));
 }
 
-// Puts the larger array in the place of the one that is there, unless a callback of its
-// allocation has made that one as large.
+// Replaces the array by the larger one, unless a callback of its allocation has already replaced it
+// by one as large.
 template <typename T>
 void Replace(T*& array, int32_t& capacity, T* larger, int32_t largerCapacity) {
     if (capacity < largerCapacity) {
@@ -121,7 +121,7 @@ void GrowKeys(int32_t index) {
     Replace(entries[index].keys, entries[index].keyCapacity, larger, capacity);
 }
 
-// Where the position's key is among those held, or would be.
+// Where the position's key is among those held, or would be inserted.
 HeldKey* PlaceOf(const LockFileEntry& entry, uint32_t position) {
     return std::lower_bound(
         entry.keys, entry.keys + entry.heldCount, position,
@@ -160,8 +160,8 @@ Result ObtainByte(const LockFileEntry& entry, uint32_t position, bool wait) {
     return Result::Done;
 }
 
-// A lock on a file that no name leads to excludes nobody, so the file is made anew. While it
-// is pinned it stays: to close it would drop the keys.
+// A lock on a file without a name excludes nobody, so the file is created again. While it is pinned
+// it stays, since closing it would drop the keys.
 Result RenewIfDeleted(int32_t index) {
     const LockFileEntry& entry = entries[index];
     if (entry.handle != kNone || !vr::OsPoolIsDeleted(entry.pooled)) return Result::Done;
@@ -193,7 +193,7 @@ Result UnpinIfIdle(LockFileEntry& entry) {
     return entry.heldCount == 0 && entry.calls == 0 ? Unpin(entry) : Result::Done;
 }
 
-// What runs callbacks is done first, and then looked at afresh.
+// Each step that can run callbacks is followed by a fresh look at the entry.
 Result TakePosition(int32_t index, uint32_t position, bool wait) {
     for (;;) {
         LockFileEntry& entry = entries[index];
@@ -244,7 +244,7 @@ bool IsSound(const LockFileEntry& entry) {
                        [](const HeldKey& held) { return held.count > 0; });
 }
 
-// A call keeps its entry, though a callback may give the last registration back.
+// An entry in use by a call stays, even when a callback gives its last registration back.
 void BeginCall(int32_t index) {
     ++entries[index].calls;
 }
@@ -260,7 +260,7 @@ void EndCall(int32_t index) {
     }
 }
 
-// The calls in progress do not come back from the end of the run, and hold nothing open.
+// Calls in progress never return from the end of the run, so they keep no entry.
 void CloseTable() {
     for (int32_t i = 0; i < entryCount; ++i) {
         if (!IsFree(entries[i]) && --entries[i].registerCount <= 0) CloseEntry(entries[i]);
@@ -274,8 +274,8 @@ bool HasName(const LockFileEntry& entry, const char* lockPath) {
     return vr::OsPoolName(entry.pooled, &name) == 0 && std::strcmp(name, lockPath) == 0;
 }
 
-// The entry of that lock file, or the first free one: the search goes no further. kNone when
-// the table is full.
+// The entry of that lock file, or the first free one, whichever comes first. kNone when the table
+// is full.
 int32_t FindOrGrow(const char* lockPath) {
     for (;;) {
         int32_t index = 0;
@@ -287,7 +287,7 @@ int32_t FindOrGrow(const char* lockPath) {
     }
 }
 
-// Takes a byte and gives it back, which says whether the file can be locked at all.
+// Locks and unlocks a byte, to see whether the file can be locked at all.
 Result TestLocking(int32_t index) {
     BeginCall(index);
     Result result = TakePosition(index, kTestPosition, false);

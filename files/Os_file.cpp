@@ -1,6 +1,6 @@
-// The handle pool. An entry is free (no name), open without users, pinned, or parked:
-// its handle closed to make room, its name and flags kept for reopening. Stamps from
-// one counter tell which idle entry was used longest ago.
+// The handle pool. An entry is free (no name), open without users, pinned, or parked: its handle
+// closed to make room, its name and flags kept for reopening. Stamps from one counter show which
+// idle entry was used longest ago.
 
 #define VR_MODULE "Os_file"
 
@@ -30,8 +30,7 @@ OsPoolEntry* entries = nullptr;
 int32_t capacity = 0;
 uint32_t stampCounter = 0;
 
-// Each stamp is below the counter from then on, so that an idle file was always used
-// some time ago.
+// From then on each stamp is below the counter, so the idle time of an idle file is never 0.
 uint32_t NextStamp() {
     return stampCounter++;
 }
@@ -50,7 +49,7 @@ void Grow() {
     capacity += kEntriesPerStep;
 }
 
-// New entries are zero, and so free.
+// New entries are zero, which means free.
 int32_t FreeIndex() {
     for (int32_t i = 0; i < capacity; ++i) {
         if (entries[i].name == nullptr) return i;
@@ -70,7 +69,7 @@ void Park(OsPoolEntry& entry) {
     entry.handle = kNoHandle;
 }
 
-// The open may run callbacks of a host, which may have had the file opened again meanwhile.
+// The open may run callbacks of a host, which may have opened the file again meanwhile.
 int32_t Reopen(vr::OsPoolHandle pooled, int32_t flags, int32_t permission) {
     int32_t reopened = kNoHandle;
     const int32_t result = OsOpen(entries[pooled - 1].name, flags, permission, &reopened);
@@ -101,8 +100,7 @@ void OsPoolMemCallback(VrWord, VrWord) {
     vr::OsPoolReclaim(1, nullptr);
 }
 
-// The names and handles of files still pooled are left to the process's end: the lock
-// manager, whose they are, went before.
+// Files are not closed here: they belong to the lock manager, which has been taken down before.
 void FreeTable() {
     free_mem(&entries);
     capacity = 0;
@@ -116,8 +114,8 @@ void vr::StartPool() {
     VrExitAdd(FreeTable);
 }
 
-// An open may run callbacks of a host, which may open files here too: an entry is
-// looked for, or looked up again, behind it.
+// An open may run callbacks of a host, which may open files here too: an entry is looked for, or
+// looked up again, after it.
 int32_t vr::OsPoolOpen(const char* path, int32_t flags, int32_t permission, OsPoolHandle* pooled) {
     int32_t handle = kNoHandle;
     const int32_t result = OsOpen(path, flags, permission, &handle);

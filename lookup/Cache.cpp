@@ -1,7 +1,6 @@
-// Object caches. The names stand in a hash table, whose destructor does two things: in
-// release mode it drops the body of an item and leaves the item, otherwise it ends the
-// item for good. So both ways out of the cache go through one routine, which alone
-// keeps the count of bytes.
+// Object caches. The names are in a hash table, whose destructor does two things: in release mode
+// it drops the body of an item and leaves the item, otherwise it ends the item for good. So both
+// ways of leaving the cache go through one routine, and only there bytes are uncounted.
 
 #define VR_MODULE "Cache"
 
@@ -27,8 +26,8 @@ constexpr size_t kFirstNameOffset = 18;
 constexpr size_t kSecondNameOffset = 22;
 constexpr int32_t kNoSuchItem = 32;
 
-// Of the process: set while bodies are released, but not while a host's routine runs, which
-// may end items of other caches, run short of memory, or end the run.
+// Process-wide: set while bodies are released, but not while a host's routine runs, which may end
+// items of other caches, run short of memory, or end the run.
 bool releaseMode = false;
 
 CacheItem* ItemOf(VrWord value) {
@@ -167,7 +166,7 @@ const char* TextOf(const char* name) {
     return name == nullptr ? "" : name;
 }
 
-// A name text in the host's record; empty without one.
+// A name in the host's record; empty without a record.
 const char* NameOf(const CacheItem& item, size_t offset) {
     if (item.object == 0) return "";
     const char* name = nullptr;

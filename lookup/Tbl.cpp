@@ -24,7 +24,7 @@ Tbl& MasterRecord(int32_t handle) {
     return reinterpret_cast<Tbl*>(masterBase)[handle];
 }
 
-// A record that a host took in the master table by itself is no table: it has no array.
+// A record that a host itself took in the master table is no table, since it has no array.
 Tbl* Find(int32_t table) {
     auto* record = static_cast<Tbl*>(TblHndToPtr(kMaster, table));
     return record == nullptr || record->size < 1 ? nullptr : record;
@@ -42,7 +42,7 @@ unsigned char& MarkOf(const Tbl& table, int32_t slot) {
     return RecordAt(table, slot)[table.markOffset];
 }
 
-// A size that no block can have is refused by the allocator.
+// The allocator refuses a size that no block can have.
 unsigned char* NewArray(int32_t length, int32_t size) {
     const uint64_t bytes = static_cast<uint64_t>(length) * static_cast<uint64_t>(size);
     return static_cast<unsigned char*>(alloc_memory(vr::Saturated(bytes)));
@@ -59,7 +59,7 @@ int32_t TakeFree(Tbl& table, int32_t slot) {
     return slot;
 }
 
-// The record of the table itself moves when it is the master that grows.
+// When the master table grows, the table's own record moves.
 int32_t TakeInGrownTable(int32_t handle) {
     Tbl* table = Find(handle);
     const int32_t oldLength = table->length;
@@ -105,7 +105,7 @@ int32_t FormatMasterLine(VrWord, VrWord firstSlot, VrWord, VrWord line, VrWord, 
     return 1;
 }
 
-// The master goes last, being what the others are found in.
+// The master is freed last, since the others are found in it.
 void FreeTables() {
     if (masterBase == nullptr) return;
     for (int32_t handle = MasterRecord(kMaster).length - 1; handle >= 0; --handle) {
@@ -118,19 +118,19 @@ void FreeTables() {
 
 void vr::StartTables(const UtilInitRecord&) {
     masterBase = NewArray(kSlotsPerStep, sizeof(Tbl));
-    MasterRecord(kMaster) = {kTaken,
-                             dup_str("tbl.Master"),
-                             dup_str(VR_MODULE),
-                             0,
-                             kSlotsPerStep,
-                             sizeof(Tbl),
-                             masterBase,
-                             &masterBase,
-                             offsetof(Tbl, inUse),
-                             1,
-                             1,
-                             FormatMasterLine,
-                             0};
+    MasterRecord(kMaster) = {.inUse = kTaken,
+                             .name = dup_str("tbl.Master"),
+                             .moduleTag = dup_str(VR_MODULE),
+                             .line = 0,
+                             .length = kSlotsPerStep,
+                             .size = sizeof(Tbl),
+                             .base = masterBase,
+                             .baseVariable = &masterBase,
+                             .markOffset = offsetof(Tbl, inUse),
+                             .used = 1,
+                             .maximum = 1,
+                             .format = FormatMasterLine,
+                             .reserved = 0};
     VrExitAdd(FreeTables);
 }
 
@@ -142,8 +142,19 @@ int32_t _tblCreate(const char* name, int32_t size, int32_t markOffset, TblFormat
     char* ownName = _dup_str(name, tag, line);
     char* ownTag = _dup_str(tag, tag, line);
     unsigned char* base = NewArray(kSlotsPerStep, size);
-    MasterRecord(handle) = {kTaken,  ownName,    ownTag, line, kSlotsPerStep, size, base,
-                            nullptr, markOffset, 0,      0,    format,        0};
+    MasterRecord(handle) = {.inUse = kTaken,
+                            .name = ownName,
+                            .moduleTag = ownTag,
+                            .line = line,
+                            .length = kSlotsPerStep,
+                            .size = size,
+                            .base = base,
+                            .baseVariable = nullptr,
+                            .markOffset = markOffset,
+                            .used = 0,
+                            .maximum = 0,
+                            .format = format,
+                            .reserved = 0};
     return handle;
 }
 

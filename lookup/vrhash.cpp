@@ -18,7 +18,7 @@ constexpr uint32_t kHashFactor = 31;
 constexpr uint8_t kHighLetterBit = 0x40;
 constexpr int kGroup = 4;  // bytes
 
-// Where an entry hangs: `previous` is null for the head of the bucket.
+// Where an entry is linked: `previous` is null for the head of the bucket.
 struct Place {
     HashEntry** bucket;
     HashEntry* previous;
@@ -29,7 +29,7 @@ uint32_t Fold(uint32_t hash, char byte) {
     return hash * kHashFactor + static_cast<uint8_t>(byte) - 'a';
 }
 
-// The key's zero fits no group, and so ends one before anything behind it is read.
+// The key's zero never fits, so nothing after it is read.
 template <typename Fits>
 bool IsGroup(const char* p, Fits fits) {
     for (int i = 0; i < kGroup; ++i) {
@@ -46,7 +46,7 @@ uint32_t FoldGroup(uint32_t hash, const char* p) {
     return hash * (kSquare * kSquare) + first * kSquare + last;
 }
 
-// Keys of letters are sampled at one byte in four.
+// Of keys of letters, one byte in four is hashed.
 uint32_t HashOf(const char* key) {
     const auto isHigh = [](char byte) {
         return (static_cast<uint8_t>(byte) & kHighLetterBit) != 0;
@@ -68,7 +68,7 @@ HashEntry** BucketOf(const HashTable& table, uint32_t hash) {
     return &table.buckets[(count & (count - 1)) == 0 ? hash & (count - 1) : hash % count];
 }
 
-// Value 0 stands for any.
+// Value 0 matches any.
 Place Find(const HashTable& table, const char* key, VrWord value) {
     const uint32_t hash = HashOf(key);
     Place place = {BucketOf(table, hash), nullptr, nullptr};
@@ -95,7 +95,7 @@ void Unlink(const Place& place) {
     }
 }
 
-// A piece of the fixed store stays there.
+// The entries of a fixed table stay in the fixed store.
 void FreeEntry(const HashTable& table, HashEntry* entry) {
     if (table.fixed != 0) return;
     char* key = entry->key;
@@ -107,8 +107,8 @@ bool Selects(HashTablePredicate predicate, VrWord value, VrWord argument) {
     return predicate == nullptr || predicate(value, argument) != 0;
 }
 
-// Calls action(place) for each entry that the predicate selects; the action says
-// whether it took the entry out.
+// Calls action(place) for each entry that the predicate selects; the action returns whether it
+// removed the entry.
 template <typename Action>
 void ForSelected(const HashTable& table, HashTablePredicate predicate, VrWord argument,
                  Action action) {

@@ -1,5 +1,5 @@
-// What the object cache asks of hash tables beyond the exported operations: to run the
-// destructor and keep the entry.
+// What the object cache needs of hash tables beyond the exported operations: running the destructor
+// and keeping the entry.
 #ifndef LOOKUP_VRHASH_H
 #define LOOKUP_VRHASH_H
 
@@ -7,7 +7,7 @@
 
 namespace vr {
 
-// HashTableRemoveItems and HashTableRemove, but that the entries stay in the table.
+// Like HashTableRemoveItems and HashTableRemove, except that the entries stay in the table.
 void HashTableReleaseItems(HashTable* table, HashTablePredicate predicate, VrWord argument);
 void HashTableReleaseEntry(HashTable* table, const char* key, VrWord value);
 

@@ -30,10 +30,10 @@ struct DllRecord {
 };
 static_assert(sizeof(DllRecord) == 264);
 
-HashTable* modules = nullptr;  // by name as asked for
+HashTable* modules = nullptr;  // by the name that the caller gave
 int32_t report = -1;
 
-// A library and the path that it was found by.
+// A library and the path under which it was found.
 struct Loaded {
     VrWord module;
     char path[kPathSize];
@@ -114,7 +114,8 @@ VrWord LoadNew(const char* name, const char* basePath) {
     return loaded.module;
 }
 
-// A library's exit code may unload others, which must not change the chains under the walk.
+// The code that a library runs when it is unloaded may unload others, which must not change the
+// chains during the walk.
 void FreeDllTable() {
     HashTable* table = modules;
     modules = nullptr;

@@ -1,4 +1,4 @@
-// What the process services ask about where they run.
+// What the process services need to know about where they run.
 #ifndef PROCESS_HOST_H
 #define PROCESS_HOST_H
 
@@ -21,7 +21,7 @@ inline bool HostDirectory(char (&path)[kHostDirectorySize]) {
     return true;
 }
 
-// Whether the platform is of the line that has CMD and psapi.
+// Whether the platform is of the family that has CMD and psapi.
 inline bool IsNewPlatform() {
     constexpr uint32_t kNewPlatform = 2;
     OsVersionInfo version = {};

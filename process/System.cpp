@@ -74,7 +74,7 @@ struct CommandLine {
 struct Sign {
     int32_t number;  // 0 when none was given
     bool hasDigits;
-    const char* rest;  // behind the digits
+    const char* rest;  // after the digits
 };
 
 const char* ShellWord() {
@@ -103,9 +103,9 @@ void ShowFailure(const char* line, uint32_t number) {
     vr::ShowBox(text, MB_OK);
 }
 
-// Starts the line; a failure shows `shown`. No memory is taken here: a shortage could end the
-// run while a batch file waits to be deleted, and its callbacks may use the scratch area
-// that the line may stand in.
+// Starts the line; a failure shows `shown`. No memory is allocated here: a shortage could end the
+// run before the batch file is deleted, and its callbacks may use the scratch area that holds the
+// line.
 bool Start(const char* line, const CommandLine& shown, int32_t windowMode,
            ProcessInformation& process) {
     if (!shown.fits) {
@@ -151,7 +151,7 @@ int32_t RunAlone(const CommandLine& line, int32_t windowMode) {
     return kNobodyWaits;
 }
 
-// One line a part: the first starts the output file afresh, the others append to it.
+// Writes a line for each part: the first overwrites the output file, the others append to it.
 void WriteParts(int32_t handle, const char* text, const char* first, const char* further) {
     const char* clause = first;
     for (const char* part = text; part != nullptr; clause = further) {
@@ -164,7 +164,7 @@ void WriteParts(int32_t handle, const char* text, const char* first, const char*
     }
 }
 
-// False also when the clause does not fit; then the line with all in it does not, either.
+// False also when the clause does not fit, since the whole line does not fit then either.
 bool WriteBatchFile(const char* text, const char* outputFile) {
     char first[kClauseSize] = "\n";
     char further[kClauseSize] = "\n";
@@ -215,12 +215,11 @@ int32_t RunHidden(const char* text, const char* outputFile, int32_t windowMode) 
     return result;
 }
 
-// The number behind a sign is read behind blanks too, but only digits that follow the
-// sign at once are passed over.
-Sign ReadSign(const char* behindSign) {
-    const size_t digits = std::strspn(behindSign, kDigits);
-    const long number = std::strtol(behindSign, nullptr, 10);
-    return {static_cast<int32_t>(number), digits != 0, behindSign + digits};
+// The number after a sign may follow blanks, but only digits directly after the sign are skipped.
+Sign ReadSign(const char* afterSign) {
+    const size_t digits = std::strspn(afterSign, kDigits);
+    const long number = std::strtol(afterSign, nullptr, 10);
+    return {static_cast<int32_t>(number), digits != 0, afterSign + digits};
 }
 
 int32_t WindowModeOf(const Sign& sign) {

@@ -1,6 +1,6 @@
-// Looking for the first word of a command line, which is the shell's. Each candidate is put
-// together in one scratch area, and asked of the disk; the first that exists makes the
-// result in the other.
+// Looks for a file that replaces the first word of a command line, the shell's name. Each candidate
+// is put together in one scratch area and looked for on the disk; the first that exists is used for
+// the result in the other.
 
 #include "process/System_word.h"
 
@@ -20,7 +20,7 @@ namespace {
 constexpr char kWhiteSpace[] = " \t\n\v\f\r";
 constexpr size_t kDirectorySize = 256;
 
-// MemBuf3 holds the candidate. One that does not fit is none.
+// MemBuf3 holds the candidate. A candidate that does not fit does not count.
 bool IsFile(const char* directory, const char* between, std::string_view name) {
     const int wanted = std::snprintf(MemBuf3, kVrScratchSize, "%s%s%.*s", directory, between,
                                      static_cast<int>(name.size()), name.data());

@@ -4,9 +4,9 @@
 
 namespace vr {
 
-// The line with its first word made the path of the file of that name: in the folder of
-// the host's module, the current directory or the product's bin. The line itself when
-// there is none. The result stands in MemBuf4.
+// The line with its first word replaced by the path of the file of that name: in the folder of the
+// host's module, the current directory or the product's bin. The line itself when there is none.
+// The result is in MemBuf4.
 const char* ResolveFirstWord(const char* line);
 
 }  // namespace vr

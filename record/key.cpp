@@ -1,6 +1,6 @@
 // A record's key is locked under its file's name in upper case, so that hosts which spell the
-// file's path in other ways still meet in one key: the lock file of a directory is one, whatever
-// the directory is called.
+// file's path in other ways still use one key: a directory has one lock file, however its path is
+// spelled.
 
 #define VR_MODULE "Record"
 #include <cstdint>

@@ -1,5 +1,5 @@
-// The names are collected first and then sorted, so that the record of each temporary file can
-// be looked for by halving.
+// The names are collected first and then sorted, so that the record of each temporary file can be
+// found by binary search.
 
 #define VR_MODULE "Record"
 #include <algorithm>
@@ -42,7 +42,7 @@ bool IsBefore(const VrRecordEntry& entry, std::string_view name) {
     return std::string_view(entry.name) < name;
 }
 
-// Whether it is what a killed host left of a record that lies beside it.
+// Whether it is a temporary file that a killed host left, of a record that lies beside it.
 bool IsLeftOver(const VrRecordList& list, const char* name) {
     const std::string_view record(name, record::RecordPartOf(name));
     if (record.empty()) return false;

@@ -1,4 +1,4 @@
-// A folder is what stands before the last separator, or the drive's current one.
+// The folder is what precedes the last separator, or the drive's current folder.
 
 #include "names.h"
 

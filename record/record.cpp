@@ -21,7 +21,7 @@ using record::kPathSize;
 
 constexpr int32_t kWriteFlags = kOpenBinary | kOpenWriteOnly | kOpenCreate | kOpenExclusive;
 
-// A device or a pipe cannot be moved in, or does not end where its length says.
+// A device or a pipe cannot be positioned, or does not end where its length says.
 bool IsPlain(int32_t handle, int32_t length) {
     return length >= 0 && OsLseek(handle, 1, kSeekStart) == 1 &&
            OsLseek(handle, 0, kSeekEnd) == length && OsLseek(handle, 0, kSeekStart) == 0;
@@ -52,7 +52,7 @@ void TakeSpelling(FileName& file) {
     if (!isExact && fitting[0] != '\0') std::strcpy(file.name, fitting);
 }
 
-// One that cannot be deleted is in nobody's way but its own name's.
+// One that cannot be deleted only keeps its name taken.
 void DeleteTemporaries(const FileName& file) {
     record::ForEachName(file.folder, [&](const DirSearch& found) {
         const size_t length = record::RecordPartOf(found.name);

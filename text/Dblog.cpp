@@ -32,7 +32,7 @@ constexpr char kFileFormat[] = "\n%s File: %s";
 constexpr char kBtrvFormat[] = "\n***BTRV Op: %3d Stat: %3d";
 
 int32_t level = 0;
-int32_t logHandle = 0;  // 0 until the file was tried, below 0 when that failed
+int32_t logHandle = 0;  // 0 until the file is opened, below 0 after a failure
 char* line = nullptr;
 
 const char* TextOf(const char* text) {
@@ -40,7 +40,7 @@ const char* TextOf(const char* text) {
 }
 
 const char* TextOf(VrString s) {
-    return reinterpret_cast<const char*>(VrStrText(vr::OrNullString(s)));
+    return vr::CharsOf(vr::OrNullString(s));
 }
 
 void Write(const char* format, va_list values) {
@@ -152,7 +152,7 @@ void VrdbLogOutChar(const char* name, const char* value) {
     Log(kDetails, "\n%s %s", TextOf(name), TextOf(value));
 }
 
-// Written in whole numbers, since the standard format would take the point from the
+// Formatted from whole numbers, since the standard format would take the decimal point from the
 // locale.
 void VrdbLogTimeMes1(const char* name, int32_t milliseconds) {
     const int64_t size = std::abs(int64_t{milliseconds});

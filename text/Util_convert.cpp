@@ -1,5 +1,5 @@
-// Character conversion by two tables of 256 bytes, where 0 stands for no change. A string
-// without anything to change costs no block.
+// Character conversion by two tables of 256 bytes, where 0 means no change. A string with nothing
+// to change is returned without a copy.
 
 #define VR_MODULE "Util"
 
@@ -36,7 +36,7 @@ void Clear(Table& table) {
     std::memset(table.bytes, 0, sizeof table.bytes);
 }
 
-// 0x, a leading 0 or neither. The standard library's own choice knows 0b too in its newer
+// By 0x, a leading 0 or neither. Base 0 of the standard library would also accept 0b in its newer
 // editions.
 int BaseOf(const char* number) {
     number += std::strspn(number, kBeforeDigits);
@@ -48,7 +48,7 @@ uint8_t LowByteOf(const char* number) {
     return static_cast<uint8_t>(std::strtol(number, nullptr, BaseOf(number)));
 }
 
-// The list of keys stands in MemBuf1, each with its zero and one more zero at the end.
+// The list of keys is in MemBuf1, each with its zero and one more zero at the end.
 void Load(Table& table, const char* file) {
     GetPrivateProfileStringA(table.section, nullptr, "", MemBuf1, kVrScratchSize, file);
     for (const char* key = MemBuf1; *key != '\0'; key += std::strlen(key) + 1) {

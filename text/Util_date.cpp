@@ -1,7 +1,7 @@
-// Dates. Calendar dates and day numbers are converted into one another in double
-// precision, by way of the running day number of the internal calendar, which is the
-// Julian Day Number less 1. Whole numbers are of 32 bits, between which and a double the
-// processor has an instruction; what would pass them on the way is kept from it.
+// Dates. Calendar dates and day numbers are converted in double precision, through the running day
+// number of the internal calendar, which is the Julian Day Number less 1. Whole numbers have 32
+// bits, which the processor converts to and from double in one instruction; dates that would
+// overflow them on the way are shifted or refused first.
 
 #include <cstdint>
 

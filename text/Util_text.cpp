@@ -16,7 +16,7 @@ constexpr size_t kCommandSize = 256;
 
 char commandArea[kCommandSize];
 
-// Both directions are computed and not looked up, so that the compiler takes many digits at a
+// Both directions are computed and not looked up, so that the compiler handles many digits in a
 // step.
 uint8_t HexDigit(int value) {
     return static_cast<uint8_t>(value + (value < 10 ? '0' : 'A' - 10));

@@ -37,13 +37,12 @@ VR_STATIC_ASSERT(sizeof(void*) == 4, "vrbase is a 32-bit library: compile with -
 /* A 32-bit word that carries either a number or an address. */
 typedef uintptr_t VrWord;
 
-/* Functions that take memory are exported with a leading underscore and two last
- * arguments that tell where in the source they were called: a module tag, a
- * zero-terminated text that must stay valid during the call, and a line number.
- * Their headers give the plain name as a macro that fills in both. A source that
- * wants its own tag defines VR_MODULE before it includes anything of the library;
- * a source that wants no such macros, for instance since it has methods named NewString or
- * free_mem, defines VR_NO_POSITION_MACROS before the first include. */
+/* Functions that take memory are exported with a leading underscore and two last arguments for the
+ * source position of the call: a module tag, which is a zero-terminated text that must stay valid
+ * during the call, and a line number. Their headers give the plain name as a macro that fills in
+ * both. A source that wants its own tag defines VR_MODULE before it includes anything of the
+ * library; a source that wants no such macros, for instance because it has methods named NewString
+ * or free_mem, defines VR_NO_POSITION_MACROS before the first include. */
 #ifndef VR_MODULE
 #define VR_MODULE "host"
 #endif

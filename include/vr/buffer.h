@@ -4,8 +4,8 @@
  * that its creator chooses. A BufDscr is one growing block that is appended to, and
  * can be taken out as a string.
  *
- * Both belong to their creator, who destroys them. A null one is passed over
- * everywhere, with a null, 0 or NullVrStr's string as the result. */
+ * Both belong to their creator, who destroys them. Every function accepts a null one, and returns
+ * null, 0 or NullVrStr's string for it. */
 #ifndef VR_BUFFER_H
 #define VR_BUFFER_H
 
@@ -15,7 +15,7 @@
 
 /* A memory buffer. */
 typedef struct MemBuf {
-    VrChunkChain chunks; /* that the pieces lie in */
+    VrChunkChain chunks; /* hold the pieces */
     int32_t unitSize;    /* bytes; a chunk is a multiple of it */
 } MemBuf;
 VR_STATIC_ASSERT(sizeof(MemBuf) == 20, "five words");

@@ -10,9 +10,9 @@
  * The budget is the variable VRLCACHESIZE in bytes, 300000 when it is not set. It
  * rises to what cannot be released, and never falls.
  *
- * Two counts, which the host keeps, say that an item is in use: the stack count holds
- * its body, the class use count the item. A name has one item, and is never null. Every
- * function ignores a null cache.
+ * Two counts, which the host keeps, say that an item is in use: the stack count holds its body, the
+ * class use count the item. Each name has one item. Names must not be null. Every function ignores
+ * a null cache.
  *
  * The host's routines. The item's flags and the count of bytes change after the routine has
  * returned. A routine that runs short of memory does not get the same item again. It must

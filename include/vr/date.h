@@ -16,15 +16,15 @@
 
 VR_BEGIN
 
-/* Seconds since 00:00:00 local time on 1 January 1968, which is day 1. Good until 19
- * January 2036. */
+/* Seconds since 00:00:00 local time on 1 January 1968, which is day 1. Valid until 19 January 2036.
+ * */
 VR_API int32_t SecondsSince67(void);
 
-/* The internal date of today in local time. Good as long as SecondsSince67. */
+/* The internal date of today in local time. Valid as long as SecondsSince67. */
 VR_API int32_t DaysSince67(void);
 
-/* The calendar date of an internal date. Takes any number; before year -4712 month and
- * day are no true ones, and may lie outside 0 to 11 and 1 to 31. */
+/* The calendar date of an internal date. Takes any number; before year -4712 month and day are not
+ * real ones, and may lie outside 0 to 11 and 1 to 31. */
 VR_API void DaysToDate(int32_t days, int32_t* month, int32_t* day, int32_t* year);
 
 /* The internal date of a calendar date. 1, or 0 with *days untouched when there is no

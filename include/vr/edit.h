@@ -5,7 +5,7 @@
  *
  *     1 or more   the element of that number
  *     0           the level is not addressed: the whole element above is meant
- *     below 0     after the last element of this level; all such numbers are one
+ *     below 0     after the last element of this level, whatever the number
  *
  * An element past the end of what exists is made, with the marks that are
  * missing. A string is rewritten in place where its capacity allows. Marks and cursors are

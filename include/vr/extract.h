@@ -1,13 +1,13 @@
 /* Dynamic arrays and plain text by number: picking elements, counting them,
  * splitting text at blanks or at a delimiter.
  *
- * Every call scans from the start of what it is given, so it suits a few picks;
- * to read all of an array, walk it (vr/walk.h). Inputs are never changed. Numbers
- * count from 1, and a number below 1 means 1: unlike in vr/edit.h a negative
- * number is not the end. Nothing found gives the same empty result as an empty
- * element. No string given here may be null, where nothing else is said.
+ * Every call scans from the start of what it is given, so it suits a few picks; to read all of an
+ * array, walk it (vr/walk.h). Inputs are never changed. Numbers count from 1, and a number below 1
+ * means 1: unlike in vr/edit.h a negative number is not the end. An element that does not exist
+ * gives the same empty result as an empty one. No string given here may be null, except where
+ * noted.
  *
- * All results belong to the caller and go back through free_mem. */
+ * All results belong to the caller, who frees them with free_mem. */
 #ifndef VR_EXTRACT_H
 #define VR_EXTRACT_H
 

@@ -1,9 +1,9 @@
 /* The fixed store: small pieces that stay until VrExit.
  *
- * Pieces lie back to back, with no header and no alignment, in blocks of 20480 bytes,
- * of which 20476 hold pieces; a piece costs the move of a pointer and is never given
- * back. One larger than a block gets a block of its own. What is left in a block when
- * a piece does not fit is not used any more. */
+ * Pieces lie back to back, with no header and no alignment, in blocks of 20480 bytes, of which
+ * 20476 hold pieces; taking a piece costs moving a pointer, and a piece is never freed. One larger
+ * than a block gets a block of its own. What is left in a block when a piece does not fit is not
+ * used any more. */
 #ifndef VR_FIXED_H
 #define VR_FIXED_H
 

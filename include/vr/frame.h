@@ -14,7 +14,7 @@ VR_BEGIN
 
 /* What a host gives to UtilInit, which reads it only during the call. */
 typedef struct UtilInitRecord {
-    VrWord EngineInstance; /* any value; GetEngineInstance gives it back */
+    VrWord EngineInstance; /* any value; GetEngineInstance returns it */
     VrWord VrlinkInstance; /* module handle of the host; 0 is the executable */
     const char* IniPath;   /* settings file to try first (ini_path); may be null */
 } UtilInitRecord;
@@ -23,7 +23,7 @@ VR_STATIC_ASSERT(sizeof(UtilInitRecord) == 12, "three words");
 /* A routine of the exit chain. */
 typedef void (*VrExitRoutine)(void);
 
-/* A host's routine for a break, carried for the host and never called here. */
+/* A host's routine for a break, kept for the host and never called here. */
 typedef void (*VrBreakRoutine)(VrWord data);
 
 /* The number of routines that the exit chain holds. */
@@ -48,13 +48,13 @@ VR_API void VrExitAdd(VrExitRoutine routine);
  * With code 0 in an executable it returns too, for the host's own exit. After
  * that no call of the library is valid but VrExitInExit and the accessors below.
  *
- * Each routine runs exactly once. A VrExit inside an exit routine, which a shortage of
- * memory there may be the cause of, runs the rest of the chain itself and then ends the
- * process or thread by its own code and the rules above; the routine that it interrupts is
- * not continued then. A call after the chain has run only applies those rules. */
+ * Each routine runs exactly once. A VrExit inside an exit routine, for example after a shortage of
+ * memory there, runs the rest of the chain itself and then ends the process or thread by its own
+ * code and the rules above; the routine that it interrupts is then not continued. A call after the
+ * chain has run only applies those rules. */
 VR_API void VrExit(int32_t code);
 
-/* 1 from the moment VrExit was first entered, before that 0. */
+/* 1 once VrExit has been entered, before that 0. */
 VR_API int32_t VrExitInExit(void);
 
 /* The instance values of the start-up record; 0 before UtilInit. */
@@ -70,18 +70,17 @@ VR_API void SetHInstance(VrWord module);
 VR_API int32_t GetRunStatus(void);
 VR_API void SetRunStatus(int32_t status);
 
-/* A nesting count of breaks. SetBreakState(0) adds 1; SetBreakState with any
- * other value takes 1 off, down to 0. */
+/* A nesting count of breaks. SetBreakState(0) adds 1; SetBreakState with any other value subtracts
+ * 1, down to 0. */
 VR_API int32_t GetBreakState(void);
 VR_API void SetBreakState(int32_t state);
 
-/* Stores the pair, in place of the one before. Nothing in the library calls it. */
+/* Stores the pair, replacing the one before. Nothing in the library calls it. */
 VR_API void SetBreakCallback(VrBreakRoutine routine, VrWord data);
 
-/* Shows a message box with an OK button, titled with the product's name, and
- * returns what the box returned. `format` and its values are those of the
- * standard formatted print; null shows an empty text. The text is cut at 255
- * characters. */
+/* Shows a message box with an OK button, titled with the product's name, and returns what the box
+ * returned. `format` and its values are those of printf; null shows an empty text. The text is cut
+ * at 255 characters. */
 VR_API int32_t VrErrorMessage(const char* format, ...) __attribute__((format(printf, 1, 2)));
 
 VR_END

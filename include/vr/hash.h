@@ -1,25 +1,25 @@
 /* Hash tables: zero-terminated keys to words.
  *
- * A table has a fixed number of buckets, whose chains get longer as it fills. It keeps
- * copies of the keys. Keys compare as whole texts, letter case included. A key may be
- * installed again: the newest entry is found, the older ones stand behind it. The
- * values are the caller's; a destructor, if there is one, is called with each value
- * that goes.
+ * A table has a fixed number of buckets, whose chains get longer as it fills. It keeps copies of
+ * the keys. Keys compare as whole texts, letter case included. A key may be installed again: the
+ * newest entry is found first, before the older ones. The values are the caller's; a destructor, if
+ * there is one, is called with each value that is removed.
  *
  * A fixed table has its entries in the fixed store (vr/fixed.h): they cost no block of
  * their own and stay in the store until VrExit, also when removed.
  *
- * A null table is passed over everywhere; a key must not be null. Neither a destructor nor a
- * predicate may change the chains of the table that calls it. */
+ * Every function ignores a null table; a key must not be null. Neither a destructor nor a predicate
+ * may change the chains of the table that calls it. */
 #ifndef VR_HASH_H
 #define VR_HASH_H
 
 #include "vr/abi.h"
 
-/* Told of a value that goes, with the data word that HashTableCreate was given. */
+/* Called with a value that is removed, and with the data word that HashTableCreate was given. */
 typedef void (*HashTableDestructor)(VrWord value, VrWord data);
 
-/* Asked about an entry, with the argument of HashTableRemoveItems. Not 0 selects it. */
+/* Selects entries: called with an entry's value and the argument of HashTableRemoveItems. A result
+ * other than 0 selects the entry. */
 typedef int32_t (*HashTablePredicate)(VrWord value, VrWord argument);
 
 /* An entry. Packed, since in a fixed table an entry may stand at any address; its key then
@@ -55,15 +55,15 @@ VR_API void HashTableDestroy(HashTable* table);
 /* The value of the key's newest entry, or 0. */
 VR_API VrWord HashTableLookup(const HashTable* table, const char* key);
 
-/* Adds an entry, in front of others of the key. */
+/* Adds an entry, which is found before others of the key. */
 VR_API void HashTableInstall(HashTable* table, const char* key, VrWord value);
 
 /* Removes the newest entry with that key and value, or with value 0 the newest one of
  * that key. Nothing happens when there is none. */
 VR_API void HashTableRemove(HashTable* table, const char* key, VrWord value);
 
-/* Removes the entries that the predicate selects, all of them when it is null. It is
- * asked once for each. */
+/* Removes the entries that the predicate selects, all of them when it is null. The predicate is
+ * called once for each entry. */
 VR_API void HashTableRemoveItems(HashTable* table, HashTablePredicate predicate, VrWord argument);
 
 /* The key of entry number `number`, from 0, and its value in *value; null, and nothing

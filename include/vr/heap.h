@@ -1,11 +1,11 @@
-/* Region heaps: small pieces that belong together and go together.
+/* Region heaps: small pieces that belong together and are freed together.
  *
- * A piece costs the move of a pointer and has no header. Pieces lie back to back in
- * chunks of a multiple of 4096 bytes, and a piece never spans two chunks; only the
- * last chunk is ever tried. What was written to a heap can be taken out as one string.
+ * Taking a piece costs moving a pointer, and a piece has no header. Pieces lie back to back in
+ * chunks of a multiple of 4096 bytes, and a piece never spans two chunks; only the last chunk is
+ * ever tried. What was written to a heap can be taken out as one string.
  *
- * A heap belongs to its creator, who destroys it; VrExit does not. A null heap is
- * passed over everywhere, with a null, 0 or NullVrStr's string as the result. */
+ * A heap belongs to its creator, who destroys it; VrExit does not. Every function accepts a null
+ * heap, and returns null, 0 or NullVrStr's string for it. */
 #ifndef VR_HEAP_H
 #define VR_HEAP_H
 
@@ -13,12 +13,12 @@
 #include "vr/chunk.h"
 #include "vr/string.h"
 
-/* Bytes of which the size of a chunk is a multiple. */
+/* The size of a chunk is a multiple of so many bytes. */
 enum { kVrHeapUnit = 4096 };
 
 /* A heap. */
 typedef struct VrHeap {
-    VrChunkChain chunks;     /* that the pieces lie in */
+    VrChunkChain chunks;     /* hold the pieces */
     struct VrHeap* previous; /* in the list of all heaps, newest first */
     struct VrHeap* next;     /* an older one; null for the oldest */
 } VrHeap;
@@ -32,7 +32,7 @@ VR_API void vrHeapInitialise(void);
 /* A new heap without a chunk. */
 VR_API VR_OWNED VrHeap* vrHeapCreate(void);
 
-/* Frees the heap and all its pieces; every heap there is. */
+/* The first frees the heap and all its pieces, the second does this with every heap. */
 VR_API void vrHeapDestroy(VrHeap* heap);
 VR_API void vrHeapDestroyAll(void);
 

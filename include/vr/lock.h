@@ -1,9 +1,9 @@
 /* Locks between processes, on named keys within a file.
  *
- * A key is hashed to a position in the empty file `__locks` beside the file, and
- * holding the key is holding a one-byte lock there. The system arbitrates, and drops
- * the locks of a process that ends. Within a process a key can be taken again and
- * again and is given back as often. Two keys of one position are one lock.
+ * A key is hashed to a position in the empty file `__locks` beside the file, and holding the key is
+ * holding a one-byte lock there. The system arbitrates, and drops the locks of a process that ends.
+ * Within a process a key can be taken several times, and must be given back as often. Two keys with
+ * the same position are one lock.
  *
  * Taking and giving back a key costs one system call each, on the first take and on
  * the last give-back only. No text may be null; a null key counts as empty.
@@ -15,16 +15,16 @@
  * key: after a ChDir that is another file, or none. Register full paths, or stay in
  * the directory.
  *
- * A lock file that was deleted excludes nobody who opens the name later, so nobody deletes
- * it while hosts run. Where it has vanished all the same, the first key taken makes it anew,
- * unless the file was closed to make room: then LockLockKey returns -1 until every
- * registration of the directory is given back and the directory is registered afresh.
+ * A lock file that was deleted excludes nobody who opens the name later, so it must not be deleted
+ * while hosts run. If it has vanished nevertheless, the first key taken creates it again, unless
+ * the file was closed to make room: then LockLockKey returns -1 until every registration of the
+ * directory is given back and the directory is registered again.
  *
- * Users. The lock file is made at the first use, empty. Who may write the directory may lock
- * in it, and nobody else, whatever the umask, as far as the process may give the file away.
- * For hosts of several users, give the directory a group of theirs, the setgid bit and group
- * write permission (chgrp GROUP DIR; chmod g+ws DIR): the lock file then takes that group. Run
- * each host with umask 002, so that the records too are made with group write permission.
+ * Users. The lock file is made at the first use, empty. Whoever may write the directory may lock in
+ * it, and nobody else, whatever the umask, as far as the process may change the file's owner and
+ * group. For hosts of several users, give the directory a group of theirs, the setgid bit and group
+ * write permission (chgrp GROUP DIR; chmod g+ws DIR): the lock file then takes that group. Run each
+ * host with umask 002, so that the records too are made with group write permission.
  *
  * A fork of a host shares its locks until it runs another program. */
 #ifndef VR_LOCK_H
@@ -58,8 +58,8 @@ VR_API int32_t LockInit(void);
  * kVrLockTooManyOpenFiles, or kVrLockNotOffered when the directory's file system has no
  * locks. A lock file that this call has made and that cannot be locked is deleted again.
  *
- * 65535 directories can be registered at once; one more gives kVrLockFailed. Two spellings of
- * a directory are two, whose keys exclude each other. Each call that returns a handle is
+ * 65535 directories can be registered at once; one more gives kVrLockFailed. Two spellings of a
+ * directory count as two, and their keys exclude each other. Each call that returns a handle is
  * matched by one LockDeregister. */
 VR_API int32_t LockRegister(const char* path, VrLockHandle* handle);
 

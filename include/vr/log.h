@@ -11,10 +11,10 @@
  * before VrdbLogInit. Null texts and strings are written as empty ones, and a zero byte
  * in a file name or key ends its text.
  *
- * The file is made without write permission, so nobody can open it for writing again, the
- * superuser included: VrdbLogInit fails in every later run, and in every other process that
- * uses the directory, until somebody deletes the file by hand. Each process that is to log
- * needs a directory of its own, and the old file out of the way first. */
+ * The file is made without write permission, so nobody can open it for writing again, the superuser
+ * included: VrdbLogInit fails in every later run, and in every other process that uses the
+ * directory, until somebody deletes the file by hand. Each process that is to log needs a directory
+ * of its own, from which the old file was deleted. */
 #ifndef VR_LOG_H
 #define VR_LOG_H
 

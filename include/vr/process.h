@@ -16,12 +16,12 @@ VR_BEGIN
  *               directory or the product's bin is run in the shell's place, with /c TEXT
  *     TEXT      in the shell, and waits
  *
- * N is the window mode, 0 to 9, directly after the sign; larger numbers count as 9. It is
- * handed on and shows nothing on Linux. With & and + it is 3 unless given and above 0; a
- * hidden run opens its window unless a 0 is written. The shell is /bin/sh, so TEXT is its
- * text: a backslash quotes, and paths are written with /. Only the name of a redirect may be a
- * platform path (platform/programs.h). A program of & or + is looked for in the folder of the
- * running program, in the current directory and in PATH.
+ * N is the window mode, 0 to 9, directly after the sign; larger numbers count as 9. It is passed
+ * on, and has no effect on Linux. With & and + it is 3 unless given and above 0; a hidden run opens
+ * its window unless a 0 is written. The shell is /bin/sh, so TEXT is its text: a backslash quotes,
+ * and paths are written with /. Only the name of a redirect may be a platform path
+ * (platform/programs.h). A program of & or + is looked for in the folder of the running program, in
+ * the current directory and in PATH.
  *
  * A text with a ; goes to the shell as a batch file of its parts, "__aavrtm.bat" in the
  * current directory, also when the ; stands in quotes. Without permission to write it, the
@@ -29,17 +29,16 @@ VR_BEGIN
  * none. When the disk is full, the part that was written runs. Two hosts that do this in
  * one directory overwrite each other's file.
  *
- * A `command` that is null, blank or a bare & or + starts the shell alone. `outputFile`,
- * the name of a redirect too, receives the output of what runs in the shell, which makes the
- * file; null and empty mean none, and & and + ignore it. A line has 259 characters at most,
- * the name of the shell included, and the output file's name 250 in a batch file.
+ * A `command` that is null, blank or a bare & or + starts the shell alone. `outputFile`, the name
+ * of a redirect too, receives the output of what runs in the shell, and the shell creates that
+ * file; null and empty mean none, and & and + ignore it. A line has 259 characters at most, the
+ * name of the shell included, and the output file's name 250 in a batch file.
  *
  * Returns the exit code: 0 to 255, or 128 and the signal's number for a program that a signal
- * ended, or 0 when the host ignores SIGCHLD or has waited for the child itself. Returns 1
- * when nobody waits. A command that cannot be started, or is too long, shows a message and
- * gives 0, or -1 when hidden. A command that the shell cannot find gives the shell's code,
- * 127. The wait has no limit and cannot be cancelled. MemBuf3 and MemBuf4 are used by a
- * hidden run. */
+ * ended, or 0 when the host ignores SIGCHLD or has waited for the child itself. Returns 1 when
+ * nobody waits. A command that cannot be started, or is too long, shows a message and gives 0, or
+ * -1 when hidden. A command that the shell cannot find gives the shell's code, 127. The wait has no
+ * limit and cannot be cancelled. A hidden run uses MemBuf3 and MemBuf4. */
 VR_API int32_t System(const char* command, const char* outputFile);
 
 /* The value of the variable VRLPORT, or "Unknown". Not to be freed; valid until the next

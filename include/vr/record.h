@@ -79,13 +79,13 @@ void VrRecordUnlock(VrRecordKey* held);
  * except after kVrRecordDone. */
 int32_t VrRecordRead(const char* path, int32_t limit, VrString* record);
 
-/* Puts the record in the place of the file in one step: whoever reads finds the old record or
- * the new one, whole. The bytes are on the disk by then. A file that was there leaves its
- * permissions, owner and group to the new one, as far as the process may set them, and nobody
- * who could not read the old record can read the new one meanwhile. `held` is the key under which
- * the record is changed, or null. With the record's own key, the temporary files that killed hosts
- * left of it are deleted. kVrRecordDone, kVrRecordNoTemporaryName, kVrRecordNotWritten or
- * kVrRecordPathTooLong; the old record stands after all but the first. */
+/* Replaces the file by the record in one step: a reader finds either the old record or the new one,
+ * complete. The bytes are on the disk by then. The new file gets the permissions, owner and group
+ * of the old one, as far as the process may set them, and nobody who could not read the old record
+ * can read the new one meanwhile. `held` is the key under which the record is changed, or null.
+ * With the record's own key, the temporary files of this record that killed hosts left are deleted.
+ * kVrRecordDone, kVrRecordNoTemporaryName, kVrRecordNotWritten or kVrRecordPathTooLong; the old
+ * record stands after all but the first. */
 int32_t VrRecordReplace(const char* path, VrString record, const VrRecordKey* held);
 
 /* A file of a folder. */
@@ -98,7 +98,7 @@ typedef struct VrRecordEntry {
 typedef struct VrRecordList {
     VrRecordEntry* entries; /* `count` of them */
     int32_t count;          /* 0 for an empty folder */
-    VrHeap* names;          /* that holds the names' texts */
+    VrHeap* names;          /* holds the names' texts */
 } VrRecordList;
 
 /* Lists the files of a folder, without the lock file and without temporary files whose record

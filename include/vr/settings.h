@@ -12,22 +12,21 @@
  *     IniGetSection             file
  *     DLLGetEnv                 process environment
  *
- * How the file is read. A section is [NAME], found at any [ of the text, in a
- * comment or a value too; the first one of that name counts. A key matches as far
- * as it is long, so LOG also finds LOGFILE=x; the first match in the section counts.
- * Names and keys have no case. The value begins at the first byte after the next =
- * that is no white space, on whatever line that is, and ends with its line, at most
- * 255 bytes on, less its trailing white space. So a key with nothing after its = has
- * the next line that is not blank as its value: of A= and then B=1, A is "B=1". A ; begins
- * a comment only at the start of a line, except in IniGetSection. A null section or key
- * names no setting.
+ * How the file is read. A section is [NAME], found at any [ of the text, in a comment or a value
+ * too; the first one of that name counts. A key also matches longer keys that begin with it, so LOG
+ * finds LOGFILE=x; the first match in the section counts. Case does not matter in names and keys.
+ * The value begins at the first byte after the next = that is no white space, on whatever line that
+ * is, and ends with its line, or after 255 bytes, without trailing white space. So a key with
+ * nothing after its = has the next line that is not blank as its value: of A= and then B=1, A is
+ * "B=1". A ; begins a comment only at the start of a line, except in IniGetSection. A null section
+ * or key names no setting.
  *
  * How [ENVIRONMENT] is copied. A variable's name begins at the first letter of its line and
- * consists of letters, digits and ; only. Blanks, tabs and = after it are skipped, and the
- * rest of the line is the value, less its trailing white space. A name that ends at any other
- * character gets an empty value: MY_VAR=1 sets MY. So no name with an underscore can be set,
- * VRPLATFORM_ names included. A line is cut at 255 bytes, and its rest read as a further
- * line. An empty value stays empty.
+ * consists of letters, digits and ; only. Blanks, tabs and = after it are skipped, and the rest of
+ * the line is the value, without trailing white space. A name that ends at any other character gets
+ * an empty value: MY_VAR=1 sets MY. So no name with an underscore can be set, VRPLATFORM_ names
+ * included. A line is cut at 255 bytes, and its rest read as a further line. An empty value stays
+ * empty.
  *
  * Registry values stand under HKEY_LOCAL_MACHINE, Software\Veldane\PRODUCT\SECTION, the
  * value's name being the key. An empty value is found, and hides the file's. The type is

@@ -5,10 +5,10 @@
  *     | memo    | memo   | capacity | header      | length | text ... | 0 |
  *     | number  | cursor |          | class byte  |
  *
- * Text may hold any byte: the length, not the zero, says where it ends. A string
- * made with a length of 129 bytes or more is a long one and has the three words
- * in front: room to grow, and a memo with which the editing of large dynamic arrays
- * finds its place again. A short string has only the header word.
+ * Text may hold any byte: the length, not the zero, says where it ends. A string made with a length
+ * of 129 bytes or more is a long one, with three more words in front: the capacity, for room to
+ * grow, and a memo with which the editing of large dynamic arrays finds its place again. A short
+ * string has only the header word.
  *
  * Whoever receives a VrString owns it and gives it back with free_mem. The three
  * shared strings may be given to free_mem too, which ignores them; they are

@@ -31,8 +31,8 @@ enum {
  *     26 to 41    22.1 to 22.16, the background colours
  *     42 to 49    nothing: they are empty
  *
- * The key lists are the values of attribute 11. The three tables, values 1 to 3 of
- * attribute 16, run beside them, with a subvalue for each list. */
+ * The key lists are the values of attribute 11. Each of the three tables, values 1 to 3 of
+ * attribute 16, has a subvalue for each list. */
 typedef struct __attribute__((packed)) ScreenDefinition {
     int32_t columns;                         /* 5.1 */
     int32_t rows;                            /* 5.2 */
@@ -80,10 +80,10 @@ VR_API const ScreenDefinition* EnvironScreenDefinition(void);
 /* Puts the size into the definition and the record. 1, or 0 when nothing is built yet. */
 VR_API int32_t EnvironSetTerminal(int32_t columns, int32_t rows);
 
-/* The readers of escape sequences. A sequence is ESC, a command letter, parameters and a
- * dot; `text` begins at the command letter, which is not looked at, and needs no end but a
- * byte that does not belong. A number is blanks, a minus, a plus, digits and blanks, each
- * of which may be missing; one without digits is 0, one beyond 32 bits wraps round.
+/* The readers of escape sequences. A sequence is ESC, a command letter, parameters and a dot;
+ * `text` begins at the command letter, which is not checked, and is read up to the first byte that
+ * does not belong to the sequence. A number is blanks, a minus, a plus, digits and blanks, each of
+ * which may be missing; one without digits is 0, one beyond 32 bits wraps around.
  *
  * Each returns 1 for a well-formed sequence and 0 otherwise. *used is set to the bytes of
  * the sequence, or to the offset of the first byte that was not accepted; numbers read

@@ -29,8 +29,8 @@ bool IsLast(int64_t seconds, const char* zone) {
     return zone == nullptr || std::strcmp(last.zone, zone) == 0;
 }
 
-// The C library looks at the zone's file at each look-up. Within one second of one zone the
-// local time is one, since a zone changes at whole seconds.
+// The C library checks the zone's file at each look-up. Within one second of one zone the local
+// time is the same, since a zone changes at whole seconds.
 const tm& LocalTime(int64_t seconds) {
     const char* zone = std::getenv("TZ");
     if (IsLast(seconds, zone)) return last.local;

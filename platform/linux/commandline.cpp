@@ -50,8 +50,8 @@ bool IsBlank(char c) {
     return c == ' ' || c == '\t';
 }
 
-// Takes a run of backslashes, and the quote after it if there is one. Before a
-// quote two of them are one, and an odd one makes the quote a byte like any other.
+// Takes a run of backslashes, and the quote after it if there is one. Before a quote two of them
+// stand for one, and an odd one makes the quote an ordinary byte.
 void TakeBackslashes(const std::string& line, size_t& at, std::string& word, bool& quoted) {
     const size_t end = std::min(line.find_first_not_of('\\', at), line.size());
     const size_t backslashes = end - at;
@@ -89,7 +89,8 @@ bool IsFile(const std::string& hostPath) {
     return stat(hostPath.c_str(), &status) == 0 && S_ISREG(status.st_mode);
 }
 
-// What a bare name may find: a data file of that name hides no program in a later place.
+// Whether a bare name may stand for this file: a data file must not hide a program of that name in
+// a later place.
 bool IsRunnable(const std::string& hostPath) {
     return IsFile(hostPath) && (IsBatchName(hostPath) || access(hostPath.c_str(), X_OK) == 0);
 }
@@ -167,8 +168,8 @@ bool IsOnesOwn(const struct stat& status) {
     return (status.st_uid == geteuid() || status.st_uid == 0) && status.st_nlink == 1;
 }
 
-// A batch file's lines as a text for the shell. The name may be that of a pipe by now, whose
-// opening would wait for the other side.
+// A batch file's lines as a text for the shell. The name may be that of a pipe by now, and opening
+// it would wait for the other side.
 Batch ReadBatch(const std::string& hostPath, bool mustBeOwn, std::string& text) {
     const Descriptor file(OpenResolved(hostPath.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC, 0));
     struct stat status;
@@ -204,9 +205,9 @@ int FileCommand(const std::string& hostPath, const std::vector<std::string>& wor
     return 0;
 }
 
-// The text after /c may begin with the name of a batch file, which runs in a shell of its
-// own; what follows the name, a redirect maybe, is for the shell around it. A file in the
-// current directory, where a host puts those that it writes for a moment, must be one's own.
+// The text after /c may begin with the name of a batch file, which runs in a shell of its own; what
+// follows the name, a redirect maybe, is for the shell around it. A file in the current directory,
+// where hosts write their temporary ones, must belong to the user.
 int TextCommand(const std::string& text, HostCommand& command) {
     std::string found;
     std::string lines;

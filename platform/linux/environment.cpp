@@ -11,7 +11,7 @@ namespace {
 
 constexpr char kDefaultWindowsDirectory[] = "C:\\WINDOWS";
 
-// The rule of every service here that fills a caller's buffer with a text.
+// How every service here fills a caller's buffer with a text.
 uint32_t CopyOut(const char* text, char* buffer, uint32_t size) {
     const auto length = static_cast<uint32_t>(std::strlen(text));
     if (length >= size) return length + 1;

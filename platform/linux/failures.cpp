@@ -1,5 +1,4 @@
-// The plans are their services' own; how often a call was made to fail is counted here
-// for all of them.
+// Each service has its own plan; the failures of all are counted here.
 
 #include "linux/failures.h"
 

@@ -1,6 +1,5 @@
-// Numbered files over descriptors. A handle is an index into a table of its own, so that
-// numbers begin at 3 whatever the process inherited, and so that text mode and locks have a
-// place to be kept.
+// Numbered files over descriptors. A handle is an index into a table of its own, so that numbers
+// begin at 3 whatever the process inherited, and so that text mode and locks can be kept with it.
 
 #include "linux/files.h"
 
@@ -136,7 +135,7 @@ int32_t FileSeek(int32_t handle, int32_t offset, int32_t origin) {
     if (file == nullptr) return -1;
     if (origin < kSeekStart || origin > kSeekEnd) return Refuse(EINVAL);
     file->textEnded = false;
-    // From the start no offset leads beyond 31 bits.
+    // From the start of the file no offset exceeds 31 bits.
     const off_t before = origin == kSeekStart ? 0 : lseek(file->descriptor, 0, SEEK_CUR);
     const off_t reached = lseek(file->descriptor, offset, origin);
     if (reached > INT32_MAX) lseek(file->descriptor, before, SEEK_SET);

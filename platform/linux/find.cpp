@@ -1,5 +1,5 @@
-// Directory searches: one directory stream a search, its names held against the
-// pattern without regard to case.
+// Directory searches: each search has a directory stream, whose names are compared with the pattern
+// without regard to case.
 
 #include <dirent.h>
 #include <fcntl.h>
@@ -42,7 +42,7 @@ std::string NamePattern(std::string_view pattern) {
     return std::string(pattern == "*.*" ? "*" : pattern);
 }
 
-// Takes its memory before the directory is opened.
+// Allocates its memory before the directory is opened.
 int32_t NewSearch(const char* hostPath, std::string_view pattern) {
     std::vector<Search>& searches = Searches();
     const auto isFree = [](const Search& search) { return search.directory == nullptr; };
@@ -57,12 +57,12 @@ bool IsLetter(char c) {
     return FoldCase(c) >= 'a' && FoldCase(c) <= 'z';
 }
 
-// A name that would read as two, or as one on another drive, cannot be opened.
+// A name that would be read as two names, or as one on another drive, cannot be opened.
 bool IsNameable(const char* name) {
     return std::strchr(name, '\\') == nullptr && !(IsLetter(name[0]) && name[1] == ':');
 }
 
-// At a byte that does not fit, the last * takes one byte more.
+// At a byte that does not match, the last * takes one byte more.
 bool Fits(const char* name, const char* pattern) {
     const char* afterStar = nullptr;
     const char* retry = nullptr;
@@ -85,7 +85,7 @@ bool Fits(const char* name, const char* pattern) {
     return *pattern == '\0';
 }
 
-// Parts the pattern into the host's directory and the pattern of names.
+// Divides the pattern into the host's directory and the pattern of names.
 bool SplitPattern(std::string_view& pattern, char (&hostPath)[kHostPathSize]) {
     const size_t nameStart = pattern.find_last_of("\\/:") + 1;  // 0 when there is none
     char directory[kHostPathSize] = ".";

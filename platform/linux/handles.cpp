@@ -1,5 +1,5 @@
-// Handles are counted up and never used again, so that a stale one stays bad. They are a
-// chain, so that a new one takes a piece of memory of its own and moves no other.
+// Handles are counted up and never used again, so that a stale one stays bad. They are a linked
+// list, so that a new one allocates its own memory and moves no other.
 
 #include "linux/handles.h"
 

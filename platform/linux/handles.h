@@ -1,4 +1,4 @@
-// Handles of processes and of whatever the platform's further libraries give out.
+// Handles of processes, and of the objects of the platform's further libraries.
 #ifndef LINUX_HANDLES_H
 #define LINUX_HANDLES_H
 
@@ -10,12 +10,12 @@ struct HandleKind {
 
 PLATFORM_BEGIN
 
-// A handle for an object, which its kind's close gets when CloseHandle is called. Null when
-// memory is short, and close has got the object then; null for a null object, too.
+// A handle for an object, which its kind's close gets when CloseHandle is called. Null when memory
+// is short, and then close has been called for the object; null for a null object, too.
 PLATFORM_API void* PlatformNewHandle(const HandleKind* kind, void* object)
     PLATFORM_SYMBOL(PlatformNewHandle);
 
-// The object behind the handle; null when it is bad or of another kind.
+// The object of the handle; null when it is bad or of another kind.
 PLATFORM_API void* PlatformHandleObject(const HandleKind* kind, void* handle)
     PLATFORM_SYMBOL(PlatformHandleObject);
 

@@ -14,7 +14,7 @@ auto Insist(Call call) {
     return result;
 }
 
-// As much as goes; -1 only when nothing did.
+// Writes as much as possible; -1 only when nothing was written.
 inline ssize_t WriteAll(int descriptor, const char* bytes, size_t count) {
     size_t done = 0;
     while (done < count) {
@@ -26,7 +26,7 @@ inline ssize_t WriteAll(int descriptor, const char* bytes, size_t count) {
     return static_cast<ssize_t>(done);
 }
 
-// Up to the end or `count` bytes; -1 when a read fails.
+// Reads up to the end or `count` bytes; -1 when a read fails.
 inline ssize_t ReadAll(int descriptor, char* bytes, size_t count) {
     size_t done = 0;
     while (done < count) {

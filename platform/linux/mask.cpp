@@ -29,7 +29,7 @@ bool IsC1(unsigned char byte) {
     return byte >= 0x80 && byte <= 0x9F;
 }
 
-// How many bytes a character of UTF-8 has by its first one; 0 for what begins none.
+// How many bytes a character of UTF-8 has by its first one; 0 for a byte that begins none.
 uint32_t LengthByFirst(unsigned char byte) {
     if (byte >= 0xC2 && byte <= 0xDF) return 2;
     if (byte >= 0xE0 && byte <= 0xEF) return 3;

@@ -1,6 +1,6 @@
-// Memory blocks over the C heap, small ones by way of pages of pieces. A block carries its asked
-// size in a header of eight bytes, since a resize must know which bytes are new and the C heap
-// only knows a rounded size. The address handed out is the one after the header.
+// Memory blocks over the C heap; small ones are pieces of pages. A block carries its asked size in
+// a header of eight bytes, since a resize must know which bytes are new and the C heap only knows a
+// rounded size. The caller gets the address after the header.
 
 #include "platform/memory.h"
 
@@ -56,7 +56,7 @@ void GiveBack(BlockHeader* header) {
     }
 }
 
-// The block moved where it needs more room; null leaves it as it was.
+// The block, moved where it needs more room; null leaves it unchanged.
 BlockHeader* WithRoom(BlockHeader* header, uint32_t size) {
     const size_t total = sizeof(BlockHeader) + size;
     if (header->page == nullptr) return static_cast<BlockHeader*>(std::realloc(header, total));
@@ -99,8 +99,8 @@ void* LocalFree(void* block) {
     return nullptr;
 }
 
-// A line of the map begins with the range's first address and the one behind it, in
-// hexadecimal and with a hyphen between.
+// A line of the map begins with the range's first address and the one after its end, in hexadecimal
+// with a hyphen between.
 uint32_t GlobalCompact(uint32_t) {
     malloc_trim(0);
     std::FILE* maps = std::fopen("/proc/self/maps", "re");

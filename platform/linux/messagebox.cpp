@@ -42,8 +42,8 @@ const ButtonSet& ButtonsOf(uint32_t style) {
     return (style & kButtonBits) == MB_RETRYCANCEL ? kRetryCancelSet : kOkSet;
 }
 
-// A record's bytes may be shown here, so what would steer a terminal is masked. Nobody is
-// left to hear of a terminal that cannot be written.
+// A record's bytes may be shown here, so bytes that would control a terminal are masked. A failure
+// to write to the terminal cannot be reported anywhere.
 void WriteText(int descriptor, const char* text) {
     char chunk[512];
     for (size_t left = std::strlen(text); left != 0;) {

@@ -1,6 +1,5 @@
-// Loaded modules, over the dynamic linker. The linker's own list of loaded
-// objects tells a true handle from a stray number: dlinfo and dlclose would
-// trust whatever they are given.
+// Loaded modules, over the dynamic linker. A handle is looked up in the linker's list of loaded
+// objects, since dlinfo and dlclose would trust any number that they are given.
 
 #include <dlfcn.h>
 #include <link.h>
@@ -41,9 +40,10 @@ bool ModulePath(void* module, char (&path)[kHostPathSize]) {
     return realpath(name, path) != nullptr;
 }
 
-// The folder that this library was loaded from, with a separator at its end. It is asked
-// for an object of its own, since a host's address of a service may be that of a stub, and
-// while it is being loaded, since a name from the current directory means nothing later.
+// The folder that this library was loaded from, with a separator at its end. The address of an
+// object of this library is looked up, since a host's address of a service may be that of a stub;
+// and it is done while the library is being loaded, since a name relative to the current directory
+// means nothing later.
 char ownFolder[kHostPathSize];
 
 __attribute__((constructor)) void FindOwnFolder() {
@@ -54,7 +54,7 @@ __attribute__((constructor)) void FindOwnFolder() {
     if (separator != nullptr) separator[1] = '\0';
 }
 
-// A name of the platform's kind, X or X.DLL, may be that of the host's X.so or libX.so.
+// A platform name, X or X.DLL, may stand for the host's X.so or libX.so.
 struct LibraryName {
     const char* whole;
     const char* stem;
@@ -72,8 +72,7 @@ LibraryName SplitName(const char* name) {
     return {name, stem, static_cast<int>(stem - name), static_cast<int>(stemLength)};
 }
 
-// Anything but a file would be opened before it is refused, and a pipe waits for its other
-// side then.
+// The linker would open anything before it refuses it, and opening a pipe waits for the other side.
 void* LoadPath(const char* path) {
     struct stat status;
     if (stat(path, &status) != 0 || !S_ISREG(status.st_mode)) return nullptr;

@@ -1,6 +1,6 @@
-// How a file is opened: without waiting, above the standard streams, never through what a
-// stranger planted, and never for writing without a write permission, which binds the
-// superuser here too.
+// How a file is opened: without waiting, above the standard streams, never through a stranger's
+// link or pipe, and never for writing without a write permission, which binds the superuser here
+// too.
 
 #include "linux/open.h"
 
@@ -48,14 +48,14 @@ bool MustMake(int32_t flags) {
     return (flags & kOpenCreate) != 0 && (flags & kOpenExclusive) != 0;
 }
 
-// Whether an existing file may be used. Its permission is looked at before anything is cut.
+// Whether an existing file may be used. Its permission is checked before the file is cut.
 bool IsUsable(const OpenRequest& request, const struct stat& status) {
     if (S_ISDIR(status.st_mode) || !IsTrustedPipe(request.path, status)) return false;
     return !Writes(request.flags) || (status.st_mode & kAnyWrite) != 0;
 }
 
-// A file that is there. The open itself does not wait for the other end of a pipe; what is
-// read and written later does.
+// Opens an existing file. The open itself does not wait for the other end of a pipe; later reads
+// and writes do.
 int OpenExisting(const OpenRequest& request, struct stat& status) {
     const int descriptor = OpenResolved(request.path, request.hostFlags | O_NONBLOCK, 0);
     if (descriptor == -1) return errno == EISDIR ? Refuse(EACCES) : -1;
@@ -73,7 +73,7 @@ int OpenExisting(const OpenRequest& request, struct stat& status) {
     return descriptor;
 }
 
-// The directory's owner and group, as far as they can be given, and their rights to write.
+// Gives the file the directory's owner and group, as far as possible, and their rights to write.
 void TakeFolderRights(int descriptor, const char* path) {
     constexpr int kGroup = 3;
     constexpr int kOwner = 6;
@@ -99,8 +99,8 @@ int Create(const OpenRequest& request, OpenFile& file) {
     return descriptor;
 }
 
-// Another process may make or delete the file between two steps; a link that leads nowhere
-// would look so for ever.
+// Another process may make or delete the file between two steps; a link that leads nowhere would
+// look like that for ever.
 int OpenOrCreate(const OpenRequest& request, OpenFile& file, struct stat& status) {
     const bool creates = (request.flags & kOpenCreate) != 0;
     if (MustMake(request.flags)) return Create(request, file);
@@ -113,8 +113,8 @@ int OpenOrCreate(const OpenRequest& request, OpenFile& file, struct stat& status
     return Refuse(EACCES);
 }
 
-// Most files are there, as spelled and without a link on the way. Then the open itself is the
-// only look at the disk that their path takes; where it fails the path is looked into.
+// Most files exist as spelled and without a link on the way. Then the open is the only access to
+// the disk; where it fails the path is resolved.
 int OpenAsSpelled(const char* path, char (&hostPath)[kHostPathSize], const OpenRequest& request,
                   struct stat& status) {
     if (MustMake(request.flags) || !SpelledHostPath(path, hostPath)) return -1;

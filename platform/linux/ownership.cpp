@@ -1,4 +1,4 @@
-// Whose a file is and who may do what with it, in words for a message.
+// Owner, group and rights of a file, in words for a message.
 
 #include <fcntl.h>
 #include <sys/stat.h>

@@ -1,7 +1,7 @@
-// Paths in two steps: a text is first made a full drive path, by the current directory and
-// without looking at the disk, and then found under its drive's root, name by name, where a
-// name that is not there as spelled is looked for in any case. All of it happens in buffers
-// of fixed size, so that files can be named when memory is out.
+// Paths in two steps: a text is first made a full drive path, by the current directory and without
+// looking at the disk, and then found under its drive's root, name by name, where a name that is
+// not there as spelled is looked for in any case. All of it happens in buffers of fixed size, so
+// that files can be named when there is no memory.
 
 #include "linux/paths.h"
 
@@ -104,8 +104,8 @@ bool AppendNames(std::string_view text, FullPath& full) {
     return true;
 }
 
-// A path lies on the drive whose root is the nearest above it. A name that holds a backslash
-// would read as two.
+// A path lies on the drive whose root is the nearest above it. A name that holds a backslash would
+// be read as two names.
 bool SplitHostPath(std::string_view hostPath, FullPath& full) {
     if (hostPath.find('\\') != std::string_view::npos) return false;
     size_t nearest = 0;
@@ -127,7 +127,7 @@ bool SplitCurrentDirectory(FullPath& full) {
     return getcwd(directory, sizeof directory) != nullptr && SplitHostPath(directory, full);
 }
 
-// Where the current directory lies on no drive, or is gone, only what it has no part in can
+// Where the current directory lies on no drive, or is gone, only paths that do not depend on it can
 // be named; a path from the root is then on drive C.
 bool StartSplit(char drive, bool fromRoot, FullPath& full) {
     const bool isFull = drive != '\0' && fromRoot;
@@ -148,7 +148,7 @@ bool SplitPath(std::string_view path, FullPath& full) {
     return StartSplit(drive, fromRoot, full) && AppendNames(path, full);
 }
 
-// Below the current directory a name is the same on whichever drive that lies.
+// Below the current directory a name does not depend on the drive.
 bool IsBelowCurrent(std::string_view path) {
     return DriveOf(path) == '\0' && !IsSeparator(path.front()) &&
            path.find("..") == std::string_view::npos;
@@ -160,7 +160,7 @@ bool LiesOnADrive(std::string_view hostPath) {
         return DriveRoot(drive, root) && IsBelow(hostPath, root);
     };
     if (hostPath.find('\\') != std::string_view::npos) return false;
-    if (isOn(kDefaultDrive)) return true;  // as mostly
+    if (isOn(kDefaultDrive)) return true;  // the usual case
     char drive = 'A';
     while (drive <= 'Z' && !isOn(drive))
         ++drive;

@@ -76,7 +76,7 @@ bool IsZombie(pid_t process) {
     return ReadStateOf(static_cast<uint32_t>(process), state) && state.letter == 'Z';
 }
 
-// A thread can be joined before it has left /proc; its flags tell that it is on its way.
+// A thread can be joined before it has left /proc; its flags show that it is ending.
 bool IsEndingThread(uint32_t thread) {
     char name[kNameSize];
     TaskState state;
@@ -84,8 +84,8 @@ bool IsEndingThread(uint32_t thread) {
     return !ReadState(name, state) || state.letter == 'Z' || (state.flags & kExiting) != 0;
 }
 
-// Threads of the kernel are in no process group, which is a cheap question. A program whose
-// group began outside a container reads 0 too.
+// Threads of the kernel are in no process group, which is cheap to check. The group of a program
+// that was started outside a container reads 0 too.
 bool IsKernelThread(uint32_t number) {
     TaskState state;
     return getpgid(static_cast<pid_t>(number)) == 0 && ReadStateOf(number, state) &&

@@ -28,7 +28,7 @@ private:
     alignas(8) char buffer_[kBufferSize];
 };
 
-// Whether the process has ended, and only waits for somebody to take note of it.
+// Whether the process has ended and only waits to be collected.
 bool IsZombie(pid_t process);
 
 // Whether the thread of this process has ended or is past its last step.

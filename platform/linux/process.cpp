@@ -13,8 +13,8 @@
 
 namespace {
 
-// The C library loads the unwinder when it is first needed, and ends the process when there
-// is no memory for that. A thread that ends needs it.
+// Ending a thread needs the unwinder, which the C library loads at first use; without memory for
+// that it would end the process.
 __attribute__((constructor)) void LoadUnwinder() {
     void* frame = nullptr;
     backtrace(&frame, 1);

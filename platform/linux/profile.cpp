@@ -1,5 +1,5 @@
-// Private profiles: files of sections and keys. Each request reads the file anew and goes
-// through it once.
+// Private profiles: files of sections and keys. Each request reads the file again and goes through
+// it once.
 
 #include <algorithm>
 #include <cstring>
@@ -12,7 +12,7 @@
 
 namespace {
 
-// A file named without a directory stands in the Windows directory.
+// A file named without a directory is in the Windows directory.
 std::string PathOf(const char* file) {
     if (std::strpbrk(file, "\\/:") != nullptr) return file;
     const uint32_t size = GetWindowsDirectoryA(nullptr, 0);
@@ -49,7 +49,7 @@ std::string SectionNames(std::string_view text) {
     return names;
 }
 
-// Moves the text behind the section's line; false when there is no such section.
+// Moves the text to after the section's line; false when there is no such section.
 bool FindSection(std::string_view& text, const char* section) {
     std::string_view line;
     std::string_view name;
@@ -101,7 +101,7 @@ uint32_t CopyText(std::string_view text, char* buffer, uint32_t size) {
     return static_cast<uint32_t>(length);
 }
 
-// A list has a zero behind each name and one more at its end, also where it is cut.
+// A list has a zero after each name and one more at its end, also where it is cut.
 uint32_t CopyList(const std::string& names, char* buffer, uint32_t size) {
     const size_t length = names.size();
     if (length < size) {
@@ -140,7 +140,7 @@ uint32_t GetPrivateProfileStringA(const char* section, const char* key, const ch
     if (buffer == nullptr || size == 0) return 0;
     const ProfileRequest request = {section, key, defaultValue == nullptr ? "" : defaultValue,
                                     file};
-    // What a file that cannot be read gives stands in the buffer first.
+    // The buffer first gets the result for a file that cannot be read.
     const bool isList = section == nullptr || key == nullptr;
     const uint32_t length =
         isList ? CopyList("", buffer, size) : CopyText(request.defaultValue, buffer, size);

@@ -1,7 +1,7 @@
-// Programs are spawned with nothing of ours but the standard streams. A process object
-// is shared by its handles; when the last of them goes before the process has ended, the
-// reaper waits for the end, so that no zombie stays. All memory is taken before a program
-// starts: nothing can fail once it runs.
+// Programs are spawned with nothing of ours but the standard streams. A process object is shared by
+// its handles; when the last of them is closed before the process has ended, the reaper waits for
+// the end, so that no zombie stays. All memory is taken before a program starts: nothing can fail
+// once it runs.
 
 #include "platform/programs.h"
 
@@ -47,7 +47,7 @@ constexpr uint32_t kDefaultPlatformNumber = 2;
 
 struct Process {
     pid_t number;
-    std::unique_ptr<Child> child;  // null for what this process does not have to wait for
+    std::unique_ptr<Child> child;  // null when this process need not wait for it
     bool ended;
     uint32_t exitCode;
     int references;
@@ -96,7 +96,7 @@ void Poll(Process& process, int options) {
     int status = 0;
     const pid_t result = Insist([&] { return waitpid(process.number, &status, options); });
     if (result == process.number) NoteEnd(process, status);
-    // Somebody else has waited for it: how it ended cannot be known any more.
+    // Somebody else has waited for it, so how it ended is unknown.
     if (result < 0) process.ended = true;
 }
 
@@ -200,7 +200,7 @@ int32_t StartUnlessShort(const char* commandLine, ProcessInformation* informatio
     return started == kShort ? Fail(kNoMemory) : started;
 }
 
-// As if a program had run.
+// Reports a program as having run.
 int32_t GiveEnded(uint32_t exitCode, ProcessInformation* information) {
     Process* process = NewProcess(*information);
     if (process == nullptr) return Fail(kNoMemory);
@@ -208,9 +208,9 @@ int32_t GiveEnded(uint32_t exitCode, ProcessInformation* information) {
     return 1;
 }
 
-// Waits until the process has ended, but no longer than so many milliseconds, or any time
-// less: a signal ends the wait, and a system that has no descriptor to give is asked again
-// and again. True when the process is known to have ended.
+// Waits until the process has ended, for at most so many milliseconds. It may return earlier: a
+// signal ends the wait, and without a free descriptor the process is polled. True when the process
+// is known to have ended.
 bool AwaitEnd(pid_t number, int milliseconds) {
     const Descriptor process(static_cast<int>(syscall(SYS_pidfd_open, number, 0)));
     if (process.Get() == -1) {

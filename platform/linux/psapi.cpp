@@ -9,8 +9,8 @@
 
 namespace {
 
-// The program that was asked for last. A handle is never given out again, so what was read
-// for it stays its own.
+// The program that was asked for last. A handle is never reused, so what was read for it stays
+// valid.
 struct Program {
     void* process;
     char name[kProgramNameSize];

@@ -1,7 +1,7 @@
-// One thread waits for all children that were left to themselves. It waits for the end of
-// any child, without taking note of it, and then asks for those of its list one by one: the
-// host's own children stay the host's. The thread ends with the list. All signals are
-// blocked in it, so that the host's handlers never run there.
+// One thread waits for all children that were left to themselves. It waits until any child has
+// ended, without collecting its code, and then collects those of its list one by one, so the host's
+// own children are left to the host. The thread ends with the list. All signals are blocked in it,
+// so that the host's handlers never run there.
 
 #include "linux/reaper.h"
 
@@ -26,9 +26,9 @@ std::mutex mutex;  // of all that follows
 Child* firstChild = nullptr;
 pthread_t thread;
 std::atomic<pid_t> threadNumber = 0;
-bool threadWorks = false;  // it will look at the list once more
+bool threadWorks = false;  // it will read the list once more
 
-// Whether any child has gone off the list. One that somebody else waited for goes, too.
+// Whether any child has left the list. One that somebody else waited for leaves it too.
 bool TakeEnded() {
     bool any = false;
     for (Child** link = &firstChild; *link != nullptr;) {
@@ -59,8 +59,8 @@ void Pause(long milliseconds) {
     nanosleep(&time, nullptr);
 }
 
-// Where the child that has ended is one of the host's, waiting again would return at once
-// until the host takes note of it; hence the pauses.
+// If the child that has ended is one of the host's, waiting again returns at once until the host
+// collects it; hence the pauses.
 void* Reap(void*) {
     threadNumber = gettid();
     threadNumber.notify_all();

@@ -1,6 +1,6 @@
-// The shell takes a backslash for a quote, so a redirect to C:\tmp\x would write a stray
-// file. The text is read as the shell reads it, by its quotes and comments, and what is not
-// the name of a redirect stays as it is.
+// The shell takes a backslash for a quote, so a redirect to C:\tmp\x would write a stray file. The
+// text is read as the shell reads it, with its quotes and comments, and everything but names of
+// redirects stays as it is.
 
 #include "linux/redirects.h"
 

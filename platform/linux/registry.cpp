@@ -1,8 +1,7 @@
-// The registry's open keys. A key has its values from the text of the export file as it was
-// when the key was opened, so that a file that changes or goes away cannot disturb a reader.
-// The text and the keys that were read are kept as long as a look at the file shows no
-// change. Handles are numbers that are not given out again soon: one that was closed stays a
-// bad handle.
+// The registry's open keys. A key has its values from the text of the export file as it was when
+// the key was opened, so that a file that changes or goes away cannot disturb a reader. The text
+// and the keys that were read are kept as long as the file has not changed. Handles are numbers
+// that are not soon reused, so a closed one stays a bad handle.
 
 #include "platform/registry.h"
 

@@ -1,7 +1,7 @@
-// The export file of a registry. Whatever the file's encoding, it becomes Latin-1 first; from
-// there on everything is bytes. One pass over the lines then notes where the values of the one
-// key stand that is asked for: the lines of other keys are looked at only for their first
-// character, which no line inside a value shares with a key line.
+// The export file of a registry. Whatever the file's encoding, it becomes Latin-1 first; from there
+// on everything is bytes. One pass over the lines then notes where the values of the wanted key
+// are. Of the lines of other keys only the first character is read, since no line inside a value
+// begins like a key line.
 
 #include "linux/registry_text.h"
 
@@ -202,7 +202,7 @@ void RegistryKey::Enter(size_t at, size_t number, const std::string& name) {
     places_[at].tag = HashOf(name) >> kTagShift & kMostTags;
 }
 
-// Once, for all that can still come: to double again and again would need more room.
+// Allocated once, for all values that can still come: repeated doubling would need more room.
 void RegistryKey::MakeRoomForAll(uint32_t from) {
     size_t most = lines_.size() + 2;  // the one without a name, too
     std::string_view rest = std::string_view(source_->text).substr(from);

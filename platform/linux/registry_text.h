@@ -1,4 +1,4 @@
-// Reading the text that an export of a registry is.
+// Reading the text of a registry's export.
 #ifndef LINUX_REGISTRY_TEXT_H
 #define LINUX_REGISTRY_TEXT_H
 

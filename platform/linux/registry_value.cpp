@@ -72,7 +72,7 @@ bool TakeNumber(std::string_view line, std::string& data) {
     return true;
 }
 
-// The next line, if it goes on with bytes. Another one stays: a value that was cut off must
+// The next line, if it continues the bytes. Any other line is left: a value that was cut off must
 // not swallow the key line after it.
 std::string_view TakeContinuation(std::string_view& text) {
     std::string_view after = text;

@@ -15,7 +15,7 @@ struct RegistryValue {
 // What a line says of a value.
 enum class ValueLine { Nothing, Set, Remove };
 
-// Takes the value's lines off the text, one and those that go on with it.
+// Takes the value's lines off the text: one line and those that continue it.
 ValueLine TakeValue(std::string_view& text, bool isUnicode, RegistryValue& value);
 
 // The name alone, from the start of such a line; false when there is none.

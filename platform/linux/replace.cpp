@@ -1,6 +1,5 @@
-// Putting a file in the place of another, in one step for whoever looks. What is checked and
-// changed is the new file itself and not its name, which another may take meanwhile in a
-// directory that he may write.
+// Replaces a file by another, in one step for other processes. Checks and changes go to the new
+// file itself and not to its name, which somebody who may write the directory can take meanwhile.
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -40,8 +39,8 @@ int OpenOwn(const Place& from, struct stat& status) {
     return -1;
 }
 
-// Gives the file an owner and a group; the group alone, which many may share a file by, where
-// the owner cannot be given. Returns whether it has the group.
+// Gives the file an owner and a group, or only the group, by which several users may share the
+// file, where the owner cannot be set. Returns whether it has the group.
 bool GiveTo(const struct stat& other, const struct stat& own, int file) {
     const bool sameGroup = own.st_gid == other.st_gid;
     if (own.st_uid == other.st_uid && sameGroup) return true;
@@ -49,14 +48,15 @@ bool GiveTo(const struct stat& other, const struct stat& own, int file) {
            fchown(file, own.st_uid, other.st_gid) == 0;
 }
 
-// In another group, everybody but the owner gets what both the group and the others had.
+// In another group, everybody but the owner gets only the rights that both the group and the others
+// had.
 mode_t RightsInAnotherGroup(mode_t rights) {
     const mode_t both = rights >> kGroupShift & rights & S_IRWXO;
     return (rights & S_IRWXU) | both << kGroupShift | both;
 }
 
-// Gives the file the owner, the group and the rights of what it is to replace, the rights
-// last: until then nobody else can read it.
+// Gives the file the owner, the group and the rights of the file it is to replace, the rights last:
+// until then nobody else can read it.
 bool TakeOver(int file, const struct stat& own, const struct stat& other) {
     if (!S_ISREG(other.st_mode)) return Refuse(EACCES);
     mode_t rights = other.st_mode & kRights;

@@ -22,7 +22,7 @@ constexpr int kDirectoryFlags = O_PATH | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC;
 
 using PathBuffer = char[PATH_MAX];
 
-// Somewhere on the way.
+// A place on the way along a path.
 struct Walk {
     Descriptor directory{-1};  // that was reached
     PathBuffer path;
@@ -71,7 +71,7 @@ bool IsLink(int directory, const char* name, struct stat& status) {
     return fstatat(directory, name, &status, AT_SYMLINK_NOFOLLOW) == 0 && S_ISLNK(status.st_mode);
 }
 
-// Puts what the link leads to in front of the rest of the path.
+// Puts the link's target before the rest of the path.
 bool PutTargetInFront(Walk& walk) {
     PathBuffer target;
     const ssize_t length = readlinkat(walk.directory.Get(), walk.name, target, sizeof target);
@@ -119,8 +119,8 @@ Step TakeStep(Walk& walk, bool followLast) {
     return isLast ? Step::There : Enter(walk, walk.directory.Get(), walk.name);
 }
 
-// Opens a path without any link on it; ELOOP, or another failure of the call itself where it
-// is not offered, leaves the way to be walked.
+// Opens a path without any link on it. After ELOOP, or where the kernel lacks the call, the path is
+// walked.
 int OpenWithoutLinks(const char* path, int flags, mode_t mode) {
     open_how how = {};
     how.flags = static_cast<unsigned>(flags | O_LARGEFILE);

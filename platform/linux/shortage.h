@@ -1,5 +1,5 @@
-// What a service does when the C heap has nothing left: it returns the failure of its
-// contract. The texts and tables of this library throw then, and nothing may leave it so.
+// What a service does when the C heap has no memory left: it returns the failure of its contract.
+// The strings and containers of this library throw then, and no exception may leave it.
 #ifndef LINUX_SHORTAGE_H
 #define LINUX_SHORTAGE_H
 

@@ -1,6 +1,6 @@
-// Small blocks, as most strings are. A page is a block of the C heap that is cut into pieces of
-// one size, so that to take a piece and to give it back are a few moves each; the C heap
-// itself splits and joins what it hands out, which takes about twice as many instructions.
+// Small blocks, as most strings are. A page is a block of the C heap that is cut into pieces of one
+// size, so that taking and freeing a piece is a few moves each; the C heap splits and joins its
+// blocks, which takes about twice as many instructions.
 //
 // A page that has a free piece is on its size's open list. When all its pieces are free it goes
 // back to the C heap, unless it is the only page on the list.
@@ -22,7 +22,7 @@ constexpr size_t kLargestPiece = 1040;
 constexpr size_t kSizeCount = kLargestPiece / kSizeStep;
 constexpr size_t kPageSize = 16352;  // 16 KB with what the C heap adds
 
-// An address sanitizer sees a use after a free only where each block is its own.
+// An address sanitizer detects a use after a free only if each block is one of the C heap.
 #if defined(__has_feature)
 #if __has_feature(address_sanitizer)
 #define PLATFORM_SANITIZED

@@ -1,4 +1,4 @@
-// Pieces for small blocks of memory, cut from pages. Any thread may take and give them back.
+// Pieces for small blocks of memory, cut from pages. Any thread may take and free them.
 #ifndef LINUX_SMALLBLOCKS_H
 #define LINUX_SMALLBLOCKS_H
 
@@ -6,8 +6,8 @@
 
 struct PiecePage;
 
-// A piece of at least `size` bytes, and its page; null for a larger size than there are pieces
-// of, and when memory is out. Its address is a multiple of 16.
+// A piece of at least `size` bytes, and its page; null for a larger size than there are pieces of,
+// and when there is no memory. Its address is a multiple of 16.
 void* TakePiece(size_t size, PiecePage*& page);
 void GivePieceBack(void* piece, PiecePage* page);
 

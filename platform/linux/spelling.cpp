@@ -38,8 +38,8 @@ bool TakeSpelling(const char* entries, size_t size, char* name) {
     return false;
 }
 
-// The directory's spelling of the name, when it has one. Where handles or memory are short
-// nobody can tell, and errno says why. The entries are read without the C library, whose
+// The directory's spelling of the name, when it has one. Where handles or memory are short it
+// cannot be found, and errno has the reason. The entries are read without the C library, whose
 // buffer for them is larger than the library's reserves.
 Search FindAnyCase(const char* directory, char* name) {
     const int descriptor =

@@ -1,5 +1,5 @@
-// Streams are the C library's, over the numbered files: they read through the
-// handle, and so keep its text mode.
+// Streams of the C library over the numbered files. They read through the handle, and so keep its
+// text mode.
 
 #include <cerrno>
 #include <cstdio>
@@ -35,7 +35,7 @@ std::FILE* FileOf(PlatformStream* stream) {
 
 constexpr size_t kHostModeSize = 3;
 
-// The mode without the letters that only say how line ends are; false for what is no mode.
+// The mode without the letters that only say how line ends are; false for a bad mode.
 bool HostMode(const char* mode, char (&hostMode)[kHostModeSize]) {
     size_t length = 0;
     for (; *mode != '\0'; ++mode) {

@@ -1,4 +1,4 @@
-// The one idea of letter case that the platform has.
+// How the platform compares letters without regard to case.
 #ifndef LINUX_TEXT_H
 #define LINUX_TEXT_H
 

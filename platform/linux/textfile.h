@@ -9,8 +9,8 @@
 // What a text in UTF-8 may begin with.
 constexpr std::string_view kUtf8Mark = "\xEF\xBB\xBF";
 
-// By what a file is known to be another one than before, or to have been changed. A change that
-// comes too soon after another may not show in the times.
+// What shows that a file was replaced or changed. A change too soon after another may not show in
+// the times.
 struct FileState {
     uint64_t device = 0;
     uint64_t number = 0;

@@ -58,8 +58,8 @@ size_t FillChunk(const char* text, size_t count, char (&chunk)[kChunkSize], size
     }
 }
 
-// How many bytes of the text stand whole in the first `written` bytes on disk, which are
-// counted down to what is left: 1 for the CR of a line end without its LF.
+// How many bytes of the text are complete in the first `written` bytes on disk. `written` becomes
+// what is left: 1 for the CR of a line end without its LF.
 size_t BytesWithin(const char* text, size_t& written) {
     size_t bytes = 0;
     while (written != 0 && written >= SizeOnDisk(text[bytes]))
@@ -67,7 +67,7 @@ size_t BytesWithin(const char* text, size_t& written) {
     return bytes;
 }
 
-// Takes the byte before the position off the file again, if it is the last one.
+// Removes the byte before the position from the file, if it is the last one.
 void TakeBack(int descriptor) {
     struct stat status;
     const off_t at = lseek(descriptor, -1, SEEK_CUR);
@@ -75,8 +75,8 @@ void TakeBack(int descriptor) {
     [[maybe_unused]] const int cut = ftruncate(descriptor, at);
 }
 
-// What a write that was cut has done. Half a line end is taken back, so that whoever goes on
-// writes it whole.
+// The result of a write that was cut. Half a line end is removed, so that the next write writes it
+// whole.
 size_t BytesKept(int descriptor, const char* text, size_t written) {
     const size_t bytes = BytesWithin(text, written);
     if (written != 0) TakeBack(descriptor);

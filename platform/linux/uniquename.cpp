@@ -1,4 +1,4 @@
-// Names that nothing has yet.
+// Names under which nothing exists yet.
 
 #include <unistd.h>
 
@@ -12,7 +12,7 @@ namespace {
 
 constexpr size_t kTemplateEnd = 6;
 
-// Nothing exists below a file either. Any other failure says nothing.
+// Nothing exists below a file either. After any other failure this is unknown.
 bool IsFree(const char* path) {
     return FileStatus(path) != 0 && (errno == ENOENT || errno == ENOTDIR);
 }

@@ -43,7 +43,7 @@ bool AreFew() {
     return count < kFew;
 }
 
-// A variable that was taken out has moved the null from the end.
+// A variable that was removed has moved the null from the end.
 bool IsInUse(const std::vector<char*>& table) {
     return table.size() > 1 && environ == table.data() && table.back() == nullptr &&
            table[table.size() - 2] != nullptr;
@@ -70,7 +70,7 @@ Entry& Find(Environment& ours, uint32_t hash, std::string_view name) {
     }
 }
 
-// Of a name that is there twice the first counts, as for the C library.
+// Of two variables of one name the first counts, as for the C library.
 void MakeIndex(Environment& ours) {
     size_t size = 4 * kFew;
     while (size < 4 * ours.table.size())

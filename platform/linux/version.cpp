@@ -1,12 +1,11 @@
-// Version resources. A block carries all that a query needs: a mark, the bytes in
-// use, and then its texts one behind the other, each behind the sizes of its name
-// and value.
+// Version resources. A block carries all that a query needs: a mark, the bytes in use, and then its
+// texts one after the other, each after the sizes of its name and value.
 //
 //     | mark | used | sizes | name 0 | value 0 | sizes | name 0 | value 0 | ...
 //
-// The block belongs to the caller, who may have given a small one. So only whole
-// texts are put in, `used` ends behind the last of them, and a block that was not
-// filled begins with a zero, which is where a query stops reading.
+// The block belongs to the caller, who may have given a small one. So only whole texts are put in,
+// `used` ends after the last of them, and a block that was not filled begins with a zero, where a
+// query stops reading.
 
 #include "platform/version.h"
 

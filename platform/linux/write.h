@@ -7,9 +7,8 @@
 
 #include "linux/insist.h"
 
-// Holds back SIGPIPE and SIGXFSZ for its scope, and takes those that came up meanwhile, so
-// that neither kills the host nor reaches its handlers. It changes the calling thread's mask
-// alone.
+// Holds back SIGPIPE and SIGXFSZ for its scope, and takes those that came up meanwhile, so that
+// neither kills the host nor reaches its handlers. It changes only the calling thread's mask.
 class HeldSignals {
 public:
     HeldSignals();
@@ -22,7 +21,7 @@ private:
     sigset_t pending_;  // signals that were waiting already
 };
 
-// As much as can be written; -1 only when nothing was.
+// Writes as much as possible; -1 only when nothing was written.
 ssize_t WriteHolding(int descriptor, const char* bytes, size_t count, bool maySignal);
 
 #endif

@@ -9,8 +9,8 @@
 /* What the platform library exports. */
 #define PLATFORM_API __attribute__((visibility("default")))
 
-/* A service's symbol, which is not its name in the source: a host may have a FileOpen or a
- * Sleep of its own, and then neither takes the other's place. */
+/* A service's symbol differs from its name in the source, so that a host may have a FileOpen or a
+ * Sleep of its own and neither replaces the other. */
 #define PLATFORM_SYMBOL(name) __asm__("vrplatform_" #name)
 
 #ifdef __cplusplus

@@ -21,12 +21,12 @@ typedef struct ClockTime {
 
 PLATFORM_BEGIN
 
-/* Reads the clock, in the zone that TZ names at the time of the call, or else in the system's
- * own; another zone in the place of the system's counts from the next second on. Where
- * daylight saving is not an hour, minutesWest makes up for the difference. */
+/* Reads the clock, in the zone that TZ names at the time of the call, or else in the system's own;
+ * when the system's zone is replaced, the new one counts from the next second on. Where daylight
+ * saving is not an hour, minutesWest makes up for the difference. */
 PLATFORM_API void ReadClock(ClockReading* reading) PLATFORM_SYMBOL(ReadClock);
 
-/* The seconds alone of what ReadClock shows, for which no zone is looked up. */
+/* Only the seconds that ReadClock returns, without looking up a zone. */
 PLATFORM_API int64_t ClockSeconds(void) PLATFORM_SYMBOL(ClockSeconds);
 
 /* The local time of day of such a number of seconds, in the same zone. */

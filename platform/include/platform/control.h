@@ -13,31 +13,31 @@ PLATFORM_BEGIN
 typedef int32_t (*MessageBoxPresenter)(void* context, const char* text, const char* caption,
                                        uint32_t style);
 
-/* From now on every message box goes to the presenter; null takes it away. */
+/* From now on every message box goes to the presenter; null removes it. */
 PLATFORM_API void ControlMessageBoxes(MessageBoxPresenter presenter, void* context)
     PLATFORM_SYMBOL(ControlMessageBoxes);
 
-/* Lets `count` allocations fail, beginning with the `nth` from now (1 is the
- * next). A resize counts as an allocation. A count of 0 ends the failing. */
+/* Makes `count` allocations fail, beginning with the `nth` from now (1 is the next). A resize
+ * counts as an allocation. A count of 0 ends the failing. */
 PLATFORM_API void ControlFailAllocations(uint32_t nth, uint32_t count)
     PLATFORM_SYMBOL(ControlFailAllocations);
 
-/* Lets `count` calls of FileOpen, or of LockFile, fail, beginning with the `nth` from
- * now; they leave `error` in errno. A count of 0 ends the failing. */
+/* Makes `count` calls of FileOpen, or of LockFile, fail, beginning with the `nth` from now; they
+ * leave `error` in errno. A count of 0 ends the failing. */
 PLATFORM_API void ControlFailOpens(uint32_t nth, uint32_t count, int32_t error)
     PLATFORM_SYMBOL(ControlFailOpens);
 PLATFORM_API void ControlFailLocks(uint32_t nth, uint32_t count, int32_t error)
     PLATFORM_SYMBOL(ControlFailLocks);
 
-/* The same for FileWrite: of each write that fails
- * the first `kept` bytes are written all the same, as on a disk that fills up. */
+/* The same for FileWrite. The first `kept` bytes of each write that fails are written nevertheless,
+ * as on a disk that fills up. */
 PLATFORM_API void ControlFailWrites(uint32_t nth, uint32_t count, uint32_t kept, int32_t error)
     PLATFORM_SYMBOL(ControlFailWrites);
 
 /* How many calls were made to fail so far, by all of these together. */
 PLATFORM_API uint32_t ControlFailuresMet(void) PLATFORM_SYMBOL(ControlFailuresMet);
 
-/* How many blocks of LocalAlloc and GlobalAlloc have not been given back. */
+/* How many blocks of LocalAlloc and GlobalAlloc have not been freed. */
 PLATFORM_API uint32_t ControlBlocksOut(void) PLATFORM_SYMBOL(ControlBlocksOut);
 
 /* What a recorder of programs answers. */
@@ -47,12 +47,12 @@ enum {
     kProgramFailed = 2 /* as if the start had failed with *code */
 };
 
-/* Told of every program that is to be started: its command line and its window mode, -1
- * when none was asked for. It answers one of the three above. */
+/* Called for every program that is to be started, with its command line and its window mode, -1
+ * when none was asked for. Returns one of the three above. */
 typedef int32_t (*ProgramRecorder)(void* context, const char* commandLine, int32_t windowMode,
                                    uint32_t* code);
 
-/* From now on programs are told to the recorder first; null takes it away. */
+/* From now on the recorder is called before each program is started; null removes it. */
 PLATFORM_API void ControlPrograms(ProgramRecorder recorder, void* context)
     PLATFORM_SYMBOL(ControlPrograms);
 

@@ -24,11 +24,11 @@ PLATFORM_API int32_t SetEnvironmentVariableA(const char* name, const char* value
 PLATFORM_API uint32_t GetWindowsDirectoryA(char* buffer, uint32_t size)
     PLATFORM_SYMBOL(GetWindowsDirectoryA);
 
-/* Reads a private profile: a text of sections [NAME] and, in them, lines KEY=VALUE.
- * Sections and keys have no case, the first of a name counts. Blanks around names and
- * values are dropped, and then one pair of quotes around a value; lines that begin with ;
- * are passed over. A file without a directory stands in the Windows directory; one that
- * cannot be read is empty.
+/* Reads a private profile: a text of sections [NAME] and, in them, lines KEY=VALUE. Case does not
+ * matter in sections and keys, and the first one of a name counts. Blanks around names and values
+ * are dropped, and then one pair of quotes around a value; lines that begin with ; are ignored. A
+ * file named without a directory is looked for in the Windows directory; one that cannot be read is
+ * empty.
  *
  * Copies the key's value, or `defaultValue`, cut to `size` bytes with its zero, and returns
  * its length. A null key lists the section's keys, a null section the sections: each name

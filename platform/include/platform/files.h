@@ -1,12 +1,11 @@
 /* Files by numbered handle, streams over them, directory searches, paths.
  *
- * Paths. `C:\DATA\ABC`, with / for \ as well. The drive letter D has its root in the
- * host's directory that VRPLATFORM_DRIVE_D names, and so for each letter; drive C is
- * the host's root unless set. A path without a drive is on the current directory's
- * drive; one without a leading separator starts in that drive's current directory,
- * or, on another drive, in its root. `.` and `..` are taken out of the text, and `..`
- * stops at the root. Names are found without regard to case, the exact spelling
- * first; a new file takes the spelling given.
+ * Paths. `C:\DATA\ABC`, with / for \ as well. The drive letter D has its root in the host's
+ * directory that VRPLATFORM_DRIVE_D names, and likewise for each letter; drive C is the host's root
+ * unless set. A path without a drive is on the current directory's drive; one without a leading
+ * separator starts in that drive's current directory, or, on another drive, in its root. `.` and
+ * `..` are resolved in the text, and `..` stops at the root. Names are found without regard to
+ * case, the exact spelling first; a new file takes the spelling given.
  *
  * Strangers. In a directory that its group or everybody may write, a link or a named pipe whose
  * owner is neither the process's user, nor the superuser, nor the owner of the directory is
@@ -21,7 +20,7 @@
 
 #include "platform/base.h"
 
-/* Reasons that callers tell apart, as errno has them. */
+/* Reasons that callers distinguish, as errno has them. */
 enum {
     kErrorNoSuchFile = 2,       /* nor a directory */
     kErrorAccessDenied = 13,    /* a permission or a lock forbids it */
@@ -29,9 +28,9 @@ enum {
     kErrorTooManyOpenFiles = 24 /* of the process or the system */
 };
 
-/* Flags of FileOpen; reading only, in text mode, when none is given. A file that
- * kOpenLikeFolder makes may be read and written by whoever may write its directory, and by
- * nobody else, as far as the process may give files away. */
+/* Flags of FileOpen; reading only, in text mode, when none is given. A file that kOpenLikeFolder
+ * makes may be read and written by whoever may write its directory, and by nobody else, as far as
+ * the process may change a file's owner and group. */
 enum {
     kOpenReadOnly = 0x0000,   /* reading */
     kOpenWriteOnly = 0x0001,  /* writing */
@@ -46,7 +45,7 @@ enum {
     kOpenBinary = 0x8000      /* bytes are as they are on disk */
 };
 
-/* What others may do with the file meanwhile; there is this one sharing mode. */
+/* What others may do with the file meanwhile. There is only one sharing mode. */
 enum { kShareDenyNone = 0x0040 };
 
 /* Permission of a file that is made: without kPermissionWrite nobody may open it for
@@ -69,26 +68,25 @@ PLATFORM_BEGIN
  * `count`, as far as the system lets it. Returns the number now allowed. */
 PLATFORM_API int32_t SetHandleCount(int32_t count) PLATFORM_SYMBOL(SetHandleCount);
 
-/* Opens a file; the result is its handle, the lowest free number from 3 on, or -1.
- * Children do not inherit it. Directories cannot be opened. Nor does it wait: a named pipe
- * that nobody has open for writing is at its end, and one that nobody reads cannot be opened
- * for writing alone. */
+/* Opens a file; the result is its handle, the lowest free number from 3 on, or -1. Children do not
+ * inherit it. Directories cannot be opened. It does not wait: a named pipe that nobody has open for
+ * writing is at its end, and one that nobody reads cannot be opened for writing alone. */
 PLATFORM_API int32_t FileOpen(const char* path, int32_t flags, int32_t sharing, int32_t permission)
     PLATFORM_SYMBOL(FileOpen);
 
 /* Closes a file: 0, or -1 for a bad handle. All locks of the handle go with it. */
 PLATFORM_API int32_t FileClose(int32_t handle) PLATFORM_SYMBOL(FileClose);
 
-/* Reads up to `count` bytes at the handle's position: their number, 0 at the end, or
- * -1. In text mode CR LF comes as LF, unless a pipe's reads part it, and Ctrl-Z (byte
- * 26) ends the text until the next seek. */
+/* Reads up to `count` bytes at the handle's position: their number, 0 at the end, or -1. In text
+ * mode CR LF is read as LF, unless two reads of a pipe divide it, and Ctrl-Z (byte 26) ends the
+ * text until the next seek. */
 PLATFORM_API int32_t FileRead(int32_t handle, void* buffer, uint32_t count)
     PLATFORM_SYMBOL(FileRead);
 
-/* Writes at the handle's position: the number of bytes written, or -1. In text mode
- * LF goes out as CR LF, and the result counts the bytes as given. After 2 GiB the position
- * cannot be reported any more. A pipe that nobody reads any more, and the process's limit on
- * the size of a file, as it was when the file was opened, give -1 and no signal. */
+/* Writes at the handle's position: the number of bytes written, or -1. In text mode LF goes out as
+ * CR LF, and the result counts the bytes as given. Beyond 2 GiB the position can no longer be
+ * reported. Writing to a pipe that nobody reads any more, or beyond the process's limit on the size
+ * of a file, as it was when the file was opened, returns -1 and raises no signal. */
 PLATFORM_API int32_t FileWrite(int32_t handle, const void* buffer, uint32_t count)
     PLATFORM_SYMBOL(FileWrite);
 
@@ -106,8 +104,7 @@ PLATFORM_API int32_t FileChangeSize(int32_t handle, int32_t size) PLATFORM_SYMBO
 /* Waits until all that was written is on the disk: 0, or -1. */
 PLATFORM_API int32_t FileCommit(int32_t handle) PLATFORM_SYMBOL(FileCommit);
 
-/* The system's handle behind the number, as byte locks take it; the address -1 for a
- * bad one. */
+/* The system's handle for the number, as byte locks take it; the address -1 for a bad number. */
 PLATFORM_API void* FileSystemHandle(int32_t handle) PLATFORM_SYMBOL(FileSystemHandle);
 
 /* 0 when something of that name exists, file or directory, else -1. */
@@ -116,28 +113,28 @@ PLATFORM_API int32_t FileStatus(const char* path) PLATFORM_SYMBOL(FileStatus);
 /* 1 when a directory of that name exists, else 0. */
 PLATFORM_API int32_t FileIsDirectory(const char* path) PLATFORM_SYMBOL(FileIsDirectory);
 
-/* Writes whose the file or directory is and who may do what with it, with a zero, into `size`
- * bytes: "user 0, group 0, rights rwxr-xr-x", the rights being those of its user, its group and
- * the others. A link is followed unless it is a stranger's. 0, or -1. */
+/* Writes the owner, the group and the rights of the file or directory, zero-terminated, into `size`
+ * bytes: "user 0, group 0, rights rwxr-xr-x", with the rights of its user, its group and the
+ * others. A link is followed unless it is a stranger's (see above). 0, or -1. */
 PLATFORM_API int32_t FileOwnership(const char* path, char* text, int32_t size)
     PLATFORM_SYMBOL(FileOwnership);
 
 /* Deletes a file: 0, or -1. */
 PLATFORM_API int32_t FileDelete(const char* path) PLATFORM_SYMBOL(FileDelete);
 
-/* 1 when no name leads to the open file any more, as far as the system can say; else 0. */
+/* 1 when the open file has no name any more, as far as the system can say; else 0. */
 PLATFORM_API int32_t FileIsDeleted(int32_t handle) PLATFORM_SYMBOL(FileIsDeleted);
 
 /* Deletes the open file, which `path` must lead to, if this handle's own open made it and
  * nobody else has it open. The handle stays open. 0, or -1; when in doubt the file stays. */
 PLATFORM_API int32_t FileDiscard(int32_t handle, const char* path) PLATFORM_SYMBOL(FileDiscard);
 
-/* Puts the file `from` in the place of `to`, in one step for whoever looks; a link in the
- * place of `to` is followed. `from` must be a regular file of the process's user with no other
- * name, made with kOpenPrivate if its content must not be seen early. A file that stood there
- * leaves its permissions to the new one, and its owner and group as far as the caller may give
- * files away; in another group than before, group and others get what both had. Without such
- * a file it keeps its own. 0, or -1, also when `to` is no regular file. */
+/* Replaces the file `to` by `from`, in one step for other processes; if `to` is a link it is
+ * followed. `from` must be a regular file of the process's user with no other name, made with
+ * kOpenPrivate if its content must not be seen early. The new file gets the permissions of the old
+ * one, and its owner and group as far as the caller may set them; if the group cannot be kept,
+ * group and others get only the rights that both had. Without an old file, the new one keeps its
+ * own. 0, or -1, also when `to` is no regular file. */
 PLATFORM_API int32_t FileReplace(const char* from, const char* to) PLATFORM_SYMBOL(FileReplace);
 
 /* Replaces the six X at the end of `path`, in place: the last five by the low five
@@ -149,14 +146,14 @@ PLATFORM_API char* UniqueName(char* path) PLATFORM_SYMBOL(UniqueName);
 /* A stream. Opaque to callers. */
 typedef struct PlatformStream PlatformStream;
 
-/* A buffered stream to read lines from, over a handle. `mode` is one of the C library's
- * (r, w, a, with +); a t or b in it sets the handle's mode first. Null when that is no
- * mode or no handle. The stream owns the handle. */
+/* A buffered stream to read lines from, over a handle. `mode` is one of the C library's (r, w, a,
+ * with +); a t or b in it sets the handle's mode first. Null for a bad mode or handle. The stream
+ * owns the handle. */
 PLATFORM_API PlatformStream* StreamAttach(int32_t handle, const char* mode)
     PLATFORM_SYMBOL(StreamAttach);
 
-/* The next line, its LF included, of at most `size` - 1 bytes, closed with a zero:
- * the buffer, or null at the end, on an error or for a size below 1. */
+/* The next line, its LF included, of at most `size` - 1 bytes, terminated by a zero: the buffer, or
+ * null at the end, on an error or for a size below 1. */
 PLATFORM_API char* StreamReadLine(char* buffer, int32_t size, PlatformStream* stream)
     PLATFORM_SYMBOL(StreamReadLine);
 
@@ -169,7 +166,7 @@ enum {
     kFindDirectory = 0x10 /* it is a directory */
 };
 
-/* What a search tells of one name. Times are seconds since 1970. */
+/* What a search returns for one name. Times are seconds since 1970. */
 typedef struct FindData {
     uint32_t attributes;  /* of the kFind... bits */
     int32_t creationTime; /* of the last change of its content or status */
@@ -179,10 +176,10 @@ typedef struct FindData {
     char name[260];       /* without directory, zero-terminated */
 } FindData;
 
-/* Searches a directory for names that fit the last part of `pattern`, where * stands
- * for any bytes and ? for one, and *.* fits every name. "." and ".." are names too.
- * The first name is stored; the result is the handle of the search, or -1 when there
- * is none. The order is the directory's own; names that hold a backslash are left out. */
+/* Searches a directory for names that match the last part of `pattern`, where * stands for any
+ * bytes and ? for one, and *.* matches every name. "." and ".." are names too. Stores the first
+ * name and returns the handle of the search, or -1 when there is none. The order is the directory's
+ * own; names that hold a backslash are left out. */
 PLATFORM_API int32_t FindFirst(const char* pattern, FindData* data) PLATFORM_SYMBOL(FindFirst);
 
 /* Stores the next name: 0, or -1 at the end. */
@@ -194,9 +191,9 @@ PLATFORM_API int32_t FindClose(int32_t search) PLATFORM_SYMBOL(FindClose);
 /* The names of a folder at one moment. Opaque to callers. */
 typedef struct PlatformFolderNames PlatformFolderNames;
 
-/* Reads the names that fit the last part of `pattern`, as FindFirst takes it, all at once: a
- * caller who looks for many names asks the disk once. Null when the folder cannot be read or
- * memory is short. The caller gives them back with FolderNamesFree, which ignores null. */
+/* Reads at once all names that match the last part of `pattern`, as FindFirst takes it, so that a
+ * caller who looks for many names reads the folder once. Null when the folder cannot be read or
+ * memory is short. The caller frees them with FolderNamesFree, which ignores null. */
 PLATFORM_API PlatformFolderNames* FolderNamesRead(const char* pattern)
     PLATFORM_SYMBOL(FolderNamesRead);
 PLATFORM_API void FolderNamesFree(PlatformFolderNames* names) PLATFORM_SYMBOL(FolderNamesFree);

@@ -17,28 +17,27 @@ enum {
 
 PLATFORM_BEGIN
 
-/* A block of `size` bytes, zeroed with LMEM_ZEROINIT; null when memory is out.
- * A size of 0 gives a block too. The caller gives it back with LocalFree. */
+/* A block of `size` bytes, zeroed with LMEM_ZEROINIT; null when there is no memory. A size of 0
+ * gives a block too. The caller frees it with LocalFree. */
 PLATFORM_API void* LocalAlloc(uint32_t flags, uint32_t size) PLATFORM_SYMBOL(LocalAlloc);
 
-/* The block at its new size, which may have moved; null when memory is out, and
- * then the old block stands as it was. The contents survive up to the smaller
- * size. With LMEM_ZEROINIT the bytes beyond the old size are zero. A resize
- * without LMEM_MOVEABLE may move the block all the same. */
+/* The block at its new size, which may have moved; null when there is no memory, and then the old
+ * block is unchanged. The contents survive up to the smaller size. With LMEM_ZEROINIT the bytes
+ * beyond the old size are zero. A resize without LMEM_MOVEABLE may move the block too. */
 PLATFORM_API void* LocalReAlloc(void* block, uint32_t size, uint32_t flags)
     PLATFORM_SYMBOL(LocalReAlloc);
 
-/* Frees a block; null is passed over. Always returns null. */
+/* Frees a block; null is ignored. Always returns null. */
 PLATFORM_API void* LocalFree(void* block) PLATFORM_SYMBOL(LocalFree);
 
-/* Gives unused heap pages back to the system, and returns the largest block of
- * address space, in bytes, that is still free. `size`, the number of bytes that
- * somebody waits for, is a hint that is not needed here. */
+/* Gives unused heap pages back to the system, and returns the largest block of address space, in
+ * bytes, that is still free. `size`, the number of bytes that a caller wants, is a hint that is
+ * ignored here. */
 PLATFORM_API uint32_t GlobalCompact(uint32_t size) PLATFORM_SYMBOL(GlobalCompact);
 
-/* A block reached through a handle; here the handle is the block's address.
- * Flags as of LocalAlloc. GlobalLock gives the address; GlobalUnlock returns 0,
- * not locked any more; GlobalFree frees the block and returns null. */
+/* A block reached through a handle; here the handle is the block's address. Flags as of LocalAlloc.
+ * GlobalLock returns the address; GlobalUnlock returns 0, for no longer locked; GlobalFree frees
+ * the block and returns null. */
 PLATFORM_API void* GlobalAlloc(uint32_t flags, uint32_t size) PLATFORM_SYMBOL(GlobalAlloc);
 PLATFORM_API void* GlobalLock(void* handle) PLATFORM_SYMBOL(GlobalLock);
 PLATFORM_API int32_t GlobalUnlock(void* handle) PLATFORM_SYMBOL(GlobalUnlock);

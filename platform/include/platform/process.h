@@ -16,24 +16,23 @@ PLATFORM_BEGIN
  * the C library's exit handlers have run. */
 PLATFORM_API void ExitProcess(uint32_t code) PLATFORM_SYMBOL(ExitProcess) __attribute__((noreturn));
 
-/* Ends the calling thread with the code, which a join reads as the thread's
- * result. The last thread of a process takes the process with it. */
+/* Ends the calling thread with the code, which a join reads as the thread's result. When the last
+ * thread of a process ends, the process ends. */
 PLATFORM_API void ExitThread(uint32_t code) PLATFORM_SYMBOL(ExitThread) __attribute__((noreturn));
 
-/* Writes the module's full name as a drive path into `buffer`, cut to
- * `size` - 1 characters, and returns the number of characters written; 0 when
- * there is no such module. A module outside every drive has its host path with
- * backslashes for separators, which begins with a backslash and no drive. */
+/* Writes the module's full name as a drive path into `buffer`, cut to `size` - 1 characters, and
+ * returns the number of characters written; 0 when there is no such module. A module outside every
+ * drive has its host path, with backslashes for separators; it begins with a backslash, without a
+ * drive. */
 PLATFORM_API uint32_t GetModuleFileNameA(void* module, char* buffer, uint32_t size)
     PLATFORM_SYMBOL(GetModuleFileNameA);
 
-/* Loads the shared object of that path, or, for a bare name, the one that the system's
- * search finds, the platform's own folder first. For X and X.DLL the names X.so and
- * libX.so are tried too. Null when there is none, or it is no regular file. Loads are
- * counted. */
+/* Loads the shared object of that path, or, for a bare name, the one that the system's search
+ * finds, the platform's own folder first. For X and X.DLL the names X.so and libX.so are tried too.
+ * Null when there is none, or when it is not a regular file. Loads are counted. */
 PLATFORM_API void* LoadLibraryA(const char* name) PLATFORM_SYMBOL(LoadLibraryA);
 
-/* Takes one load back. 1, or 0 for an unknown module. */
+/* Undoes one load. 1, or 0 for an unknown module. */
 PLATFORM_API int32_t FreeLibrary(void* module) PLATFORM_SYMBOL(FreeLibrary);
 
 /* The address that the module exports under the name, or null. */

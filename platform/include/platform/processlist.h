@@ -1,7 +1,7 @@
-/* Process lists: two small libraries beside the platform's own, which are loaded at run
- * time by their bare names "psapi" and "kernel32". They read the host's /proc, and list no
- * threads of the kernel. A program's full name is what GetModuleFileNameA would give for it:
- * a drive path, or for one outside every drive its host path with backslashes. */
+/* Process lists: two small libraries beside the platform's own, which are loaded at run time by
+ * their bare names "psapi" and "kernel32". They read the host's /proc, and leave out threads of the
+ * kernel. A program's full name is what GetModuleFileNameA would give for it: a drive path, or for
+ * one outside every drive its host path with backslashes. */
 #ifndef PLATFORM_PROCESSLIST_H
 #define PLATFORM_PROCESSLIST_H
 
@@ -21,20 +21,20 @@ typedef struct ProcessEntry32 {
     char path[260];         /* the program's full name, or "unknown" */
 } ProcessEntry32;
 
-/* Of "psapi". EnumProcesses stores the numbers of the running processes, as far as
- * `bytes` goes, and how many bytes it stored. EnumProcessModules stores the process's
- * first module, the program itself; a process that may not be read has none. The other
- * two store the program's file name and its full name, cut to `size` bytes with the
- * zero, and return the length; 0 when they cannot be had. They use what the last call of
- * EnumProcessModules has read, when it was for the same process handle. */
+/* Of "psapi". EnumProcesses stores the numbers of the running processes, as far as `bytes` goes,
+ * and how many bytes it stored. EnumProcessModules stores the process's first module, the program
+ * itself; a process that may not be read has none. The other two store the program's file name and
+ * its full name, cut to `size` bytes with the zero, and return the length; 0 when the name cannot
+ * be read. They reuse what the last call of EnumProcessModules read, if it was for the same process
+ * handle. */
 typedef int32_t (*EnumProcessesRoutine)(uint32_t* numbers, uint32_t bytes, uint32_t* stored);
 typedef int32_t (*EnumProcessModulesRoutine)(void* process, void** modules, uint32_t bytes,
                                              uint32_t* needed);
 typedef uint32_t (*GetModuleNameRoutine)(void* process, void* module, char* name, uint32_t size);
 
-/* Of "kernel32". A snapshot holds the processes of one moment and is given back with
- * CloseHandle; null when memory is short. Process32First and Process32Next store its
- * entries, and return 0 after the last or for a record of another size. */
+/* Of "kernel32". A snapshot holds the processes of one moment and is freed with CloseHandle; null
+ * when memory is short. Process32First and Process32Next store its entries, and return 0 after the
+ * last or for a record of another size. */
 typedef void* (*CreateSnapshotRoutine)(uint32_t flags, uint32_t processNumber);
 typedef int32_t (*WalkSnapshotRoutine)(void* snapshot, ProcessEntry32* entry);
 
