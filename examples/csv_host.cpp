@@ -77,7 +77,12 @@ Arguments ParseArguments(int argc, char** argv) {
         if (std::strcmp(argv[i], "--wait") == 0) {
             arguments.wait = true;
         } else if (std::strcmp(argv[i], "--marks") == 0) {
-            if (!SetMarks(arguments, argv[++i])) arguments.good = false;
+            if (SetMarks(arguments, argv[++i])) continue;
+            Complain("--marks", "needs two characters that differ and are not marks");
+            arguments.good = false;
+        } else if (std::strncmp(argv[i], "--", 2) == 0) {
+            Complain(argv[i], "no such option");
+            arguments.good = false;
         } else {
             arguments.words.push_back(argv[i]);
         }

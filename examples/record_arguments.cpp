@@ -1,4 +1,4 @@
-// An option sets a flag or takes a text; everything else is a word.
+// An option sets a flag or brings a text; whatever is left over is a word.
 
 #include "record_arguments.h"
 
@@ -19,9 +19,9 @@ constexpr char kUsage[] =
     "       record_host [OPTION...] FILE get PLACE             show one element\n"
     "       record_host [OPTION...] FILE replace PLACE TEXT    put TEXT in its place\n"
     "       record_host [OPTION...] FILE insert PLACE TEXT     put TEXT in front of it\n"
-    "       record_host [OPTION...] FILE append [PLACE] TEXT   put TEXT behind the last one in it\n"
+    "       record_host [OPTION...] FILE append [PLACE] TEXT   put TEXT after the last one in it\n"
     "PLACE is attribute[,value[,subvalue]], counted from 1. In a change, 0 leaves a level out\n"
-    "and a negative number is behind its last element; in get both mean the first.\n"
+    "and a negative number is after its last element; in get both mean the first.\n"
     "A change is made under a lock on the record's key, as is anything with --hold.\n"
     "  --raw           show text on one line, with the marks as ^ ] \\\n"
     "  --plain         no colours, also on a terminal\n"
@@ -30,13 +30,18 @@ constexpr char kUsage[] =
     "  --log SECTION   keep a log, if the setting LOG of SECTION turns it on\n"
     "  --key KEY       lock KEY, and not the file's name\n"
     "  --wait          wait for a key that another process holds; otherwise exit with 3\n"
-    "  --hold SECONDS  keep the key so long when all is done\n"
-    "  --              words behind it are no options\n";
+    "  --hold SECONDS  keep the key that long after the work\n"
+    "  --              words after it are not options\n";
 
-// The text after an option. At the end of the line null, and the arguments are not good.
+void Refuse(Arguments& arguments, const char* option, const char* why) {
+    std::fprintf(stderr, "record_host: %s: %s\n", Shown(option, stderr).c_str(), why);
+    arguments.good = false;
+}
+
+// The text that follows an option; null, after a message, at the end of the line.
 const char* Value(Arguments& arguments, int argc, char** argv, int& i) {
     if (i + 1 < argc) return argv[++i];
-    arguments.good = false;
+    Refuse(arguments, argv[i], "needs a value");
     return nullptr;
 }
 
@@ -46,7 +51,7 @@ void ParseHold(Arguments& arguments, const char* text) {
     arguments.holdSeconds = std::strtol(text, &end, 10);
     const bool number = end != text && *end == '\0';
     if (!number || arguments.holdSeconds < 0 || arguments.holdSeconds > kLongestHold) {
-        arguments.good = false;
+        Refuse(arguments, "--hold", "needs a number of seconds from 0 to 3600");
     }
 }
 
@@ -59,7 +64,7 @@ bool* FlagOf(Arguments& arguments, const char* option) {
     return nullptr;
 }
 
-// The text that the option takes, or null.
+// The text that the option brings, or null.
 const char** TextOf(Arguments& arguments, const char* option) {
     if (std::strcmp(option, "--ini") == 0) return &arguments.iniPath;
     if (std::strcmp(option, "--key") == 0) return &arguments.key;
@@ -76,7 +81,7 @@ void ParseOption(Arguments& arguments, int argc, char** argv, int& i) {
     } else if (std::strcmp(option, "--hold") == 0) {
         ParseHold(arguments, Value(arguments, argc, argv, i));
     } else {
-        arguments.good = false;
+        Refuse(arguments, option, "no such option");
     }
 }
 

@@ -24,18 +24,18 @@ struct Arguments {
     std::vector<const char*> words;  // FILE, command, PLACE, TEXT
 };
 
-// Words after `--` are no options.
+// Words after `--` are not options. Each option that is refused is reported on standard error.
 Arguments ParseArguments(int argc, char** argv);
 
-// Prints how the program is called, on standard error.
+// Prints how the program is called on standard error.
 int Usage();
 
 // Fills in up to three numbers of the position and returns how many there were; 0,
 // after a message, for anything that is no place.
 int ParsePlace(const char* text, UtilPosition& position);
 
-// The same place, as an append after the last element of the level below it. 0, after a message,
-// when there is no such level.
+// The same place, as an append after the last element of the level below it. 0,
+// after a message, when there is no such level.
 int ParseAppendPlace(const char* text, UtilPosition& position);
 
 #endif

@@ -47,6 +47,15 @@ bool IsChange(const Arguments& arguments) {
            IsCommand(arguments, "replace", 4) || IsCommand(arguments, "insert", 4);
 }
 
+bool IsKnown(const Arguments& arguments) {
+    if (arguments.words.size() == 1 || IsChange(arguments) || IsCommand(arguments, "get", 3)) {
+        return true;
+    }
+    std::fprintf(stderr, "record_host: %s: no such command, or not with %zu words after it\n",
+                 Shown(VerbOf(arguments), stderr).c_str(), arguments.words.size() - 2);
+    return false;
+}
+
 // What a person typed, as it is stored: a new string.
 VrString FromInput(const Arguments& arguments, const char* typed) {
     VrString text = StrToVrStr(typed);
@@ -159,7 +168,11 @@ int Change(Job& job) {
     VrString element = FromInput(job.arguments, job.arguments.words.back());
     int result = kExitBadRequest;
     if (GrowsTooLong(position, job.record, element)) {
-        std::fprintf(stderr, "record_host: the record would grow too long\n");
+        std::fprintf(stderr,
+                     "record_host: %s: the record would grow too long: %d bytes now, %d more, and "
+                     "the marks up to the place; %d is the limit\n",
+                     Shown(job.path, stderr).c_str(), job.record->length, element->length,
+                     kVrLongestString);
     } else {
         result = Store(job, position, element);
     }
@@ -218,16 +231,17 @@ int Run(const Arguments& arguments) {
 
 int main(int argc, char** argv) {
     const Arguments arguments = ParseArguments(argc, argv);
-    const bool known = arguments.good && (arguments.words.size() == 1 || IsChange(arguments) ||
-                                          IsCommand(arguments, "get", 3));
-    if (!known) return Usage();
+    if (!arguments.good || !IsKnown(arguments)) return Usage();
 
     const UtilInitRecord start = {0, 0, arguments.iniPath};
     UtilInit(&start);
     files_init();
     LockInit();
     if (arguments.logSection != nullptr && VrdbLogInit(arguments.logSection, "record_host") != 0) {
-        std::fputs("record_host: the log cannot be opened; going on without\n", stderr);
+        std::fputs(
+            "record_host: $$VRDB.LOG cannot be made in VRLTEMP or the current directory (one that "
+            "an earlier run left must be deleted by hand); going on without a log\n",
+            stderr);
     }
     int result = Run(arguments);
     if (std::fflush(stdout) != 0) {

@@ -3,11 +3,13 @@
 #include "report_dictionary.h"
 
 #include <algorithm>
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 
 #include "platform/files.h"
 #include "report_source.h"
+#include "shown_text.h"
 #include "vr/extract.h"
 #include "vr/files.h"
 #include "vr/memory.h"
@@ -22,17 +24,20 @@ char* NextWord(int32_t& offset, const char* line) {
     return get_text_word(&offset, line);
 }
 
-void AddField(const char* line, std::vector<Field>& fields) {
+// False for a line that is not empty and has no field.
+bool AddField(const char* line, std::vector<Field>& fields) {
     int32_t offset = 0;
     char* name = NextWord(offset, line);
     char* attribute = NextWord(offset, line);
     char* kind = NextWord(offset, line);
     const long number = std::strtol(attribute, nullptr, 10);
     const bool isDate = std::strcmp(kind, "date") == 0;
+    const bool isEmpty = *name == '\0';
     if (number > 0) fields.push_back({Quark(name), static_cast<int32_t>(number), isDate});
     free_mem(&name);
     free_mem(&attribute);
     free_mem(&kind);
+    return number > 0 || isEmpty;
 }
 
 }  // namespace
@@ -46,9 +51,11 @@ bool ReadDictionary(const std::string& path, std::vector<Field>& fields) {
     }
     VrStream* stream = OsFdopen(handle, "r");
     char line[kLineSize];
-    while (OsFgets(line, kLineSize, stream) != nullptr) {
+    for (int number = 1; OsFgets(line, kLineSize, stream) != nullptr; ++number) {
         line[std::strcspn(line, "\n")] = '\0';
-        AddField(line, fields);
+        if (AddField(line, fields)) continue;
+        std::fprintf(stderr, "report_host: %s:%d: ignored: not NAME ATTRIBUTE [date]\n",
+                     Shown(path, stderr).c_str(), number);
     }
     OsFclose(stream);
     OsFilesDec();

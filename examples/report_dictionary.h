@@ -12,8 +12,8 @@ struct Field {
     bool isDate;  // an internal date, to be written out
 };
 
-// Reads lines of `NAME ATTRIBUTE [date]` and ignores others. False when there is no
-// such file, or it is no plain one.
+// Reads lines of `NAME ATTRIBUTE [date]`; each other line that is not empty is reported on
+// standard error. False when there is no such file, or it is not a plain one.
 bool ReadDictionary(const std::string& path, std::vector<Field>& fields);
 
 // The field of that name, or null.

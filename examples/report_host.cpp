@@ -150,13 +150,20 @@ void PrintTable(Report& report) {
                 report.objects.size(), report.released, report.readAgain);
 }
 
+std::string Names(const std::vector<Field>& fields) {
+    std::string names;
+    for (const Field& field : fields)
+        names += std::string(" ") + QuarkToString(field.name);
+    return names;
+}
+
 bool ChooseColumns(Report& report, const std::vector<Field>& fields, char** names, int count) {
     report.fieldList = StrToVrStr(nullptr);
     for (int i = 0; i < count; ++i) {
         const Field* field = FindField(fields, names[i]);
         if (field == nullptr) {
-            std::fprintf(stderr, "report_host: %s: no such field\n",
-                         Shown(names[i], stderr).c_str());
+            std::fprintf(stderr, "report_host: %s: no such field; the dictionary has:%s\n",
+                         Shown(names[i], stderr).c_str(), Shown(Names(fields), stderr).c_str());
             return false;
         }
         report.columns.push_back(*field);
@@ -185,7 +192,7 @@ bool FindObjects(Report& report, const char* path) {
 int Run(int argc, char** argv) {
     std::vector<Field> fields;
     if (!ReadDictionary(argv[1], fields)) {
-        std::fprintf(stderr, "report_host: %s: no such dictionary\n",
+        std::fprintf(stderr, "report_host: %s: no such file that can be read as a dictionary\n",
                      Shown(argv[1], stderr).c_str());
         return kExitBadRequest;
     }

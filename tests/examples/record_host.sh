@@ -54,6 +54,9 @@ expect 2 "$host" ORDER replace 1,, x
 expect 2 "$host" ORDER append 1,1,1 x
 expect 2 "$host" ORDER replace 99999999 x
 expect 2 "$host" ORDER swap 1 x
+grep -q '^record_host: swap: no such command' out || fail "an unknown command: $(cat out)"
+expect 2 "$host" --hold -1 ORDER
+grep -q '^record_host: --hold: needs' out || fail "a bad value: $(cat out)"
 expect 2 "$host"
 cmp ORDER before || fail "a bad place changed the record"
 chmod 444 before

@@ -56,11 +56,18 @@ head -n 3 INVOICES | split -l 1 - folder/
 touch folder/aa.b12345 folder/__locks folder/XX.b12345
 "$host" INVOICES.DICT folder NUMBER > out
 tail -n 1 out | grep -q '^4 records' || fail "the lock file or a temporary file is a record"
-for arguments in "NONE INVOICES DATE" "INVOICES.DICT NONE DATE" "INVOICES.DICT INVOICES NONE" ""; do
+printf 'DATE\n\nCUSTOMER 2\n' > PARTLY.DICT
+while read -r dictionary path field message; do
     status=0
-    "$host" $arguments > /dev/null 2>&1 || status=$?
-    [ "$status" -eq 2 ] || fail "report_host $arguments: exit code $status, not 2"
-done
+    "$host" "$dictionary" "$path" "$field" > out 2> errors || status=$?
+    [ "$status" -eq 2 ] || fail "$dictionary $path $field: exit code $status, not 2"
+    grep -qF "report_host: $message" errors || fail "$dictionary $path $field: $(cat errors)"
+done << 'END'
+NONE INVOICES DATE NONE: no such file that can be read as a dictionary
+INVOICES.DICT NONE DATE NONE: no such file or folder of records
+PARTLY.DICT INVOICES DATE PARTLY.DICT:1: ignored: not NAME ATTRIBUTE [date]
+PARTLY.DICT INVOICES DATE DATE: no such field; the dictionary has: CUSTOMER
+END
 # Devices and pipes have no records, and some never end.
 mkfifo pipe
 for device in /dev/null /dev/zero pipe; do

@@ -40,8 +40,11 @@ struct Item {
     const Object* ObjectOf() const {
         return name == 'z' ? nullptr : &objects[name - 'a'];
     }
-    std::string NameOf(const char* Object::*which) const {
-        return ObjectOf() == nullptr || ObjectOf()->*which == nullptr ? "" : ObjectOf()->*which;
+    // Its first or second name, read as a member of a packed record.
+    std::string NameOf(bool isFirst) const {
+        if (ObjectOf() == nullptr) return "";
+        const char* text = isFirst ? ObjectOf()->first : ObjectOf()->second;
+        return text == nullptr ? "" : text;
     }
 };
 
@@ -108,8 +111,7 @@ struct Model {
     void RemoveItems(const std::string& first, const std::string& second, bool mark) {
         const auto matches = [&](const Item& item) {
             if (first.empty()) return !mark;
-            return item.NameOf(&Object::first) == first &&
-                   (second.empty() || item.NameOf(&Object::second) == second);
+            return item.NameOf(true) == first && (second.empty() || item.NameOf(false) == second);
         };
         for (Item& item : items)
             if (matches(item)) item.pending |= mark && (item.stack != 0 || item.uses != 0);
