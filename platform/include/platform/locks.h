@@ -2,8 +2,8 @@
  * lie beyond its end.
  *
  * A lock belongs to the handle that took it. Two handles contend even within one process, a lock
- * goes with its handle or its process, and a child that runs another program inherits none. A forked
- * child that does not run another program shares the handles and their locks. */
+ * goes with its handle or its process, and a child that runs another program inherits none. A
+ * forked child that does not run another program shares the handles and their locks. */
 #ifndef PLATFORM_LOCKS_H
 #define PLATFORM_LOCKS_H
 
