@@ -58,8 +58,10 @@ void* PlatformBlockOf(void* payload) {
     return static_cast<char*>(payload) - HeaderSize(payload);
 }
 
-// Resizes a block that has a platform block of its own, with either header.
-void* ResizePlatformBlock(void* payload, uint32_t size, const char* tag, int32_t line) {
+// Resizes a block that has a platform block of its own, with either header. The checking library
+// resizes in a way of its own.
+[[maybe_unused]] void* ResizePlatformBlock(void* payload, uint32_t size, const char* tag,
+                                           int32_t line) {
     const uint32_t header = HeaderSize(payload);
     const uint32_t total = vr::Saturated(uint64_t{size} + header + kSpareByte);
     void* block = _CallocMore(total, PlatformBlockOf(payload), tag, line);

@@ -8,6 +8,7 @@
 
 inline std::map<std::string, std::string> settings;  // NAME=VALUE by name, as in use
 
+// NOLINTNEXTLINE(misc-definitions-in-headers)
 extern "C" int setenv(const char* name, const char* value, int) noexcept {
     const std::string key = name;
     if (key.empty() || key.find('=') != key.npos) return -1;
