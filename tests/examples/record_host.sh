@@ -79,6 +79,21 @@ expect 0 "$host" CATALOGUE append 50001,4 shelf
 prints shelf "$host" CATALOGUE get 50001,4,3
 ls | grep -q '\.[a-z][0-9]*$' && fail "a temporary file was left behind"
 
+# What killed hosts left of a record is gone after its next edit, so that its names never run
+# out, however the record is spelled: here all names that the host of this number can use.
+neighbours="ORDER.A12345 ORDER.a1234 ORDER.a123456 ORDER.1a2345 ORDERa12345 order.a12345 CUSTOMER.a12345"
+cat > leave_names << 'END'
+for letter in a b c d e f g h i j k l m n o p q r s t u v w x y z; do
+    : > ORDER.$letter$(printf %05d $(($$ % 100000)))
+done
+exec "$@"
+END
+touch $neighbours ORDER.z00001
+refuses 2 'no free name' sh ./leave_names "$host" --key other ORDER replace 7 lost
+expect 0 sh ./leave_names "$host" ./order replace 7 "after a crash"
+[ "$(ls -d ORDER?* order* CUSTOMER.*)" = "$(ls -d $neighbours)" ] || fail "left over: $(ls)"
+rm $neighbours leave_names
+
 # What would steer a terminal reaches none, whichever host shows it; a pipe gets each byte.
 bad=$(printf 'A\033[31m\233B')
 cp ORDER "$bad"
@@ -129,4 +144,33 @@ refuses 2 'grow too long' "$host" LONG append ""
 truncate -s 13980996 LONG
 expect 0 "$host" LONG append x
 [ "$(stat -c %s LONG)" -eq 13980998 ] || fail "an append to a long record"
+rm LONG
+
+# A disk that fills up, at any page of the new record, takes no change and loses nothing. Not
+# every user may mount one.
+cat > on_small_disk << 'END'
+mount -t tmpfs -o size=64k none disk && cd disk && cp ../before ORDER || exit 77
+for room in 0 4 8 12; do
+    head -c $(((60 - room) * 1024)) /dev/zero > filler
+    code=0
+    "$1" ORDER replace 8 "$(head -c 9000 /dev/zero | tr '\0' x)" > ../out 2>&1 || code=$?
+    echo "$room $code $(cmp ORDER ../before > ../out && echo old) $(echo *)"
+    rm filler
+done
+END
+cp ORDER before
+mkdir disk
+status=0
+unshare -rm sh on_small_disk "$host" > edits 2> errors || status=$?
+if [ "$status" -eq 0 ]; then
+    cat > wanted << 'END'
+0 2 old ORDER __locks filler
+4 2 old ORDER __locks filler
+8 2 old ORDER __locks filler
+12 0  ORDER __locks filler
+END
+    cmp edits wanted || { cat edits; fail "a record on a disk that fills up"; }
+else
+    echo "no small disk here: $(cat errors)"
+fi
 echo "all edits are as expected"
