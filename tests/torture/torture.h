@@ -14,7 +14,7 @@ using Seconds = std::chrono::duration<double>;
 // As the variable says, which scripts/torture sets; otherwise short.
 inline Seconds LengthOf(const char* variable, double otherwise = 3) {
     const char* seconds = std::getenv(variable);
-    return Seconds(seconds == nullptr ? otherwise : std::atof(seconds));
+    return Seconds(seconds == nullptr ? otherwise : std::strtod(seconds, nullptr));
 }
 
 inline std::mt19937 engine{std::random_device()()};
