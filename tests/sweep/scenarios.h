@@ -79,7 +79,7 @@ inline std::string Caching() {
         if (isBack) CacheIncrObjStr(cache, name.c_str());
         if (body == nullptr) return "the body that was just made is gone";
         CacheStackCountInc(cache, name.c_str());
-        Array(alloc_string(500));
+        const Array room(alloc_string(500));  // which may take the body away
         told += *reinterpret_cast<char**>(CacheLookup(cache, name.c_str()));
         CacheStackCountDec(cache, name.c_str());
     }
