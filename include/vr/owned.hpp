@@ -1,7 +1,8 @@
 /// @file
-/// The library for C++20: strings, keys and files that give themselves back, dynamic arrays as
-/// ranges, edits without a choice between the old string and the new one. All of it is inline
-/// over the C interface. get() and release() lead back to it, and it stays usable beside this.
+/// The library for C++20: strings, keys and files that free themselves, and edits that need no
+/// choice between the old string and the new one. vr/elements.hpp, which this header includes,
+/// reads dynamic arrays as ranges. All of it is inline over the C interface, and both can be
+/// used side by side: get() and release() lead from one to the other.
 ///
 /// @code
 ///     vr::String record("Hartwell\xFE" "Ashford\xFD" "Dover");
@@ -14,15 +15,13 @@
 #ifndef VR_OWNED_HPP
 #define VR_OWNED_HPP
 
-#include <cstddef>
 #include <cstdint>
 #include <cstring>
-#include <iterator>
-#include <ranges>
 #include <string_view>
 #include <utility>
 
 #include "vr/edit.h"
+#include "vr/elements.hpp"
 #include "vr/extract.h"
 #include "vr/files.h"
 #include "vr/memory.h"
@@ -76,13 +75,13 @@ public:
     }
     /// A copy of the zero-terminated text.
     explicit String(const char* text) : String(std::string_view(text)) {}
-    /// Takes a string of the C interface over, or null for an empty one.
+    /// Owns a string of the C interface from now on; null stands for an empty one.
     explicit String(VrString taken) : s_(taken) {}
-    /// The copy keeps the memo, as that of NewString.
+    /// A copy. It keeps the memo, as NewString does.
     String(const String& other) : s_(_NewString(other.get(), VR_MODULE, __LINE__)) {}
-    /// Takes the other one's string, and leaves it empty.
+    /// Takes the other object's string, and leaves that one empty.
     String(String&& other) noexcept : s_(std::exchange(other.s_, nullptr)) {}
-    /// Frees what was there.
+    /// Frees the string that it held.
     String& operator=(String other) noexcept {
         std::swap(s_, other.s_);
         return *this;
@@ -95,25 +94,25 @@ public:
     VrString get() const {
         return s_ == nullptr ? Empty() : s_;
     }
-    /// Gives the string up: the caller frees it. This one is then empty.
+    /// Hands the string over to the caller, who frees it. This object is then empty.
     [[nodiscard]] VrString release() {
         VrString s = get();
         s_ = nullptr;
         return s;
     }
-    /// For a call that returns a new string through the address of a variable: frees what was
-    /// there first.
+    /// For a call that stores a new string through the address of a variable. Frees the string
+    /// that was held first.
     VrString* out() {
         _free_mem(&s_, VR_MODULE, __LINE__);
         s_ = nullptr;
         return &s_;
     }
 
-    /// The bytes, while the string stands unchanged.
+    /// A view of the bytes, valid until the string changes.
     operator std::string_view() const {
         return View(get());
     }
-    /// With a zero after the last byte.
+    /// The text, with a zero after its last byte.
     const char* c_str() const {
         return reinterpret_cast<const char*>(VrStrText(get()));
     }
@@ -134,16 +133,16 @@ public:
         return View(a.get()) == b;
     }
 
-    /// Puts the text in the place of an element, as UtilInsertReplace does; with a number kEnd
-    /// after the last one. Returns the cursor of the element. `text` may lie in this string.
+    /// Replaces an element by the text, as UtilInsertReplace does; the number kEnd adds one after
+    /// the last. Returns the cursor of the element. `text` may lie in this string.
     int32_t replace(Position position, std::string_view text) {
         return Edit(position, text, 1);
     }
-    /// The same in front of an element.
+    /// Inserts the text before an element, in the same way.
     int32_t insert(Position position, std::string_view text) {
         return Edit(position, text, 0);
     }
-    /// A new attribute at the end.
+    /// Adds an attribute at the end.
     int32_t append(std::string_view text) {
         return Edit({kEnd}, text, 0);
     }
@@ -166,7 +165,10 @@ private:
         return Edit(position, reinterpret_cast<VrString>(&laid.length), replace);
     }
     int32_t Edit(Position position, VrString element, uint32_t replace) {
-        UtilPosition at = {position.attribute, position.value, position.subvalue, kVrFirstCursor};
+        UtilPosition at = {.attribute = position.attribute,
+                           .value = position.value,
+                           .subvalue = position.subvalue,
+                           .cursor = kVrFirstCursor};
         VrString before = get();
         VrString after = UtilInsertReplace(&at, before, element, replace);
         if (after != before) *out() = after;
@@ -176,102 +178,13 @@ private:
     VrString s_ = nullptr;  // null is empty too
 };
 
-// Of view_base alone, since clang 14 rejects the view_interface of GCC 12.
-
-/// The elements of a text between marks of one kind, as views into it: n marks give n + 1
-/// elements, and an empty text has none. The text must outlive them unchanged.
-class Elements : public std::ranges::view_base {
-public:
-    /// A forward iterator; its elements are views.
-    class Iterator {
-    public:
-        /// @cond as every iterator has them
-        using iterator_concept = std::forward_iterator_tag;
-        using iterator_category = std::input_iterator_tag;  // its elements are made on the way
-        using value_type = std::string_view;
-        using difference_type = std::ptrdiff_t;
-        using reference = std::string_view;
-        using pointer = void;
-
-        Iterator() = default;
-        Iterator(std::string_view text, unsigned char mark)
-            : begin_(text.empty() ? nullptr : text.data()),
-              end_(text.data() + text.size()),
-              mark_(mark) {
-            if (begin_ != nullptr) FindStop();
-        }
-        std::string_view operator*() const {
-            return {begin_, static_cast<size_t>(stop_ - begin_)};
-        }
-        Iterator& operator++() {
-            begin_ = stop_ == end_ ? nullptr : stop_ + 1;
-            if (begin_ != nullptr) FindStop();
-            return *this;
-        }
-        Iterator operator++(int) {
-            Iterator before = *this;
-            ++*this;
-            return before;
-        }
-        bool operator==(const Iterator& other) const {
-            return begin_ == other.begin_;
-        }
-        bool operator==(std::default_sentinel_t) const {
-            return begin_ == nullptr;
-        }
-        /// @endcond
-
-    private:
-        void FindStop() {
-            const void* found = std::memchr(begin_, mark_, static_cast<size_t>(end_ - begin_));
-            stop_ = found == nullptr ? end_ : static_cast<const char*>(found);
-        }
-
-        const char* begin_ = nullptr;  // of the element; null after the last one
-        const char* stop_ = nullptr;   // the mark after it, or the end
-        const char* end_ = nullptr;
-        unsigned char mark_ = 0;
-    };
-
-    /// The elements of the text between bytes `mark`.
-    Elements(std::string_view text, unsigned char mark) : text_(text), mark_(mark) {}
-    /// The first element.
-    Iterator begin() const {
-        return {text_, mark_};
-    }
-    /// After the last one.
-    std::default_sentinel_t end() const {
-        return {};
-    }
-    /// Whether there is none.
-    bool empty() const {
-        return text_.empty();
-    }
-
-private:
-    std::string_view text_;
-    unsigned char mark_;
-};
-
-/// The attributes of a record.
-inline Elements Attributes(std::string_view text) {
-    return {text, kVrAttributeMark};
-}
-/// The values of an attribute.
-inline Elements Values(std::string_view text) {
-    return {text, kVrValueMark};
-}
-/// The subvalues of a value.
-inline Elements Subvalues(std::string_view text) {
-    return {text, kVrSubvalueMark};
-}
-/// @cond a string that goes at once would take its elements with it
+/// @cond the elements of a temporary string would be gone at once
 Elements Attributes(String&&) = delete;
 Elements Values(String&&) = delete;
 Elements Subvalues(String&&) = delete;
 /// @endcond
 
-/// A record's key (vr/record.h), which gives itself back. Needs the library vrrecord.
+/// A record's key (vr/record.h), given back with the object. Needs the library vrrecord.
 class Key {
 public:
     /// Takes the key, as VrRecordLock.
@@ -308,9 +221,9 @@ public:
     explicit File(const char* path, int32_t flags, int32_t permission = 0) {
         OsOpen(path, flags, permission, &handle_);
     }
-    /// Takes the other one's file.
+    /// Takes the other object's file.
     File(File&& other) noexcept : handle_(std::exchange(other.handle_, -1)) {}
-    /// Closes what was open.
+    /// Closes the file that it held.
     File& operator=(File other) noexcept {
         std::swap(handle_, other.handle_);
         return *this;
@@ -333,10 +246,5 @@ private:
 };
 
 }  // namespace vr
-
-/// @cond
-template <>
-inline constexpr bool std::ranges::enable_borrowed_range<vr::Elements> = true;
-/// @endcond
 
 #endif
