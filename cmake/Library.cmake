@@ -6,7 +6,6 @@ option(VR_CHECK "Build the checking library too" ${PROJECT_IS_TOP_LEVEL})
 
 set(library_sources
   config/Dbenv.cpp
-  config/Dbenv_definition.cpp
   config/Environ.cpp
   config/Environ_paths.cpp
   config/Ini.cpp
@@ -24,6 +23,7 @@ set(library_sources
   core/vrmem.cpp
   core/vrmem_callbacks.cpp
   core/vrmem_fixed.cpp
+  core/vrmem_page.cpp
   core/vrmem_pool.cpp
   core/vrmem_recovery.cpp
   core/vrmem_string.cpp
@@ -36,6 +36,7 @@ set(library_sources
   files/Files.cpp
   files/Files_names.cpp
   files/Nflock.cpp
+  files/Nflock_keys.cpp
   files/Os_file.cpp
   lookup/Cache.cpp
   lookup/Quark.cpp
@@ -85,6 +86,7 @@ if(VR_CHECK AND NOT VR_INSTRUMENT)
   vr_add_library(vrbase_check ${library_sources}
     core/vrmem_check.cpp
     core/vrmem_check_area.cpp
+    core/vrmem_check_block.cpp
     core/vrmem_check_record.cpp
     core/vrmem_check_report.cpp)
   target_compile_definitions(vrbase_check PRIVATE VR_CHECK)

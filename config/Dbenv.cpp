@@ -5,14 +5,14 @@
 
 #include <algorithm>
 #include <cstdio>
-#include <cstdlib>
 #include <cstring>
 
 #include "config/Dbenv_definition.h"
-#include "core/vrmem.h"
-#include "vr/edit.h"
+#include "core/Array.h"
+#include "core/Width.h"
 #include "vr/extract.h"
 #include "vr/frame.h"
+#include "vr/owned.hpp"
 #include "vr/terminal.h"
 #include "vr/walk.h"
 
@@ -31,128 +31,109 @@ constexpr unsigned char kDigitZero = '0';
 
 using Text = char[kVrTerminalTextSize];
 
-// Where the first control strings come from.
+// Where a part of the record comes from.
 struct Source {
     int32_t attribute;
     int32_t value;
 };
+
+// The first control strings.
 constexpr Source kControlSources[] = {{3, 2}, {4, 2}, {3, 1}, {4, 1}, {3, 4},
                                       {4, 4}, {3, 3}, {4, 3}, {7, 1}, {7, 2}};
 
 VrString definition = nullptr;
 ScreenDefinition* screen = nullptr;
 
-// A value of an attribute, as a string that is freed with this object.
-class Value {
-public:
-    Value(VrString attribute, int32_t number) : s_(extract_field(1, number, 0, attribute)) {}
-    ~Value() {
-        free_mem(&s_);
-    }
-    Value(const Value&) = delete;
-    Value& operator=(const Value&) = delete;
+// A value of an attribute of the definition.
+vr::String ValueOf(Source source) {
+    return vr::String(extract_field(source.attribute, source.value, 0, definition));
+}
 
-    const char* Chars() const {
-        return vr::CharsOf(s_);
-    }
-    int32_t Number() const {
-        return std::strtol(Chars(), nullptr, 10);
-    }
-    void CopyTo(Text& text) const {
-        std::snprintf(text, sizeof text, "%s", Chars());
-    }
+int32_t NumberOf(Source source) {
+    return vr::NumberAt(ValueOf(source).c_str());
+}
 
-private:
-    VrString s_;
-};
+char FirstCharOf(Source source) {
+    return *ValueOf(source).c_str();
+}
 
-int32_t NumberIn(int32_t attribute, int32_t value) {
-    VrString whole = get_field(attribute, definition);
-    const int32_t number = Value(whole, value).Number();
-    free_mem(&whole);
-    return number;
+void CopyValue(Source source, Text& text) {
+    std::snprintf(text, sizeof text, "%s", ValueOf(source).c_str());
 }
 
 void DecodeOption17() {
-    VrString option = get_field(kOption17Attribute, definition);
-    screen->option17Number = Value(option, 1).Number();
-    Value(option, 2).CopyTo(screen->option17Text);
-    screen->option17Yes = (*Value(option, 3).Chars() | 0x20) == 'y' ? 1 : 0;
-    screen->option17Char = *Value(option, 4).Chars();
-    Value(option, 5).CopyTo(screen->option17Text2);
-    screen->option17Number2 = Value(option, 6).Number();
-    screen->option17Number3 = Value(option, 7).Number();
-    Value(option, 10).CopyTo(screen->option17Text3);
-    Value(option, 11).CopyTo(screen->option17Text4);
-    Value(option, 12).CopyTo(screen->option17Text5);
-    free_mem(&option);
+    const auto value = [](int32_t number) { return Source{kOption17Attribute, number}; };
+    screen->option17Number = NumberOf(value(1));
+    CopyValue(value(2), screen->option17Text);
+    screen->option17Yes = (FirstCharOf(value(3)) | 0x20) == 'y' ? 1 : 0;
+    screen->option17Char = FirstCharOf(value(4));
+    CopyValue(value(5), screen->option17Text2);
+    screen->option17Number2 = NumberOf(value(6));
+    screen->option17Number3 = NumberOf(value(7));
+    CopyValue(value(10), screen->option17Text3);
+    CopyValue(value(11), screen->option17Text4);
+    CopyValue(value(12), screen->option17Text5);
 }
 
 void DecodeColours(int32_t attribute, int32_t firstSlot) {
-    VrString colours = get_field(attribute, definition);
     for (int32_t i = 0; i < kColours; ++i)
-        Value(colours, i + 1).CopyTo(screen->controlStrings[firstSlot + i]);
-    free_mem(&colours);
+        CopyValue({attribute, i + 1}, screen->controlStrings[firstSlot + i]);
 }
 
 void DecodeControlStrings() {
-    for (size_t slot = 0; slot < std::size(kControlSources); ++slot) {
-        VrString whole = get_field(kControlSources[slot].attribute, definition);
-        Value(whole, kControlSources[slot].value).CopyTo(screen->controlStrings[slot]);
-        free_mem(&whole);
-    }
+    for (size_t slot = 0; slot < std::size(kControlSources); ++slot)
+        CopyValue(kControlSources[slot], screen->controlStrings[slot]);
     DecodeColours(kForegroundAttribute, kVrFirstForegroundString);
     DecodeColours(kBackgroundAttribute, kVrFirstBackgroundString);
 }
 
 void DecodeBoxCharacters() {
-    VrString box = get_field(kBoxAttribute, definition);
     for (int32_t i = 0; i < kVrBoxCharacters; ++i)
-        screen->boxCharacters[i] = static_cast<unsigned char>(*Value(box, i + 1).Chars());
-    free_mem(&box);
+        screen->boxCharacters[i] = static_cast<unsigned char>(FirstCharOf({kBoxAttribute, i + 1}));
 }
 
-// The parts between the marks, each as a string of its own.
-VrString* Split(VrString s, uint8_t mark, int32_t& count) {
-    count = item_count(s, mark);
-    auto* parts = static_cast<VrString*>(
-        alloc_memory(static_cast<uint32_t>(count) * static_cast<uint32_t>(sizeof(VrString))));
+struct Parts {
+    VrString* strings;
+    int32_t count;
+};
+
+// What stands between the marks, each as a string of its own.
+Parts Split(VrString s, uint8_t mark) {
+    const int32_t count = item_count(s, mark);
+    auto* strings = vr::NewArray<VrString>(count, VR_MODULE, __LINE__);
     int32_t cursor = kVrFirstCursor;
     for (int32_t i = 0; i < count; ++i)
-        cursor = UtilGetNextMarkerVal(s, cursor, &parts[i], 0, mark);
-    return parts;
+        cursor = UtilGetNextMarkerVal(s, cursor, &strings[i], 0, mark);
+    return {strings, count};
 }
 
-VrString* DecodeKeyTable(int32_t number, int32_t& count) {
-    VrString table = extract_field(kKeyTableAttribute, number, 0, definition);
-    VrString* parts = Split(table, kVrSubvalueMark, count);
-    free_mem(&table);
-    return parts;
+Parts DecodeKeyTable(int32_t number) {
+    return Split(ValueOf({kKeyTableAttribute, number}).get(), kVrSubvalueMark);
 }
 
 // Table 1 is written in digits.
-void SubtractDigits(VrString* parts, int32_t count) {
-    for (int32_t i = 0; i < count; ++i) {
-        unsigned char* text = VrStrText(parts[i]);
-        std::transform(text, text + parts[i]->length, text, [](unsigned char digit) {
+void SubtractDigits(const Parts& parts) {
+    for (int32_t i = 0; i < parts.count; ++i) {
+        unsigned char* text = VrStrText(parts.strings[i]);
+        std::transform(text, text + parts.strings[i]->length, text, [](unsigned char digit) {
             return static_cast<unsigned char>(digit - kDigitZero);
         });
     }
 }
 
 void DecodeKeys() {
-    int32_t counts[4] = {};
-    VrString lists = get_field(kKeyListAttribute, definition);
-    screen->keyLists = Split(lists, kVrValueMark, counts[0]);
-    free_mem(&lists);
-    screen->keyTable1 = DecodeKeyTable(1, counts[1]);
-    screen->keyTable2 = DecodeKeyTable(2, counts[2]);
-    screen->keyTable3 = DecodeKeyTable(3, counts[3]);
-    screen->keyListCount = counts[0];
-    screen->keyTable1Count = counts[1];
-    screen->keyTable2Count = counts[2];
-    screen->keyTable3Count = counts[3];
-    SubtractDigits(screen->keyTable1, screen->keyTable1Count);
+    const vr::String whole(get_field(kKeyListAttribute, definition));
+    const Parts lists = Split(whole.get(), kVrValueMark);
+    const Parts tables[] = {DecodeKeyTable(1), DecodeKeyTable(2), DecodeKeyTable(3)};
+    SubtractDigits(tables[0]);
+    screen->keyLists = lists.strings;
+    screen->keyListCount = lists.count;
+    screen->keyTable1 = tables[0].strings;
+    screen->keyTable1Count = tables[0].count;
+    screen->keyTable2 = tables[1].strings;
+    screen->keyTable2Count = tables[1].count;
+    screen->keyTable3 = tables[2].strings;
+    screen->keyTable3Count = tables[2].count;
 }
 
 void FreeParts(VrString* parts, int32_t count) {
@@ -171,12 +152,12 @@ void FreeTerminal() {
 }
 
 void Build() {
-    definition = alloc_string(vr::kTerminalDefinitionSize);
-    std::ranges::copy(vr::kTerminalDefinition, VrStrText(definition));
+    definition = alloc_string(sizeof vr::kTerminalDefinition);
+    std::memcpy(VrStrText(definition), vr::kTerminalDefinition, sizeof vr::kTerminalDefinition);
     screen = static_cast<ScreenDefinition*>(alloc_memory(sizeof(ScreenDefinition)));
-    screen->columns = NumberIn(kSizeAttribute, 1);
-    screen->rows = NumberIn(kSizeAttribute, 2);
-    screen->option13 = NumberIn(kOption13Attribute, 1);
+    screen->columns = NumberOf({kSizeAttribute, 1});
+    screen->rows = NumberOf({kSizeAttribute, 2});
+    screen->option13 = NumberOf({kOption13Attribute, 1});
     DecodeOption17();
     DecodeControlStrings();
     DecodeBoxCharacters();
@@ -187,12 +168,9 @@ void Build() {
 void PutSize(int32_t value, int32_t number) {
     char digits[12];
     std::snprintf(digits, sizeof digits, "%d", number);
-    UtilPosition position = {kSizeAttribute, value, 0, kVrFirstCursor};
-    VrString text = StrToVrStr(digits);
-    VrString before = definition;
-    definition = UtilInsertReplace(&position, before, text, 1);
-    if (definition != before) free_mem(&before);
-    free_mem(&text);
+    vr::String edited(definition);
+    edited.replace({kSizeAttribute, value}, digits);
+    definition = edited.release();
 }
 
 }  // namespace

@@ -11,6 +11,7 @@
 #include "core/vrmem.h"
 #include "platform/registry.h"
 #include "vr/environ.h"
+#include "vr/owned.hpp"
 #include "vr/settings.h"
 #include "vr/text.h"
 #include "vr/walk.h"
@@ -32,9 +33,8 @@ struct StaticString {
 
 VrString PrintFile(StaticString& s, const char* name) {
     EnvironProduct();  // works the identity out, as every path kept here does
-    VrString directory = EnvironPrintPath();
-    std::snprintf(s.text, sizeof s.text, "%s%c%s", vr::CharsOf(directory), '\\', name);
-    free_mem(&directory);
+    const vr::String directory(EnvironPrintPath());
+    std::snprintf(s.text, sizeof s.text, "%s%c%s", directory.c_str(), '\\', name);
     s.length = static_cast<int32_t>(std::strlen(s.text));
     return reinterpret_cast<VrString>(&s.length);
 }
@@ -140,12 +140,9 @@ int32_t EnvironInternationalDate() {
 }
 
 VrString EnvironFileName(VrString name) {
-    VrString expanded = NewString(name);
-    for (int32_t i = 0; i < kMostExpansions && *VrStrText(expanded) == '$'; ++i) {
-        VrString before = expanded;
-        expanded = Expand(before);
-        free_mem(&before);
-    }
-    UtilSwapChar(expanded, '/', '\\');
-    return expanded;
+    vr::String expanded(NewString(name));
+    for (int32_t i = 0; i < kMostExpansions && *expanded.c_str() == '$'; ++i)
+        expanded = vr::String(Expand(expanded.get()));
+    UtilSwapChar(expanded.get(), '/', '\\');
+    return expanded.release();
 }

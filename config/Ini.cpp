@@ -8,7 +8,6 @@
 #include "config/Ini.h"
 
 #include <algorithm>
-#include <cstdlib>
 #include <cstring>
 
 #include "core/Text.h"
@@ -18,8 +17,6 @@
 
 namespace {
 
-constexpr size_t kFileValueSize = 256;
-
 char environmentValue[vr::kEnvironmentValueSize];
 
 const char* PassSpace(const char* p) {
@@ -28,23 +25,12 @@ const char* PassSpace(const char* p) {
     return p;
 }
 
-// Copies the rest of the line, without the white space at its end.
-void CopyValue(const char* from, char (&value)[vr::kSettingSize]) {
-    size_t length = strnlen(from, kFileValueSize - 1);
-    if (const void* lineEnd = std::memchr(from, '\n', length)) {
-        length = static_cast<size_t>(static_cast<const char*>(lineEnd) - from);
-    }
-    while (length != 0 && vr::IsSpace(from[length - 1]))
-        --length;
-    std::memcpy(value, from, length);
-    value[length] = '\0';
-}
-
 // The search for the = continues across lines and sections, and so does the white space after it.
 bool CopyValueOfKeyAt(const char* p, char (&value)[vr::kSettingSize]) {
     const char* equals = std::strchr(p, '=');
     if (equals == nullptr) return false;
-    CopyValue(PassSpace(equals + 1), value);
+    vr::CopyLine(PassSpace(equals + 1), value);
+    vr::TrimEnd(value);
     return true;
 }
 
@@ -85,6 +71,23 @@ const char* EndOfSection(const char* body) {
 
 }  // namespace
 
+size_t vr::CopyLine(const char* from, char* line) {
+    size_t length = strnlen(from, kLineSize - 1);
+    if (const void* lineEnd = std::memchr(from, '\n', length)) {
+        length = static_cast<size_t>(static_cast<const char*>(lineEnd) - from);
+    }
+    std::memcpy(line, from, length);
+    line[length] = '\0';
+    return length;
+}
+
+void vr::TrimEnd(char* text) {
+    size_t length = std::strlen(text);
+    while (length != 0 && IsSpace(text[length - 1]))
+        --length;
+    text[length] = '\0';
+}
+
 const char* vr::FindSection(const char* section) {
     const size_t length = std::strlen(section);
     const char* bracket = ini_buf == nullptr ? nullptr : std::strchr(ini_buf, '[');
@@ -101,7 +104,7 @@ const char* vr::FindSection(const char* section) {
 int32_t IniGetInt(const char* section, const char* key, int32_t defaultValue) {
     char value[vr::kSettingSize];
     if (!FindSetting(section, key, value)) return defaultValue;
-    return std::strtol(value, nullptr, 10);
+    return vr::NumberAt(value);
 }
 
 char* IniGetString(const char* section, const char* key, const char* defaultValue) {

@@ -16,10 +16,19 @@ constexpr uint32_t kEnvironmentValueSize = 8192;  // of DLLGetEnv, with its zero
 void StartSettings(const UtilInitRecord& record);
 
 // The body of the section in the settings file, or null.
-const char* FindSection(const char* section);
+[[nodiscard]] const char* FindSection(const char* section);
+
+constexpr size_t kLineSize = 256;  // of the settings file, with its zero; the rest is cut off
+
+// Copies the rest of the line, and returns the length.
+size_t CopyLine(const char* from, char* line);
+
+// Cuts off the white space at the end.
+void TrimEnd(char* text);
 
 // The registry's layer.
-bool FindRegistryValue(const char* section, const char* key, char (&value)[kSettingSize]);
+[[nodiscard]] bool FindRegistryValue(const char* section, const char* key,
+                                     char (&value)[kSettingSize]);
 void LoadRegistryEnvironment();
 
 }  // namespace vr

@@ -22,7 +22,6 @@ char* ini_buf = nullptr;
 namespace {
 
 constexpr char kFileName[] = "\\VRLINK.INI";
-constexpr size_t kLineSize = 256;
 constexpr int32_t kReadText = kOpenText;
 constexpr int32_t kLargestFile = 64 << 20;  // bytes on disk
 constexpr char kNameBytes[] = "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789;";
@@ -100,10 +99,7 @@ void SetVariableOfLine(char* line) {
     char* rest = line + nameLength;
     const size_t separators = std::strspn(rest, kSeparators);
     char* value = separators == 0 ? rest + std::strlen(rest) : rest + separators;
-    size_t valueLength = std::strlen(value);
-    while (valueLength != 0 && vr::IsSpace(value[valueLength - 1]))
-        --valueLength;
-    value[valueLength] = '\0';
+    vr::TrimEnd(value);
     *rest = '\0';
     SetVariable(line, value);
 }
@@ -117,13 +113,8 @@ const char* PassToLetter(const char* p) {
 
 // Takes the line at `p`, or its first part, and returns what follows.
 const char* TakeLine(const char* p) {
-    char line[kLineSize];
-    size_t length = strnlen(p, sizeof line - 1);
-    if (const void* lineEnd = std::memchr(p, '\n', length)) {
-        length = static_cast<size_t>(static_cast<const char*>(lineEnd) - p);
-    }
-    std::memcpy(line, p, length);
-    line[length] = '\0';
+    char line[vr::kLineSize];
+    const size_t length = vr::CopyLine(p, line);
     SetVariableOfLine(line);
     return p + length;
 }

@@ -52,7 +52,7 @@ BufDscr* BufDscrCreate(int32_t size) {
     if (size < 1) return nullptr;
     auto* buffer = static_cast<BufDscr*>(alloc_memory(sizeof(BufDscr)));
     auto* data = static_cast<unsigned char*>(alloc_memory(static_cast<uint32_t>(size)));
-    *buffer = {size, size, 0, data};
+    *buffer = {.capacity = size, .step = size, .used = 0, .data = data};
     return buffer;
 }
 

@@ -24,7 +24,7 @@ inline bool IsSpace(char c) {
 
 // Whether a formatted text fitted with its zero: `length` is what the standard library's
 // print function returned, where -1 is a failure and does not fit.
-inline bool Fits(int length, size_t size) {
+[[nodiscard]] inline bool Fits(int length, size_t size) {
     return static_cast<size_t>(length) < size;
 }
 

@@ -6,6 +6,7 @@
 #include <cstdint>
 
 #include "core/Copy.h"
+#include "core/Width.h"
 #include "vr/frame.h"
 #include "vr/memory.h"
 #include "vr/string.h"
@@ -60,8 +61,8 @@ inline VrString OrNullString(VrString s) {
 }
 
 // The text as C text, which ends for its reader at the first zero byte.
-inline const char* CharsOf(VrString s) {
-    return reinterpret_cast<const char*>(VrStrText(s));
+inline char* CharsOf(VrString s) {
+    return reinterpret_cast<char*>(VrStrText(s));
 }
 
 // Decided by address, since the header of a shared string is that of a large block.
@@ -75,15 +76,9 @@ inline int32_t CapacityOf(VrString s) {
     return IsLong(s) ? static_cast<int32_t>(LongHeaderOf(s).capacity) : s->length;
 }
 
-// A size beyond 32 bits becomes the largest 32-bit number, which the allocator refuses; otherwise
-// it would wrap around to a small block.
-constexpr uint32_t Saturated(uint64_t size) {
-    return size > UINT32_MAX ? UINT32_MAX : static_cast<uint32_t>(size);
-}
-
 // The start routine, and whether it has run.
 void StartMemory(const UtilInitRecord& record);
-bool MemoryIsUp();
+[[nodiscard]] bool MemoryIsUp();
 
 // A new string of the bytes at `text`, as from alloc_string. A slot of a pool is cleared in a few
 // stores; a larger block is cleared only where the text does not fill it.
@@ -103,7 +98,7 @@ inline VrString StringOf(const uint8_t* text, size_t length, const char* tag, in
 // at the start.
 void StartPools();
 void FreePools();
-void* TakeSlot(uint32_t size);
+[[nodiscard]] void* TakeSlot(uint32_t size);
 void GiveSlotBack(void* payload);
 uint32_t SlotSize(void* payload);
 

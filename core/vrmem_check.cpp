@@ -1,11 +1,8 @@
 // The checking library's blocks. Each is a platform block of its own with guards around what
-// the caller may use, laid out so that header and payload stand as in the exact library:
-//
-//     | guard 16 | header 4, of a long string 16 | payload | spare byte | guard 16 |
-//
-// A block's record is kept apart from it (vrmem_check_record.h). A freed block is filled and held
-// back for a while, and the oldest is released first, so that a write to it or a second free is
-// noticed. Damage is repaired when it is found, and so is reported once.
+// the caller may use, laid out so that header and payload stand as in the exact library
+// (vrmem_check_block.h). A block's record is kept apart from it (vrmem_check_record.h). A freed
+// block is filled and held back for a while, and the oldest is released first, so that a write to
+// it or a second free is noticed.
 
 #define VR_MODULE "vrcheck"
 
@@ -14,25 +11,19 @@
 #include <algorithm>
 #include <cstring>
 
-#include "core/vrmem_check_guard.h"
+#include "core/vrmem_check_block.h"
 #include "core/vrmem_check_report.h"
 #include "platform/memory.h"
 #include "vr/walk.h"
 
+using namespace vr::check;
+
 namespace {
 
-using vr::check::IsGuard;
-using vr::check::kGuardSize;
-using vr::check::Place;
-using vr::check::PutGuard;
-using vr::check::Record;
-
-constexpr uint32_t kHeaderSize = 4;
 constexpr uint32_t kMovedByLongHeader = sizeof(vr::LongHeader) - kHeaderSize;
 constexpr uint32_t kHeldBudget = 4U << 20;  // bytes, their records included
 constexpr uint8_t kFreshByte = 0xFA;        // content that is undefined
-constexpr uint8_t kGivenBackByte = 0xFD;
-constexpr int32_t kMemoBytesAnEdit = 512;  // checked on average
+constexpr int32_t kMemoBytesAnEdit = 512;   // checked on average
 constexpr int32_t kMemoSavings = 1 << 20;
 
 uint32_t lastSerial = 0;
@@ -42,110 +33,22 @@ Record* newestHeld = nullptr;
 int32_t memoSavings = 0;
 bool finished = false;
 
-uint32_t HeaderSize(const Record& record) {
-    return record.classByte == vr::kLongStringClass ? uint32_t{sizeof(vr::LongHeader)}
-                                                    : kHeaderSize;
-}
-
-char* StartOf(const Record& record) {
-    return record.payload - HeaderSize(record) - kGuardSize;
-}
-
-uint32_t SpareSize(const Record& record) {
-    return record.zeroed ? 1 : 0;
-}
-
-char* EndOf(const Record& record) {  // where the guard begins
-    return record.payload + record.size + SpareSize(record);
-}
-
-uint32_t CostOf(const Record& record) {
-    const auto room = static_cast<uint32_t>(EndOf(record) - StartOf(record));
-    return room + kGuardSize + uint32_t{sizeof(Record)};
-}
-
-bool IsAll(const char* bytes, uint32_t size, uint8_t byte) {
-    return size == 0 ||
-           (static_cast<uint8_t>(*bytes) == byte && std::memcmp(bytes, bytes + 1, size - 1) == 0);
-}
-
-uint32_t HeaderWord(const Record& record) {
-    return uint32_t{record.classByte} << 24;
-}
-
-bool HeaderIsWhole(const Record& record) {
-    const char* header = record.payload - kHeaderSize;
-    const uint32_t word = HeaderWord(record);
-    if (std::memcmp(header, &word, sizeof word) != 0) return false;
-    return record.classByte != vr::kLongStringClass ||
-           vr::LongHeaderOf(record.payload).capacity == record.capacity;
-}
-
-void PutHeader(const Record& record) {
-    const uint32_t word = HeaderWord(record);
-    std::memcpy(record.payload - kHeaderSize, &word, sizeof word);
-    if (record.classByte == vr::kLongStringClass) {
-        vr::LongHeaderOf(record.payload).capacity = record.capacity;
-    }
-}
-
-void CheckStart(const Record& record, const Place& now) {
-    if (IsGuard(StartOf(record)) && HeaderIsWhole(record)) return;
-    vr::check::ReportBlock(now, "written before the start", record);
-    PutGuard(StartOf(record));
-    PutHeader(record);
-}
-
-void CheckEnd(const Record& record, const Place& now) {
-    const bool spareIsZero = !record.zeroed || record.payload[record.size] == '\0';
-    if (spareIsZero && IsGuard(EndOf(record))) return;
-    vr::check::ReportBlock(now, "written past the end", record);
-    if (record.zeroed) record.payload[record.size] = '\0';
-    PutGuard(EndOf(record));
-}
-
-void CheckLength(Record& record, const Place& now) {
-    if (!record.isString) return;
-    auto* s = reinterpret_cast<VrString>(record.payload);
-    if (s->length <= static_cast<int32_t>(record.capacity)) return;
-    char description[vr::check::kDescriptionSize];
-    vr::check::ReportFinding(now, "longer than its capacity", "length %d, capacity %u, %s",
-                             s->length, record.capacity, vr::check::Describe(record, description));
-    s->length = static_cast<int32_t>(record.capacity);
-}
-
-void CheckLive(Record& record, const Place& now) {
-    CheckStart(record, now);
-    CheckEnd(record, now);
-    CheckLength(record, now);
-}
-
-void CheckHeld(const Record& record, const Place& now) {
-    char* start = StartOf(record);
-    const auto size = static_cast<uint32_t>(EndOf(record) - start) + kGuardSize;
-    if (IsAll(start, size, kGivenBackByte)) return;
-    vr::check::ReportBlock(now, "written after it was given back", record);
-    std::memset(start, kGivenBackByte, size);
-}
-
 void GiveUpOldest(const Place& now) {
     Record* record = oldestHeld;
     oldestHeld = record->nextHeld;
     if (oldestHeld == nullptr) newestHeld = nullptr;
     heldBytes -= CostOf(*record);
     CheckHeld(*record, now);
-    vr::check::TakeOut(record);
+    TakeOut(record);
     LocalFree(StartOf(*record));
-    vr::check::FreeRecord(record);
+    FreeRecord(record);
 }
 
 void HoldBack(Record* record, const Place& now) {
     record->held = true;
-    record->givenBack = vr::check::Keep(now);
+    record->givenBack = Keep(now);
     record->nextHeld = nullptr;
-    char* start = StartOf(*record);
-    const auto size = static_cast<uint32_t>(EndOf(*record) - start) + kGuardSize;
-    std::memset(start, kGivenBackByte, size);
+    FillHeld(*record);
     (newestHeld == nullptr ? oldestHeld : newestHeld->nextHeld) = record;
     newestHeld = record;
     heldBytes += CostOf(*record);
@@ -159,28 +62,27 @@ bool LiesIn(const void* address, const Record& record) {
 }
 
 void ReportNoBlock(const void* address, const Place& now) {
-    for (const Record* r = vr::check::NextRecord(nullptr); r != nullptr;
-         r = vr::check::NextRecord(r)) {
+    for (const Record* r = NextRecord(nullptr); r != nullptr; r = NextRecord(r)) {
         if (!LiesIn(address, *r)) continue;
-        char description[vr::check::kDescriptionSize];
+        char description[kDescriptionSize];
         const auto distance = static_cast<int32_t>(static_cast<const char*>(address) - r->payload);
-        vr::check::ReportFinding(now, "not a block", "%p is byte %d of a %s", address, distance,
-                                 vr::check::Describe(*r, description));
+        ReportFinding(now, "not a block", "%p is byte %d of a %s", address, distance,
+                      Describe(*r, description));
         return;
     }
-    vr::check::ReportFinding(now, "not a block", "nothing was taken at %p%s", address,
-                             finished ? ", and VrExit has run" : "");
+    ReportFinding(now, "not a block", "nothing was taken at %p%s", address,
+                  finished ? ", and VrExit has run" : "");
 }
 
 // The record of a block that is in use; reports a block that is not, and returns null.
 Record* FindLive(const void* block, const char* whenHeld, const Place& now) {
-    Record* record = vr::check::Find(block);
+    Record* record = Find(block);
     if (record == nullptr) {
         ReportNoBlock(block, now);
         return nullptr;
     }
     if (record->held) {
-        vr::check::ReportBlock(now, whenHeld, *record);
+        ReportBlock(now, whenHeld, *record);
         return nullptr;
     }
     return record;
@@ -188,9 +90,9 @@ Record* FindLive(const void* block, const char* whenHeld, const Place& now) {
 
 // Gives the record another address, in the same platform block.
 void MovePayload(Record* record, void* payload) {
-    vr::check::TakeOut(record);
+    TakeOut(record);
     record->payload = static_cast<char*>(payload);
-    vr::check::Enter(record);
+    Enter(record);
 }
 
 // Turns a large block into a long string's: the header grows into the payload.
@@ -218,14 +120,14 @@ void CheckMemo(Record& record, const Place& now) {
     vr::Memo& memo = vr::LongHeaderOf(s).memo;
     memoSavings = std::min(memoSavings + kMemoBytesAnEdit, kMemoSavings);
     if (memo.attribute < 1 || MemoPointsAtItsAttribute(s, memo)) return;
-    char description[vr::check::kDescriptionSize];
-    vr::check::ReportFinding(now, "memo beside its attribute", "attribute %d at cursor %d, %s",
-                             memo.attribute, memo.cursor, vr::check::Describe(record, description));
+    char description[kDescriptionSize];
+    ReportFinding(now, "memo beside its attribute", "attribute %d at cursor %d, %s", memo.attribute,
+                  memo.cursor, Describe(record, description));
     memo = {};
 }
 
 void CheckAllBlocks(const Place& now) {
-    for (Record* r = vr::check::NextRecord(nullptr); r != nullptr; r = vr::check::NextRecord(r)) {
+    for (Record* r = NextRecord(nullptr); r != nullptr; r = NextRecord(r)) {
         if (r->held) {
             CheckHeld(*r, now);
         } else {
@@ -236,7 +138,7 @@ void CheckAllBlocks(const Place& now) {
 
 // In the exact library these are freed with their pages; a large one that is in use stays.
 void FreeSlots() {
-    for (Record* r = vr::check::NextRecord(nullptr); r != nullptr; r = vr::check::NextRecord(r)) {
+    for (Record* r = NextRecord(nullptr); r != nullptr; r = NextRecord(r)) {
         if (r->classByte == vr::kPoolSlotClass) LocalFree(StartOf(*r));
     }
 }
@@ -244,8 +146,8 @@ void FreeSlots() {
 // Runs when the process ends or unloads the library, after everything of the host. The last check
 // of a host that did not call VrExit happens here.
 [[gnu::destructor]] void EndProcess() {
-    if (!finished) vr::check::LookAtAll({"the end", 0});
-    vr::check::EndWithStatus();
+    if (!finished) LookAtAll({"the end", 0});
+    EndWithStatus();
 }
 
 }  // namespace

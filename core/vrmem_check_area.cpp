@@ -81,7 +81,7 @@ void Look(Area& area, const Place& now) {
 void* vr::check::NewArea(uint32_t size) {
     char* start = static_cast<char*>(CallocMore(size + 2 * kGuardSize, nullptr));
     Area& area = areas[areaCount++];
-    area = {start + kGuardSize, size, false, {}};
+    area = {.bytes = start + kGuardSize, .size = size, .isKept = false, .image = {}};
     PutGuards(area);
     return area.bytes;
 }

@@ -149,7 +149,9 @@ void vr::check::ListPlaces(const char* heading, bool finding) {
         return;
     }
     Site* end = sites;
-    ForListed([&end](const Record& r) { *end++ = {r.taken, 1, r.asked, r.serial}; });
+    ForListed([&end](const Record& r) {
+        *end++ = {.place = r.taken, .count = 1, .bytes = r.asked, .firstSerial = r.serial};
+    });
     end = Join(sites, end);
     std::sort(sites, end, StandsBefore);
     for (const Site* site = sites; site != end; ++site)

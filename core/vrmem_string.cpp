@@ -41,7 +41,8 @@ VrString NewLongString(uint32_t length, uint32_t spare, const char* tag, int32_t
     const uint32_t capacity = vr::Saturated(uint64_t{length} + spare);
     const uint32_t size = vr::Saturated(uint64_t{capacity} + kLongOverhead);
     char* s = static_cast<char*>(allocate(size, tag, line)) + kLongHeaderExtra;
-    vr::LongHeaderOf(s) = {{}, capacity, {}, vr::kLongStringClass};
+    vr::LongHeaderOf(s) = {
+        .memo = {}, .capacity = capacity, .zero = {}, .classByte = vr::kLongStringClass};
     return reinterpret_cast<VrString>(s);
 }
 

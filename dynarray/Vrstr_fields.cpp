@@ -5,13 +5,13 @@
 #define VR_MODULE "Vrstr"
 
 #include <algorithm>
-#include <cstdlib>
 #include <cstring>
 
 #include "dynarray/Vrstr.h"
 #include "vr/buffer.h"
 #include "vr/edit.h"
 #include "vr/fields.h"
+#include "vr/owned.hpp"
 
 namespace {
 
@@ -26,31 +26,25 @@ template <uint32_t kBufferSize>
 class ListWalk {
 public:
     ListWalk(VrString list, bool allocates) : list_(list), size_(allocates ? 0 : kBufferSize) {}
-    ~ListWalk() {
-        Release();
-    }
-    ListWalk(const ListWalk&) = delete;
-    ListWalk& operator=(const ListWalk&) = delete;
 
     bool HasNext() const {
         return cursor_ < vr::EndCursor(list_);
     }
     VrString Next() {
-        Release();
-        if (size_ != 0) current_ = reinterpret_cast<VrString>(buffer_);
-        cursor_ = UtilGetNextAttribute(list_, cursor_, &current_, size_);
-        return current_;
+        if (size_ == 0) {
+            cursor_ = UtilGetNextAttribute(list_, cursor_, allocated_.out(), 0);
+            return allocated_.get();
+        }
+        auto element = reinterpret_cast<VrString>(buffer_);
+        cursor_ = UtilGetNextAttribute(list_, cursor_, &element, size_);
+        return element;
     }
 
 private:
-    void Release() {
-        if (size_ == 0) free_mem(&current_);
-    }
-
     VrString list_;
     uint32_t size_;
     int32_t cursor_ = kVrFirstCursor;
-    VrString current_ = nullptr;
+    vr::String allocated_;
     char buffer_[kBufferSize];
 };
 
@@ -65,17 +59,14 @@ struct EntryWalk : ListWalk<kEntryBufferSize> {
     explicit EntryWalk(VrString list) : ListWalk(list, false) {}
 };
 
-int32_t NumberOf(VrString text) {
-    return std::strtol(vr::CharsOf(text), nullptr, 10);
-}
-
 void AppendField(BufDscr* gathered, int32_t number, VrString record) {
     const vr::Range field = vr::FindAttribute(number, record);
     AddStrToBuffer(gathered, field.start, static_cast<int32_t>(field.Size()), 0);
 }
 
 void ReplaceAttribute(VrString& record, int32_t number, VrString value) {
-    UtilPosition position = {number, 0, 0, kVrFirstCursor};
+    UtilPosition position = {
+        .attribute = number, .value = 0, .subvalue = 0, .cursor = kVrFirstCursor};
     VrString before = record;
     record = UtilInsertReplace(&position, before, value, 1);
     if (record != before) free_mem(&before);
@@ -88,7 +79,7 @@ VrString UtilGetFieldsFromVrString(VrString record, VrString fields) {
     AttributeWalk walk(fields);
     for (bool first = true; walk.HasNext(); first = false) {
         if (!first) AddStrToBuffer(gathered, nullptr, 0, kVrAttributeMark);
-        AppendField(gathered, NumberOf(walk.Next()), record);
+        AppendField(gathered, vr::NumberAt(vr::CharsOf(walk.Next())), record);
     }
     VrString result = BufDscrMakeVrStr(gathered);
     BufDscrDestroy(gathered);
@@ -101,7 +92,7 @@ VrString UtilPutFieldsInVrString(VrString record, VrString values, VrString fiel
     EntryWalk entries(fields);
     while (entries.HasNext()) {
         VrString value = newValues.Next();
-        ReplaceAttribute(result, NumberOf(entries.Next()), value);
+        ReplaceAttribute(result, vr::NumberAt(vr::CharsOf(entries.Next())), value);
     }
     return result;
 }

@@ -15,6 +15,7 @@
 #include "record_name.h"
 #include "record_tree.h"
 #include "shown_text.h"
+#include "vr/owned.hpp"
 #include "vr/record.h"
 #include "vr/vr.h"
 
@@ -247,7 +248,7 @@ int WorkUnderKey(const Arguments& arguments, const char* path) {
 int Run(const Arguments& arguments) {
     VrString mapped = MapFileName(arguments.words[0]);
     if (mapped == nullptr) return Complain(arguments.words[0], kVrRecordPathTooLong);
-    const char* path = reinterpret_cast<const char*>(VrStrText(mapped));
+    const char* path = vr::View(mapped).data();
     const bool locks = IsChange(arguments) || arguments.holdSeconds != 0;
     const int result = locks ? WorkUnderKey(arguments, path) : Work(arguments, path, nullptr);
     free_mem(&mapped);

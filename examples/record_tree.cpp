@@ -11,6 +11,7 @@
 #include "vr/convert.h"
 #include "vr/extract.h"
 #include "vr/memory.h"
+#include "vr/owned.hpp"
 #include "vr/walk.h"
 
 namespace {
@@ -38,7 +39,7 @@ bool HasMarksBelow(VrString element, int level) {
 }
 
 std::string BytesOf(VrString s) {
-    return {reinterpret_cast<const char*>(VrStrText(s)), static_cast<size_t>(s->length)};
+    return std::string(vr::View(s));
 }
 
 void Print(const std::string& line) {

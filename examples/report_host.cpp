@@ -14,6 +14,7 @@
 #include "report_dictionary.h"
 #include "report_source.h"
 #include "shown_text.h"
+#include "vr/owned.hpp"
 #include "vr/vr.h"
 
 namespace {
@@ -82,8 +83,7 @@ std::string DateText(const Report& report, const std::string& days) {
 std::string FieldText(const Report& report, const Field& field, VrString text) {
     UtilSwapChar(text, kVrValueMark, ';');
     UtilSwapChar(text, kVrSubvalueMark, ',');
-    const std::string shown(reinterpret_cast<const char*>(VrStrText(text)),
-                            static_cast<size_t>(text->length));
+    const std::string shown(vr::View(text));
     return field.isDate ? DateText(report, shown) : shown.substr(0, kWidestColumn);
 }
 

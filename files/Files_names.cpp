@@ -121,7 +121,7 @@ VrString UniqueNameFrom(char* nameTemplate, int wanted) {
 VrString OsFileName(VrString name, char* extension) {
     VrString result = alloc_string(kMappedSize);
     ToUpper(extension);
-    Candidate candidate = {.text = reinterpret_cast<char*>(VrStrText(result)),
+    Candidate candidate = {.text = vr::CharsOf(result),
                            .extension = extension,
                            .stem = 0,
                            .marks = 0,
@@ -140,7 +140,7 @@ VrString OsFileName(VrString name, char* extension) {
 VrString OsFileLongName(VrString name, const char* extension) {
     VrString result = alloc_string(kLongNameSize);
     const auto* from = vr::CharsOf(vr::OrNullString(name));
-    auto* text = reinterpret_cast<char*>(VrStrText(result));
+    char* text = vr::CharsOf(result);
     const size_t length = strnlen(from, kLongNameSize);
     std::replace_copy(from, from + length, text, '*', '^');
     text[length] = '\0';

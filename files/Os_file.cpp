@@ -6,6 +6,7 @@
 
 #include "files/Os_file.h"
 
+#include "core/Array.h"
 #include "platform/files.h"
 #include "vr/files.h"
 #include "vr/frame.h"
@@ -14,6 +15,8 @@
 #include "vr/string.h"
 
 namespace {
+
+using vr::OsResult;
 
 constexpr int32_t kEntriesPerStep = 20;
 constexpr int32_t kNoHandle = -1;
@@ -42,20 +45,20 @@ OsPoolEntry* Find(vr::OsPoolHandle pooled) {
 }
 
 void Grow() {
-    const auto size =
-        static_cast<uint32_t>(capacity + kEntriesPerStep) * static_cast<uint32_t>(sizeof *entries);
-    entries =
-        static_cast<OsPoolEntry*>(capacity == 0 ? alloc_memory(size) : realloc_mem(entries, size));
-    capacity += kEntriesPerStep;
+    vr::GrowArray(entries, capacity, kEntriesPerStep, VR_MODULE, __LINE__);
 }
 
-// New entries are zero, which means free.
+// New entries are zero, which means free. A callback may take one while the table grows.
 int32_t FreeIndex() {
-    for (int32_t i = 0; i < capacity; ++i) {
-        if (entries[i].name == nullptr) return i;
+    for (;; Grow()) {
+        for (int32_t i = 0; i < capacity; ++i) {
+            if (entries[i].name == nullptr) return i;
+        }
     }
-    Grow();
-    return capacity - kEntriesPerStep;
+}
+
+OsResult Open(const char* path, int32_t flags, int32_t permission, int32_t* handle) {
+    return static_cast<OsResult>(OsOpen(path, flags, permission, handle));
 }
 
 // How long ago an idle entry was used; 0 for one that cannot be parked.
@@ -70,17 +73,17 @@ void Park(OsPoolEntry& entry) {
 }
 
 // The open may run callbacks of a host, which may have opened the file again meanwhile.
-int32_t Reopen(vr::OsPoolHandle pooled, int32_t flags, int32_t permission) {
+OsResult Reopen(vr::OsPoolHandle pooled, int32_t flags, int32_t permission) {
     int32_t reopened = kNoHandle;
-    const int32_t result = OsOpen(entries[pooled - 1].name, flags, permission, &reopened);
-    if (result != 0) return result;
+    const OsResult result = Open(entries[pooled - 1].name, flags, permission, &reopened);
+    if (result != OsResult::Done) return result;
     OsPoolEntry& entry = entries[pooled - 1];
     if (entry.handle == kNoHandle) {
         entry.handle = reopened;
     } else {
         OsClose(reopened);
     }
-    return 0;
+    return OsResult::Done;
 }
 
 OsPoolEntry* LongestIdle() {
@@ -96,8 +99,8 @@ OsPoolEntry* LongestIdle() {
     return longest;
 }
 
-void OsPoolMemCallback(VrWord, VrWord) {
-    vr::OsPoolReclaim(1, nullptr);
+void ParkLongestIdle(VrWord, VrWord) {
+    if (OsPoolEntry* entry = LongestIdle()) Park(*entry);
 }
 
 // Files are not closed here: they belong to the lock manager, which has been taken down before.
@@ -110,50 +113,52 @@ void FreeTable() {
 
 void vr::StartPool() {
     Grow();
-    MemAddCallback(kVrTooManyOpenFiles, OsPoolMemCallback, 0);
+    MemAddCallback(kVrTooManyOpenFiles, ParkLongestIdle, 0);
     VrExitAdd(FreeTable);
 }
 
 // An open may run callbacks of a host, which may open files here too: an entry is looked for, or
 // looked up again, after it.
-int32_t vr::OsPoolOpen(const char* path, int32_t flags, int32_t permission, OsPoolHandle* pooled) {
+OsResult vr::OsPoolOpen(const char* path, int32_t flags, int32_t permission, OsPoolHandle* pooled) {
     int32_t handle = kNoHandle;
-    const int32_t result = OsOpen(path, flags, permission, &handle);
-    if (result != 0) return result;
+    const OsResult result = Open(path, flags, permission, &handle);
+    if (result != OsResult::Done) return result;
     const int32_t reopenFlags = flags & ~(kOpenCreate | kOpenTruncate);
     char* name = dup_str(path);
     const int32_t index = FreeIndex();
-    entries[index] = {name, 0, reopenFlags, handle, NextStamp()};
+    entries[index] = {.name = name,
+                      .users = 0,
+                      .reopenFlags = reopenFlags,
+                      .handle = handle,
+                      .stamp = NextStamp()};
     *pooled = index + 1;
-    return 0;
+    return OsResult::Done;
 }
 
-int32_t vr::OsPoolAcquire(OsPoolHandle pooled, int32_t* handle) {
+OsResult vr::OsPoolAcquire(OsPoolHandle pooled, int32_t* handle) {
     const OsPoolEntry* entry = Find(pooled);
-    if (entry == nullptr) return -1;
+    if (entry == nullptr) return OsResult::Failed;
     if (entry->handle == kNoHandle) {
-        const int32_t result = Reopen(pooled, entry->reopenFlags, 0);
-        if (result != 0) return result;
+        const OsResult result = Reopen(pooled, entry->reopenFlags, 0);
+        if (result != OsResult::Done) return result;
     }
     ++entries[pooled - 1].users;
     *handle = entries[pooled - 1].handle;
-    return 0;
+    return OsResult::Done;
 }
 
-int32_t vr::OsPoolRenew(OsPoolHandle pooled, int32_t flags, int32_t permission) {
+OsResult vr::OsPoolRenew(OsPoolHandle pooled, int32_t flags, int32_t permission) {
     OsPoolEntry* entry = Find(pooled);
-    if (entry == nullptr) return -1;
+    if (entry == nullptr) return OsResult::Failed;
     if (entry->handle != kNoHandle) Park(*entry);
     return Reopen(pooled, flags, permission);
 }
 
-int32_t vr::OsPoolRelease(OsPoolHandle pooled) {
+void vr::OsPoolRelease(OsPoolHandle pooled) {
     OsPoolEntry* entry = Find(pooled);
-    if (entry == nullptr) return -1;
-    if (entry->users == 0) return -2;
+    if (entry == nullptr || entry->users == 0) return;
     --entry->users;
     entry->stamp = NextStamp();
-    return 0;
 }
 
 bool vr::OsPoolIsDeleted(OsPoolHandle pooled) {
@@ -166,31 +171,17 @@ void vr::OsPoolDiscard(OsPoolHandle pooled) {
     if (entry != nullptr && entry->handle != kNoHandle) FileDiscard(entry->handle, entry->name);
 }
 
-int32_t vr::OsPoolName(OsPoolHandle pooled, const char** name) {
+const char* vr::OsPoolName(OsPoolHandle pooled) {
     const OsPoolEntry* entry = Find(pooled);
-    if (entry == nullptr) return -1;
-    *name = entry->name;
-    return 0;
+    return entry == nullptr ? nullptr : entry->name;
 }
 
-int32_t vr::OsPoolClose(OsPoolHandle pooled) {
+void vr::OsPoolClose(OsPoolHandle pooled) {
     OsPoolEntry* entry = Find(pooled);
-    if (entry == nullptr) return -1;
+    if (entry == nullptr) return;
     if (entry->handle != kNoHandle) {
         OsClose(entry->handle);
         VrdbLogOutInt("@@@DOS Close Handle:", entry->handle);
     }
     free_mem(&entry->name);
-    return 0;
-}
-
-void vr::OsPoolReclaim(int32_t count, int32_t* closed) {
-    int32_t done = 0;
-    while (done < count) {
-        OsPoolEntry* entry = LongestIdle();
-        if (entry == nullptr) break;
-        Park(*entry);
-        ++done;
-    }
-    if (closed != nullptr) *closed = done;
 }

@@ -1,6 +1,6 @@
 // The handle pool: files that stay known while their handles come and go.
 //
-// Unless noted, calls return 0, or -1 for a pool handle that is outside the table or free.
+// A pool handle that is outside the table or free makes a call fail or do nothing.
 #ifndef FILES_OS_FILE_H
 #define FILES_OS_FILE_H
 
@@ -10,38 +10,38 @@ namespace vr {
 
 using OsPoolHandle = int32_t;  // index into the table, plus 1
 
+// As OsOpen numbers its results.
+enum class OsResult : int32_t { Done = 0, Failed = -1, TooManyOpenFiles = -2 };
+
 // Called by files_init.
 void StartPool();
 
-// Opens a file and keeps it, without users. After a failure the code of OsOpen.
-int32_t OsPoolOpen(const char* path, int32_t flags, int32_t permission, OsPoolHandle* pooled);
+// Opens a file and keeps it, without users.
+[[nodiscard]] OsResult OsPoolOpen(const char* path, int32_t flags, int32_t permission,
+                                  OsPoolHandle* pooled);
 
-// Pins the file and gives its platform handle, reopening it if it was parked; the code of OsOpen
-// when that fails. The handle is valid until the last release.
-int32_t OsPoolAcquire(OsPoolHandle pooled, int32_t* handle);
+// Pins the file and gives its platform handle, reopening it if it was parked. The handle is valid
+// until the last release.
+[[nodiscard]] OsResult OsPoolAcquire(OsPoolHandle pooled, int32_t* handle);
 
-// Removes a pin; -2 when there is none.
-int32_t OsPoolRelease(OsPoolHandle pooled);
+// Removes a pin.
+void OsPoolRelease(OsPoolHandle pooled);
 
 // Whether the file is open and has no name any more.
-bool OsPoolIsDeleted(OsPoolHandle pooled);
+[[nodiscard]] bool OsPoolIsDeleted(OsPoolHandle pooled);
 
-// Closes an idle file and opens, with these flags, the file that has its name now. The code of
-// OsOpen; the file stays parked when that fails.
-int32_t OsPoolRenew(OsPoolHandle pooled, int32_t flags, int32_t permission);
+// Closes an idle file and opens, with these flags, the file that has its name now. The file stays
+// parked when that fails.
+[[nodiscard]] OsResult OsPoolRenew(OsPoolHandle pooled, int32_t flags, int32_t permission);
 
 // Deletes a file that was made by its open and that nobody else has open. It stays pooled.
 void OsPoolDiscard(OsPoolHandle pooled);
 
-// The path as it was given; it belongs to the pool.
-int32_t OsPoolName(OsPoolHandle pooled, const char** name);
+// The path as it was given; it belongs to the pool. Null for a bad handle.
+[[nodiscard]] const char* OsPoolName(OsPoolHandle pooled);
 
 // Closes the file, pinned or not, and forgets it.
-int32_t OsPoolClose(OsPoolHandle pooled);
-
-// Parks up to `count` files that have been idle longest, and stores their number in *closed unless
-// that is null.
-void OsPoolReclaim(int32_t count, int32_t* closed);
+void OsPoolClose(OsPoolHandle pooled);
 
 }  // namespace vr
 

@@ -7,9 +7,9 @@
 #include "vr/cache.h"
 
 #include <algorithm>
-#include <cstdlib>
 #include <cstring>
 
+#include "core/Width.h"
 #include "lookup/vrhash.h"
 #include "platform/clock.h"
 #include "vr/buffer.h"
@@ -44,13 +44,12 @@ uint32_t Now() {
 
 int32_t LimitOfEnvironment() {
     const char* limit = DLLGetEnv("VRLCACHESIZE");
-    return limit == nullptr ? kDefaultLimit : std::strtol(limit, nullptr, 10);
+    return limit == nullptr ? kDefaultLimit : vr::NumberAt(limit);
 }
 
 void CountBody(Cache& cache, CacheItem& item) {
     item.resident = 1;
-    cache.used =
-        static_cast<int32_t>(std::min(int64_t{cache.used} + item.size, int64_t{INT32_MAX}));
+    cache.used = vr::Saturated<int32_t>(int64_t{cache.used} + item.size);
 }
 
 void UncountBody(Cache& cache, CacheItem& item) {
@@ -110,13 +109,11 @@ int32_t ListItem(VrWord value, VrWord list) {
     return 0;
 }
 
-// The items with an object, as the text of a string.
-VrString ListItems(const Cache& cache) {
+// The addresses of the items with an object.
+BufDscr* ListItems(const Cache& cache) {
     BufDscr* list = BufDscrCreate(kListStep);
     HashTableRemoveItems(cache.table, ListItem, reinterpret_cast<VrWord>(list));
-    VrString items = BufDscrMakeVrStr(list);
-    BufDscrDestroy(list);
-    return items;
+    return list;
 }
 
 bool GoalIsReached(const Cache& cache) {
@@ -124,9 +121,9 @@ bool GoalIsReached(const Cache& cache) {
 }
 
 // The oldest first, until the goal is reached.
-void ReleaseListed(Cache& cache, VrString items) {
-    auto* const first = reinterpret_cast<CacheItem**>(VrStrText(items));
-    auto* const end = reinterpret_cast<CacheItem**>(VrStrText(items) + items->length);
+void ReleaseListed(Cache& cache, const BufDscr& items) {
+    auto* const first = reinterpret_cast<CacheItem**>(items.data);
+    auto* const end = reinterpret_cast<CacheItem**>(items.data + items.used);
     std::sort(first, end, [](const CacheItem* a, const CacheItem* b) { return a->time < b->time; });
     releaseMode = true;
     for (CacheItem** item = first; item != end && !GoalIsReached(cache); ++item) {
@@ -137,9 +134,9 @@ void ReleaseListed(Cache& cache, VrString items) {
 }
 
 void Evict(Cache& cache) {
-    VrString items = ListItems(cache);
-    ReleaseListed(cache, items);
-    free_mem(&items);
+    BufDscr* items = ListItems(cache);
+    ReleaseListed(cache, *items);
+    BufDscrDestroy(items);
 }
 
 void KeepBudget(Cache& cache) {
@@ -169,9 +166,7 @@ const char* TextOf(const char* name) {
 // A name in the host's record; empty without a record.
 const char* NameOf(const CacheItem& item, size_t offset) {
     if (item.object == 0) return "";
-    const char* name = nullptr;
-    std::memcpy(&name, reinterpret_cast<const char*>(item.object) + offset, sizeof name);
-    return TextOf(name);
+    return TextOf(vr::AddressAt<char>(reinterpret_cast<const char*>(item.object) + offset));
 }
 
 struct NameMatch {
@@ -211,7 +206,12 @@ Cache* CacheCreate(int32_t bucketCount, CacheRoutine destroy, CacheRoutine relea
     auto* cache = static_cast<Cache*>(alloc_memory(sizeof(Cache)));
     const auto word = reinterpret_cast<VrWord>(cache);
     HashTable* table = HashTableCreate(bucketCount, DestructEntry, word, 0);
-    *cache = {table, destroy, release, owner, 0, LimitOfEnvironment()};
+    *cache = {.table = table,
+              .destroy = destroy,
+              .release = release,
+              .owner = owner,
+              .used = 0,
+              .limit = LimitOfEnvironment()};
     MemAddCallback(kVrMemoryShort, ReleaseAll, word);
     return cache;
 }

@@ -7,6 +7,7 @@
 
 #include <cstring>
 
+#include "core/Array.h"
 #include "vr/fixed.h"
 #include "vr/hash.h"
 #include "vr/memory.h"
@@ -23,9 +24,7 @@ int32_t capacity = 0;
 int32_t nextQuark = 1;
 
 void Grow() {
-    capacity += kTextsPerStep;
-    const auto size = static_cast<uint32_t>(capacity) * static_cast<uint32_t>(sizeof *texts);
-    texts = static_cast<const char**>(realloc_mem(texts, size));
+    vr::GrowArray(texts, capacity, kTextsPerStep, VR_MODULE, __LINE__);
 }
 
 void FreeQuarks() {

@@ -8,8 +8,8 @@
 
 #include <cstring>
 
+#include "core/Array.h"
 #include "core/Invariant.h"
-#include "core/vrmem.h"
 #include "vr/fixed.h"
 
 namespace {
@@ -142,10 +142,13 @@ HashEntry* NewEntry(size_t keySize) {
 HashTable* HashTableCreate(int32_t bucketCount, HashTableDestructor destructor,
                            VrWord destructorData, int32_t fixed) {
     if (bucketCount < 1) return nullptr;
-    const uint64_t size = static_cast<uint64_t>(bucketCount) * sizeof(HashEntry*);
     auto* table = static_cast<HashTable*>(alloc_memory(sizeof(HashTable)));
-    auto** buckets = static_cast<HashEntry**>(alloc_memory(vr::Saturated(size)));
-    *table = {fixed, bucketCount, buckets, destructor, destructorData};
+    auto** buckets = vr::NewArray<HashEntry*>(bucketCount, VR_MODULE, __LINE__);
+    *table = {.fixed = fixed,
+              .bucketCount = bucketCount,
+              .buckets = buckets,
+              .destructor = destructor,
+              .destructorData = destructorData};
     return table;
 }
 

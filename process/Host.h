@@ -13,7 +13,7 @@ constexpr uint32_t kHostDirectorySize = 256;
 
 // The folder of the host's module, with the backslash at its end; false when the module has
 // none, or its path may have been cut.
-inline bool HostDirectory(char (&path)[kHostDirectorySize]) {
+[[nodiscard]] inline bool HostDirectory(char (&path)[kHostDirectorySize]) {
     auto* host = reinterpret_cast<void*>(GetHInstance());
     const uint32_t length = GetModuleFileNameA(host, path, sizeof path);
     if (length == 0 || length == sizeof path - 1) return false;

@@ -8,7 +8,6 @@
 #include <algorithm>
 #include <cstdarg>
 #include <cstdio>
-#include <cstdlib>
 #include <cstring>
 #include <iterator>
 
@@ -218,8 +217,7 @@ int32_t RunHidden(const char* text, const char* outputFile, int32_t windowMode) 
 // The number after a sign may follow blanks, but only digits directly after the sign are skipped.
 Sign ReadSign(const char* afterSign) {
     const size_t digits = std::strspn(afterSign, kDigits);
-    const long number = std::strtol(afterSign, nullptr, 10);
-    return {static_cast<int32_t>(number), digits != 0, afterSign + digits};
+    return {vr::NumberAt(afterSign), digits != 0, afterSign + digits};
 }
 
 int32_t WindowModeOf(const Sign& sign) {

@@ -9,6 +9,7 @@
 #include "platform/programs.h"
 #include "vr/log.h"
 #include "vr/memory.h"
+#include "vr/owned.hpp"
 #include "vr/record.h"
 #include "vr/text.h"
 
@@ -18,7 +19,7 @@ constexpr int32_t kPause = 20;  // milliseconds; the library's own waiting makes
 
 int32_t TakeOnce(const VrRecordKey& key) {
     const int32_t taken = LockLockKey(key.file, key.name, 0, 0);
-    VrdbLogMesLock(reinterpret_cast<const char*>(VrStrText(key.name)), taken);
+    VrdbLogMesLock(vr::View(key.name).data(), taken);
     return taken;
 }
 
@@ -58,6 +59,6 @@ int32_t VrRecordLock(const char* path, const char* key, int32_t milliseconds, Vr
 
 void VrRecordUnlock(VrRecordKey* held) {
     const int32_t result = LockUnlockKey(held->file, held->name);
-    VrdbLogMesUnlock(reinterpret_cast<const char*>(VrStrText(held->name)), result);
+    VrdbLogMesUnlock(vr::View(held->name).data(), result);
     GiveUp(*held);
 }

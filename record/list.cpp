@@ -17,7 +17,6 @@ namespace {
 
 constexpr int32_t kFirstRoom = 64;  // entries
 constexpr int32_t kLeftOut = -1;    // the length of one that is not listed
-constexpr char kLockFileName[] = "__locks";
 
 VrRecordList* NewList() {
     auto* list = static_cast<VrRecordList*>(alloc_memory(sizeof(VrRecordList)));
@@ -61,7 +60,7 @@ void Sort(VrRecordList& list) {
 void LeaveOut(VrRecordList& list) {
     VrRecordEntry* end = list.entries + list.count;
     for (VrRecordEntry* entry = list.entries; entry != end; ++entry) {
-        const bool isLockFile = std::strcmp(entry->name, kLockFileName) == 0;
+        const bool isLockFile = std::strcmp(entry->name, record::kLockFileName) == 0;
         if (isLockFile || IsLeftOver(list, entry->name)) entry->length = kLeftOut;
     }
     end = std::remove_if(list.entries, end,

@@ -10,6 +10,7 @@ namespace record {
 
 constexpr size_t kPathSize = 4096;
 constexpr size_t kNameSize = sizeof(DirSearch::name);
+constexpr char kLockFileName[] = "__locks";  // of the lock manager, in each folder
 
 struct FileName {
     char folder[kPathSize];  // with its separator
@@ -17,10 +18,10 @@ struct FileName {
 };
 
 // Takes a path apart; false when it is too long.
-bool Split(const char* path, FileName& file);
+[[nodiscard]] bool Split(const char* path, FileName& file);
 
 // Folder and name together, with what is added to the name; false when that is too long.
-bool Join(const FileName& file, const char* addition, char (&path)[kPathSize]);
+[[nodiscard]] bool Join(const FileName& file, const char* addition, char (&path)[kPathSize]);
 
 // The length of the record's name in the name of a temporary file, or 0 for any other name.
 size_t RecordPartOf(const char* name);

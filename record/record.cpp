@@ -113,10 +113,11 @@ void AddOwner(const char* path, char* text, size_t size) {
     char lockFile[kPathSize];
     char owner[100];
     if (!record::Split(path, file)) return;
-    std::strcpy(file.name, "__locks");
+    std::strcpy(file.name, record::kLockFileName);
     const size_t length = std::strlen(text);
     if (record::Join(file, "", lockFile) && FileOwnership(lockFile, owner, sizeof owner) == 0) {
-        std::snprintf(text + length, size - length, ": __locks belongs to %s", owner);
+        std::snprintf(text + length, size - length, ": %s belongs to %s", record::kLockFileName,
+                      owner);
     } else if (FileOwnership(file.folder, owner, sizeof owner) == 0) {
         std::snprintf(text + length, size - length, ": the folder belongs to %s", owner);
     }

@@ -65,8 +65,10 @@ void ReadClock(ClockReading* reading) {
     clock_gettime(CLOCK_REALTIME, &now);
     const tm& local = LocalTime(now.tv_sec);
     const int32_t saving = local.tm_isdst > 0 ? 1 : 0;
-    *reading = {now.tv_sec, static_cast<int32_t>(now.tv_nsec / 1'000'000),
-                static_cast<int32_t>(-local.tm_gmtoff / 60) + saving * 60, saving};
+    *reading = {.seconds = now.tv_sec,
+                .milliseconds = static_cast<int32_t>(now.tv_nsec / 1'000'000),
+                .minutesWest = static_cast<int32_t>(-local.tm_gmtoff / 60) + saving * 60,
+                .daylight = saving};
 }
 
 int64_t ClockSeconds() {

@@ -13,7 +13,7 @@ struct HostCommand {
 };
 
 // 0 with the command filled in; otherwise a number for GetLastError.
-int ParseCommandLine(const std::string& line, HostCommand& command);
+[[nodiscard]] int ParseCommandLine(const std::string& line, HostCommand& command);
 
 }  // namespace vrplatform
 

@@ -12,7 +12,7 @@ struct FailurePlan {
     int32_t error;  // that errno then holds
 
     // Counts one call, and says whether it has to fail.
-    bool MustFail();
+    [[nodiscard]] bool MustFail();
 };
 
 }  // namespace vrplatform

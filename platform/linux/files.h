@@ -24,7 +24,7 @@ struct OpenFile {
 };
 
 // The file of a handle; null, with errno, when there is none.
-OpenFile* FindFile(int32_t handle);
+[[nodiscard]] OpenFile* FindFile(int32_t handle);
 
 }  // namespace vrplatform
 

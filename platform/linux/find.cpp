@@ -97,11 +97,6 @@ bool SplitPattern(std::string_view& pattern, char (&hostPath)[kHostPathSize]) {
     return HostPath(directory, hostPath);
 }
 
-std::string Folded(std::string name) {
-    std::transform(name.begin(), name.end(), name.begin(), FoldCase);
-    return name;
-}
-
 void Describe(DIR* directory, const char* name, FindData* data) {
     *data = {};
     std::memcpy(data->name, name, std::strlen(name) + 1);

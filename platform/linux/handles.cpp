@@ -42,7 +42,8 @@ void* PlatformNewHandle(const HandleKind* kind, void* object) {
     static uintptr_t next = kFirstHandle;
     if (object == nullptr) return nullptr;
     auto* handle = reinterpret_cast<void*>(next);
-    auto* entry = new (std::nothrow) Entry{handle, kind, object, first};
+    auto* entry =
+        new (std::nothrow) Entry{.handle = handle, .kind = kind, .object = object, .next = first};
     if (entry == nullptr) {
         kind->close(object);
         return nullptr;

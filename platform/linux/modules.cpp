@@ -72,7 +72,10 @@ LibraryName SplitName(const char* name) {
     const char* dot = std::strrchr(stem, '.');
     const bool hasExtension = dot != nullptr && lstrcmpiA(dot, ".dll") == 0;
     const size_t stemLength = hasExtension ? static_cast<size_t>(dot - stem) : std::strlen(stem);
-    return {name, stem, static_cast<int>(stem - name), static_cast<int>(stemLength)};
+    return {.whole = name,
+            .stem = stem,
+            .directoryLength = static_cast<int>(stem - name),
+            .stemLength = static_cast<int>(stemLength)};
 }
 
 // The linker would open anything before it refuses it, and opening a pipe waits for the other side.

@@ -10,7 +10,7 @@ namespace vrplatform {
 
 // Opens the file with the platform's flags and permission, and fills in descriptor, `created`
 // and `maySignal`. False, with errno, when it cannot be opened.
-bool OpenOnHost(const char* path, int32_t flags, int32_t permission, OpenFile& file);
+[[nodiscard]] bool OpenOnHost(const char* path, int32_t flags, int32_t permission, OpenFile& file);
 
 }  // namespace vrplatform
 

@@ -19,7 +19,7 @@ public:
     explicit NumberWalk(const char* folder);
 
     // False after the last one.
-    bool Next(uint32_t& number);
+    [[nodiscard]] bool Next(uint32_t& number);
 
 private:
     static constexpr size_t kBufferSize = 2048;
@@ -46,7 +46,7 @@ constexpr size_t kProgramNameSize = kHostPathSize + 4;
 void ProgramName(const char* hostPath, char (&name)[kProgramNameSize]);
 
 // The name of the process's program; false when it may not be read.
-bool ProgramOf(uint32_t process, char (&name)[kProgramNameSize]);
+[[nodiscard]] bool ProgramOf(uint32_t process, char (&name)[kProgramNameSize]);
 
 }  // namespace vrplatform
 

@@ -146,8 +146,10 @@ using namespace vrplatform;
 uint32_t GetPrivateProfileStringA(const char* section, const char* key, const char* defaultValue,
                                   char* buffer, uint32_t size, const char* file) {
     if (buffer == nullptr || size == 0) return 0;
-    const ProfileRequest request = {section, key, defaultValue == nullptr ? "" : defaultValue,
-                                    file};
+    const ProfileRequest request = {.section = section,
+                                    .key = key,
+                                    .defaultValue = defaultValue == nullptr ? "" : defaultValue,
+                                    .file = file};
     // The buffer first gets the result for a file that cannot be read.
     const bool isList = section == nullptr || key == nullptr;
     const uint32_t length =

@@ -165,10 +165,13 @@ void CloseBoth(const ProcessInformation& information) {
 // Both handles of a process that is yet to start, and counts as ended until then. Null when
 // memory is short.
 Process* NewProcess(ProcessInformation& information) {
-    auto* process = new (std::nothrow) Process{0, nullptr, true, 0, 2};
+    auto* process = new (std::nothrow)
+        Process{.number = 0, .child = nullptr, .ended = true, .exitCode = 0, .references = 2};
     if (process == nullptr) return nullptr;
-    information = {PlatformNewHandle(&kProcessKind, process),
-                   PlatformNewHandle(&kThreadKind, process), 0, 0};
+    information = {.process = PlatformNewHandle(&kProcessKind, process),
+                   .thread = PlatformNewHandle(&kThreadKind, process),
+                   .processNumber = 0,
+                   .threadNumber = 0};
     if (information.process != nullptr && information.thread != nullptr) return process;
     CloseBoth(information);
     return nullptr;
@@ -290,7 +293,8 @@ void* OpenProcess(uint32_t, int32_t, uint32_t processNumber) {
         Fail(kNotOffered);
         return nullptr;
     }
-    auto* process = new (std::nothrow) Process{number, nullptr, false, 0, 1};
+    auto* process = new (std::nothrow)
+        Process{.number = number, .child = nullptr, .ended = false, .exitCode = 0, .references = 1};
     void* handle = PlatformNewHandle(&kProcessKind, process);
     if (handle == nullptr) Fail(kNoMemory);
     return handle;
@@ -310,7 +314,12 @@ void Sleep(uint32_t milliseconds) {
 
 int32_t GetVersionExA(OsVersionInfo* version) {
     if (version == nullptr || version->size != sizeof(OsVersionInfo)) return Fail(kNotOffered);
-    *version = {sizeof(OsVersionInfo), 5, 0, 0, platformNumber, {}};
+    *version = {.size = sizeof(OsVersionInfo),
+                .major = 5,
+                .minor = 0,
+                .build = 0,
+                .platformNumber = platformNumber,
+                .servicePack = {}};
     return 1;
 }
 

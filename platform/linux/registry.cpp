@@ -85,11 +85,6 @@ bool IsLast(const char* file) {
     return last.isKept && last.file == file && LookAtFile(file, state) && state == last.state;
 }
 
-std::string Folded(std::string path) {
-    std::transform(path.begin(), path.end(), path.begin(), FoldCase);
-    return path;
-}
-
 Key KeyIn(Reading& reading, const std::string& path) {
     if (reading.source == nullptr) return nullptr;
     const std::string folded = Folded(path);
@@ -194,7 +189,9 @@ int32_t RegEnumValueA(HKEY key, uint32_t index, char* name, uint32_t* nameSize, 
     if (name == nullptr || nameSize == nullptr) return ERROR_INVALID_PARAMETER;
     if (data != nullptr && dataSize == nullptr) return ERROR_INVALID_PARAMETER;
     return UnlessShort(int32_t{ERROR_OUTOFMEMORY}, [=] {
-        return Enumerate(*opened, index, {name, nameSize, type, data, dataSize});
+        return Enumerate(
+            *opened, index,
+            {.name = name, .nameSize = nameSize, .type = type, .data = data, .dataSize = dataSize});
     });
 }
 

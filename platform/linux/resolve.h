@@ -43,10 +43,10 @@ private:
 };
 
 // As open, except that no stranger's link is followed.
-int OpenResolved(const char* hostPath, int flags, mode_t mode);
+[[nodiscard]] int OpenResolved(const char* hostPath, int flags, mode_t mode);
 
 // Whether the file opened under that path may be used; a stranger's named pipe may not.
-bool IsTrustedPipe(const char* hostPath, const struct stat& status);
+[[nodiscard]] bool IsTrustedPipe(const char* hostPath, const struct stat& status);
 
 }  // namespace vrplatform
 

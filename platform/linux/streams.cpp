@@ -66,7 +66,8 @@ PlatformStream* StreamAttach(int32_t handle, const char* mode) {
     if (!HostMode(mode, hostMode)) return nullptr;
 
     void* cookie = reinterpret_cast<void*>(static_cast<intptr_t>(handle));
-    std::FILE* stream = fopencookie(cookie, hostMode, {Read, nullptr, Seek, Close});
+    std::FILE* stream = fopencookie(cookie, hostMode,
+                                    {.read = Read, .write = nullptr, .seek = Seek, .close = Close});
     if (stream == nullptr) return nullptr;
     if (std::strchr(mode, 't') != nullptr) file->text = true;
     if (std::strchr(mode, 'b') != nullptr) file->text = false;

@@ -2,12 +2,20 @@
 #ifndef LINUX_TEXT_H
 #define LINUX_TEXT_H
 
+#include <algorithm>
+#include <string>
+
 namespace vrplatform {
 
 // The byte, with the letters A to Z made a to z.
 inline int FoldCase(char c) {
     const auto byte = static_cast<unsigned char>(c);
     return byte >= 'A' && byte <= 'Z' ? byte + ('a' - 'A') : byte;
+}
+
+inline std::string Folded(std::string text) {
+    std::transform(text.begin(), text.end(), text.begin(), FoldCase);
+    return text;
 }
 
 }  // namespace vrplatform

@@ -27,7 +27,7 @@ struct FileState {
 };
 
 // The state of the regular file of that platform path; false for any other.
-bool LookAtFile(const char* name, FileState& state);
+[[nodiscard]] bool LookAtFile(const char* name, FileState& state);
 
 // Reads the regular file of that platform path whole, and its state before that, unless it is
 // null; false for one that cannot be read or has more than 64 MB.

@@ -12,8 +12,8 @@ namespace vrplatform {
 
 // Both work at the descriptor's position, without a buffer of their own: a handle's position
 // is always the descriptor's. Results as of FileRead and FileWrite.
-ssize_t ReadText(OpenFile& file, char* buffer, size_t count);
-ssize_t WriteText(const OpenFile& file, const char* text, size_t count);
+[[nodiscard]] ssize_t ReadText(OpenFile& file, char* buffer, size_t count);
+[[nodiscard]] ssize_t WriteText(const OpenFile& file, const char* text, size_t count);
 
 }  // namespace vrplatform
 

@@ -24,7 +24,7 @@ private:
 };
 
 // Writes as much as possible; -1 only when nothing was written.
-ssize_t WriteHolding(int descriptor, const char* bytes, size_t count, bool maySignal);
+[[nodiscard]] ssize_t WriteHolding(int descriptor, const char* bytes, size_t count, bool maySignal);
 
 }  // namespace vrplatform
 
