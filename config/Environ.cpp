@@ -10,7 +10,7 @@
 #include "core/Text.h"
 #include "core/Util.h"
 #include "platform/memory.h"
-#include "platform/process.h"
+#include "platform/modules.h"
 #include "platform/version.h"
 #include "vr/settings.h"
 

@@ -13,6 +13,7 @@
 #include "platform/files.h"
 #include "platform/memory.h"
 #include "platform/messagebox.h"
+#include "platform/paths.h"
 #include "platform/text.h"
 
 char ini_path[kVrIniPathSize];

@@ -8,7 +8,8 @@
 
 #include "platform/environment.h"
 #include "platform/files.h"
-#include "platform/process.h"
+#include "platform/modules.h"
+#include "platform/paths.h"
 #include "platform/registry.h"
 #include "vr/vr.h"
 

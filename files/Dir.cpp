@@ -7,7 +7,7 @@
 #include <cstring>
 
 #include "core/Text.h"
-#include "platform/files.h"
+#include "platform/find.h"
 #include "vr/files.h"
 #include "vr/memory.h"
 

@@ -10,6 +10,8 @@
 #include "core/vrmem.h"
 #include "files/Os_file.h"
 #include "platform/files.h"
+#include "platform/paths.h"
+#include "platform/streams.h"
 #include "vr/files.h"
 #include "vr/log.h"
 #include "vr/settings.h"

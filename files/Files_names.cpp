@@ -10,6 +10,7 @@
 #include "core/Text.h"
 #include "core/vrmem.h"
 #include "platform/files.h"
+#include "platform/find.h"
 #include "vr/files.h"
 #include "vr/settings.h"
 #include "vr/text.h"

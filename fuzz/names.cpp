@@ -45,17 +45,17 @@ void CheckQuotedWords(Input& in) {
         }
         line.append(backslashes, '\\') += '"';
     }
-    HostCommand command;
-    HOLDS(ParseCommandLine(line, command) == 0);
+    vrplatform::HostCommand command;
+    HOLDS(vrplatform::ParseCommandLine(line, command) == 0);
     HOLDS(command.words == words);
 }
 
 // In place of a start.
 int32_t Record(void* started, const char* line, int32_t, uint32_t* code) {
-    HostCommand command;
+    vrplatform::HostCommand command;
     ++*static_cast<size_t*>(started);
     HOLDS(std::strlen(line) < 260);
-    *code = uint32_t(ParseCommandLine(line, command));
+    *code = uint32_t(vrplatform::ParseCommandLine(line, command));
     return kProgramRan;
 }
 

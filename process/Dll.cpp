@@ -10,7 +10,7 @@
 #include <cstring>
 
 #include "core/Text.h"
-#include "platform/process.h"
+#include "platform/modules.h"
 #include "process/Host.h"
 #include "vr/dll.h"
 #include "vr/environ.h"

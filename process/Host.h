@@ -3,7 +3,7 @@
 #define PROCESS_HOST_H
 
 #include "core/Text.h"
-#include "platform/process.h"
+#include "platform/modules.h"
 #include "platform/programs.h"
 #include "vr/frame.h"
 

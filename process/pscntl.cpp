@@ -11,7 +11,7 @@
 #include "core/Text.h"
 #include "core/Util.h"
 #include "platform/messagebox.h"
-#include "platform/process.h"
+#include "platform/modules.h"
 #include "platform/processlist.h"
 #include "platform/programs.h"
 #include "platform/text.h"

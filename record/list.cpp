@@ -9,7 +9,7 @@
 #include <string_view>
 
 #include "names.h"
-#include "platform/files.h"
+#include "platform/find.h"
 #include "vr/memory.h"
 #include "vr/record.h"
 

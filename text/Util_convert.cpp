@@ -10,7 +10,7 @@
 #include <cstring>
 
 #include "core/Text.h"
-#include "platform/environment.h"
+#include "platform/profile.h"
 #include "vr/convert.h"
 #include "vr/memory.h"
 #include "vr/settings.h"

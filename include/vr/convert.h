@@ -2,7 +2,7 @@
  * display table.
  *
  * The tables come from a conversion file: a text of the sections [input] and [display], each
- * with lines KEY=VALUE as GetPrivateProfileStringA of platform/environment.h reads them. Key
+ * with lines KEY=VALUE as GetPrivateProfileStringA of platform/profile.h reads them. Key
  * and value are numbers, the byte to change and the byte that takes its place:
  *
  *     [input]

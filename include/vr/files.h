@@ -7,10 +7,10 @@
  * of kind kVrTooManyOpenFiles (vr/memory.h), with which the library's pool of idle handles,
  * and hosts, close something. The budget is soft: the open is tried whatever they did.
  *
- * Paths are the platform's: C:\DATA\ABC, with / for \ as well. platform/files.h describes
- * them, and has the open flags, the permissions and the reasons that a failed call leaves in
- * errno. Text arguments are zero-terminated and must not be null, except where noted; a null
- * VrString counts as empty. */
+ * Paths are the platform's: C:\DATA\ABC, with / for \ as well. platform/paths.h describes
+ * them, and platform/files.h has the open flags, the permissions and the reasons that a failed
+ * call leaves in errno. Text arguments are zero-terminated and must not be null, except where
+ * noted; a null VrString counts as empty. */
 #ifndef VR_FILES_H
 #define VR_FILES_H
 

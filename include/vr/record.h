@@ -24,7 +24,7 @@
  * letter and five digits, and a host that is killed leaves it there. The next replacement under
  * the record's own key deletes it, and listings leave it out.
  *
- * Paths are the platform's (platform/files.h), and names are found in any case. No argument
+ * Paths are the platform's (platform/paths.h), and names are found in any case. No argument
  * may be null, except where noted. */
 #ifndef VR_RECORD_H
 #define VR_RECORD_H

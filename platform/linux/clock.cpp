@@ -9,6 +9,8 @@
 
 #include "platform/control.h"
 
+namespace vrplatform {
+
 namespace {
 
 bool frozen = false;
@@ -49,6 +51,10 @@ int64_t LocalSeconds(int64_t seconds, const ClockReading& zone) {
 }
 
 }  // namespace
+
+}  // namespace vrplatform
+
+using namespace vrplatform;
 
 void ReadClock(ClockReading* reading) {
     if (frozen) {

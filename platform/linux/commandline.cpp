@@ -10,12 +10,14 @@
 #include <algorithm>
 #include <cstdlib>
 
-#include "linux/descriptor.h"
 #include "linux/insist.h"
+#include "linux/owned.h"
 #include "linux/paths.h"
 #include "linux/redirects.h"
 #include "linux/resolve.h"
 #include "platform/text.h"
+
+namespace vrplatform {
 
 namespace {
 
@@ -173,7 +175,7 @@ bool IsOnesOwn(const struct stat& status) {
 Batch ReadBatch(const std::string& hostPath, bool mustBeOwn, std::string& text) {
     const Descriptor file(OpenResolved(hostPath.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC, 0));
     struct stat status;
-    if (file.Get() == -1) return errno == EACCES ? Batch::Denied : Batch::IsNone;
+    if (!file.IsOpen()) return errno == EACCES ? Batch::Denied : Batch::IsNone;
     if (fstat(file.Get(), &status) != 0 || !S_ISREG(status.st_mode)) return Batch::IsNone;
     if (mustBeOwn && !IsOnesOwn(status)) return Batch::Denied;
     if (status.st_size > kLargestBatch) return Batch::TooLarge;
@@ -257,3 +259,5 @@ int ParseCommandLine(const std::string& line, HostCommand& command) {
         words.push_back(TakeWord(line, at));
     return FileCommand(found, words, command);
 }
+
+}  // namespace vrplatform

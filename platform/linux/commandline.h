@@ -5,6 +5,8 @@
 #include <string>
 #include <vector>
 
+namespace vrplatform {
+
 struct HostCommand {
     std::string program;             // a host path
     std::vector<std::string> words;  // the program's name first
@@ -12,5 +14,7 @@ struct HostCommand {
 
 // 0 with the command filled in; otherwise a number for GetLastError.
 int ParseCommandLine(const std::string& line, HostCommand& command);
+
+}  // namespace vrplatform
 
 #endif

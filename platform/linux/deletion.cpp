@@ -12,6 +12,8 @@
 #include "linux/resolve.h"
 #include "platform/files.h"
 
+namespace vrplatform {
+
 namespace {
 
 // While it is held nobody else has the file open. Another open waits, and the kernel sends a
@@ -42,6 +44,10 @@ int Unlink(const Place& place) {
 
 }  // namespace
 
+}  // namespace vrplatform
+
+using namespace vrplatform;
+
 int32_t FileDelete(const char* path) {
     char hostPath[kHostPathSize];
     return HostPath(path, hostPath) ? Unlink(Place(hostPath, false)) : -1;
@@ -50,7 +56,7 @@ int32_t FileDelete(const char* path) {
 int32_t FileIsDeleted(int32_t handle) {
     const OpenFile* file = FindFile(handle);
     struct stat status;
-    return file != nullptr && fstat(file->descriptor, &status) == 0 && status.st_nlink == 0;
+    return file != nullptr && fstat(file->descriptor.Get(), &status) == 0 && status.st_nlink == 0;
 }
 
 int32_t FileDiscard(int32_t handle, const char* path) {
@@ -59,8 +65,8 @@ int32_t FileDiscard(int32_t handle, const char* path) {
     if (file == nullptr || !HostPath(path, hostPath)) return -1;
     errno = EACCES;
     if (!file->created) return -1;
-    const WriteLease lease(file->descriptor);
+    const WriteLease lease(file->descriptor.Get());
     const Place place(hostPath, false);
-    if (!lease.IsHeld() || !place.Has(file->descriptor)) return -1;
+    if (!lease.IsHeld() || !place.Has(file->descriptor.Get())) return -1;
     return Unlink(place);
 }

@@ -7,6 +7,8 @@
 
 #include "linux/variables.h"
 
+namespace vrplatform {
+
 namespace {
 
 constexpr char kDefaultWindowsDirectory[] = "C:\\WINDOWS";
@@ -20,6 +22,10 @@ uint32_t CopyOut(const char* text, char* buffer, uint32_t size) {
 }
 
 }  // namespace
+
+}  // namespace vrplatform
+
+using namespace vrplatform;
 
 uint32_t GetEnvironmentVariableA(const char* name, char* buffer, uint32_t size) {
     const char* value = name == nullptr ? nullptr : std::getenv(name);

@@ -4,6 +4,8 @@
 
 #include "platform/control.h"
 
+namespace vrplatform {
+
 namespace {
 
 uint32_t failuresMet = 0;
@@ -20,6 +22,10 @@ bool FailurePlan::MustFail() {
     ++failuresMet;
     return true;
 }
+
+}  // namespace vrplatform
+
+using namespace vrplatform;
 
 uint32_t ControlFailuresMet() {
     return failuresMet;

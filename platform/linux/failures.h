@@ -4,6 +4,8 @@
 
 #include <cstdint>
 
+namespace vrplatform {
+
 struct FailurePlan {
     uint32_t callsUntilFailure;
     uint32_t failuresLeft;
@@ -12,5 +14,7 @@ struct FailurePlan {
     // Counts one call, and says whether it has to fail.
     bool MustFail();
 };
+
+}  // namespace vrplatform
 
 #endif

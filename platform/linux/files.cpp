@@ -22,6 +22,8 @@
 #include "platform/control.h"
 #include "platform/files.h"
 
+namespace vrplatform {
+
 namespace {
 
 constexpr int32_t kFirstHandle = 3;
@@ -38,7 +40,7 @@ std::vector<OpenFile>& Table() {
 
 size_t FreeIndex() {
     std::vector<OpenFile>& table = Table();
-    const auto isFree = [](const OpenFile& file) { return file.descriptor == -1; };
+    const auto isFree = [](const OpenFile& file) { return !file.descriptor.IsOpen(); };
     const auto free = std::find_if(table.begin(), table.end(), isFree);
     const auto index = static_cast<size_t>(free - table.begin());
     if (free == table.end()) table.emplace_back();
@@ -69,10 +71,14 @@ OpenFile* FindFile(int32_t handle) {
     std::vector<OpenFile>& table = Table();
     const size_t index =
         handle < kFirstHandle ? table.size() : static_cast<size_t>(handle - kFirstHandle);
-    if (index < table.size() && table[index].descriptor != -1) return &table[index];
+    if (index < table.size() && table[index].descriptor.IsOpen()) return &table[index];
     errno = EBADF;
     return nullptr;
 }
+
+}  // namespace vrplatform
+
+using namespace vrplatform;
 
 int32_t SetHandleCount(int32_t count) {
     rlimit limit = {};
@@ -103,7 +109,7 @@ int32_t FileOpen(const char* path, int32_t flags, int32_t sharing, int32_t permi
 int32_t FileClose(int32_t handle) {
     OpenFile* file = FindFile(handle);
     if (file == nullptr) return -1;
-    const int result = close(file->descriptor);
+    const int result = close(file->descriptor.Release());
     *file = {};
     return result;
 }
@@ -113,7 +119,7 @@ int32_t FileRead(int32_t handle, void* buffer, uint32_t count) {
     if (file == nullptr) return -1;
     const size_t wanted = AtMostInt32(count);
     return static_cast<int32_t>(file->text ? ReadText(*file, static_cast<char*>(buffer), wanted)
-                                           : ReadBytes(file->descriptor, buffer, wanted));
+                                           : ReadBytes(file->descriptor.Get(), buffer, wanted));
 }
 
 int32_t FileWrite(int32_t handle, const void* buffer, uint32_t count) {
@@ -127,7 +133,7 @@ int32_t FileWrite(int32_t handle, const void* buffer, uint32_t count) {
     const size_t wanted = AtMostInt32(count);
     return static_cast<int32_t>(
         file->text ? WriteText(*file, bytes, wanted)
-                   : WriteHolding(file->descriptor, bytes, wanted, file->maySignal));
+                   : WriteHolding(file->descriptor.Get(), bytes, wanted, file->maySignal));
 }
 
 int32_t FileSeek(int32_t handle, int32_t offset, int32_t origin) {
@@ -136,16 +142,16 @@ int32_t FileSeek(int32_t handle, int32_t offset, int32_t origin) {
     if (origin < kSeekStart || origin > kSeekEnd) return Refuse(EINVAL);
     file->textEnded = false;
     // From the start of the file no offset exceeds 31 bits.
-    const off_t before = origin == kSeekStart ? 0 : lseek(file->descriptor, 0, SEEK_CUR);
-    const off_t reached = lseek(file->descriptor, offset, origin);
-    if (reached > INT32_MAX) lseek(file->descriptor, before, SEEK_SET);
+    const off_t before = origin == kSeekStart ? 0 : lseek(file->descriptor.Get(), 0, SEEK_CUR);
+    const off_t reached = lseek(file->descriptor.Get(), offset, origin);
+    if (reached > INT32_MAX) lseek(file->descriptor.Get(), before, SEEK_SET);
     return PositionResult(reached);
 }
 
 int32_t FileLength(int32_t handle) {
     const OpenFile* file = FindFile(handle);
     struct stat status;
-    if (file == nullptr || fstat(file->descriptor, &status) != 0) return -1;
+    if (file == nullptr || fstat(file->descriptor.Get(), &status) != 0) return -1;
     return PositionResult(status.st_size);
 }
 
@@ -153,12 +159,12 @@ int32_t FileChangeSize(int32_t handle, int32_t size) {
     const OpenFile* file = FindFile(handle);
     if (file == nullptr) return -1;
     const HeldSignals held;
-    return Insist([=] { return ftruncate(file->descriptor, size); });
+    return Insist([=] { return ftruncate(file->descriptor.Get(), size); });
 }
 
 int32_t FileCommit(int32_t handle) {
     const OpenFile* file = FindFile(handle);
-    return file == nullptr ? -1 : Insist([=] { return fsync(file->descriptor); });
+    return file == nullptr ? -1 : Insist([=] { return fsync(file->descriptor.Get()); });
 }
 
 void* FileSystemHandle(int32_t handle) {

@@ -5,13 +5,17 @@
 #include <cstdint>
 #include <vector>
 
+#include "linux/owned.h"
+
+namespace vrplatform {
+
 struct LockedRange {
     int64_t position;
     int64_t length;
 };
 
 struct OpenFile {
-    int descriptor = -1;             // -1 marks a free number
+    Descriptor descriptor;           // none marks a free number
     bool text = false;               // its line ends are CR LF on disk
     bool textEnded = false;          // a Ctrl-Z was read
     bool created = false;            // by this open
@@ -21,5 +25,7 @@ struct OpenFile {
 
 // The file of a handle; null, with errno, when there is none.
 OpenFile* FindFile(int32_t handle);
+
+}  // namespace vrplatform
 
 #endif

@@ -1,7 +1,8 @@
 // Directory searches: each search has a directory stream, whose names are compared with the pattern
 // without regard to case.
 
-#include <dirent.h>
+#include "platform/find.h"
+
 #include <fcntl.h>
 #include <sys/stat.h>
 
@@ -11,19 +12,20 @@
 #include <memory>
 #include <string>
 #include <string_view>
-#include <utility>
 #include <vector>
 
+#include "linux/owned.h"
 #include "linux/paths.h"
 #include "linux/shortage.h"
 #include "linux/text.h"
-#include "platform/files.h"
+
+namespace vrplatform {
 
 namespace {
 
 struct Search {
-    DIR* directory = nullptr;  // null marks a free number
-    std::string pattern;       // of names
+    DirectoryStream directory;  // null marks a free number
+    std::string pattern;        // of names
 };
 
 std::vector<Search>& Searches() {
@@ -49,7 +51,7 @@ int32_t NewSearch(const char* hostPath, std::string_view pattern) {
     auto free = std::find_if(searches.begin(), searches.end(), isFree);
     if (free == searches.end()) free = searches.emplace(free);
     free->pattern = NamePattern(pattern);
-    free->directory = opendir(hostPath);
+    free->directory.reset(opendir(hostPath));
     return free->directory == nullptr ? -1 : static_cast<int32_t>(free - searches.begin());
 }
 
@@ -95,12 +97,6 @@ bool SplitPattern(std::string_view& pattern, char (&hostPath)[kHostPathSize]) {
     return HostPath(directory, hostPath);
 }
 
-struct CloseDirectory {
-    void operator()(DIR* directory) const {
-        closedir(directory);
-    }
-};
-
 std::string Folded(std::string name) {
     std::transform(name.begin(), name.end(), name.begin(), FoldCase);
     return name;
@@ -124,6 +120,10 @@ void Describe(DIR* directory, const char* name, FindData* data) {
 
 }  // namespace
 
+}  // namespace vrplatform
+
+using namespace vrplatform;
+
 struct PlatformFolderNames {
     std::vector<std::string> folded;  // sorted
 };
@@ -142,9 +142,9 @@ int32_t FindFirst(const char* pattern, FindData* data) {
 int32_t FindNext(int32_t search, FindData* data) {
     const Search* found = FindSearch(search);
     if (found == nullptr) return -1;
-    while (const dirent* entry = readdir(found->directory)) {
+    while (const dirent* entry = readdir(found->directory.get())) {
         if (!IsNameable(entry->d_name) || !Fits(entry->d_name, found->pattern.c_str())) continue;
-        Describe(found->directory, entry->d_name, data);
+        Describe(found->directory.get(), entry->d_name, data);
         return 0;
     }
     return -1;
@@ -153,7 +153,7 @@ int32_t FindNext(int32_t search, FindData* data) {
 int32_t FindClose(int32_t search) {
     Search* found = FindSearch(search);
     if (found == nullptr) return -1;
-    return closedir(std::exchange(found->directory, nullptr));
+    return closedir(found->directory.release());
 }
 
 PlatformFolderNames* FolderNamesRead(const char* pattern) {
@@ -162,7 +162,7 @@ PlatformFolderNames* FolderNamesRead(const char* pattern) {
     if (!SplitPattern(names, hostPath)) return nullptr;
     return UnlessShort<PlatformFolderNames*>(nullptr, [&]() -> PlatformFolderNames* {
         const std::string wanted = NamePattern(names);
-        const std::unique_ptr<DIR, CloseDirectory> directory(opendir(hostPath));
+        const DirectoryStream directory(opendir(hostPath));
         if (directory == nullptr) return nullptr;
         auto read = std::make_unique<PlatformFolderNames>();
         while (const dirent* entry = readdir(directory.get()))

@@ -8,6 +8,8 @@
 
 #include "platform/programs.h"
 
+namespace vrplatform {
+
 namespace {
 
 constexpr uintptr_t kFirstHandle = 0x1000;
@@ -31,6 +33,10 @@ Entry** Find(void* handle) {
 }
 
 }  // namespace
+
+}  // namespace vrplatform
+
+using namespace vrplatform;
 
 void* PlatformNewHandle(const HandleKind* kind, void* object) {
     static uintptr_t next = kFirstHandle;

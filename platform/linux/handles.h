@@ -4,19 +4,23 @@
 
 #include "platform/base.h"
 
+namespace vrplatform {
+
 struct HandleKind {
     void (*close)(void* object);
 };
+
+}  // namespace vrplatform
 
 PLATFORM_BEGIN
 
 // A handle for an object, which its kind's close gets when CloseHandle is called. Null when memory
 // is short, and then close has been called for the object; null for a null object, too.
-PLATFORM_API void* PlatformNewHandle(const HandleKind* kind, void* object)
+PLATFORM_API void* PlatformNewHandle(const vrplatform::HandleKind* kind, void* object)
     PLATFORM_SYMBOL(PlatformNewHandle);
 
 // The object of the handle; null when it is bad or of another kind.
-PLATFORM_API void* PlatformHandleObject(const HandleKind* kind, void* handle)
+PLATFORM_API void* PlatformHandleObject(const vrplatform::HandleKind* kind, void* handle)
     PLATFORM_SYMBOL(PlatformHandleObject);
 
 // The number of a process that OpenProcess or CreateProcessA gave; 0 for a bad handle.

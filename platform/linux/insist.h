@@ -6,6 +6,8 @@
 
 #include <cerrno>
 
+namespace vrplatform {
+
 template <typename Call>
 auto Insist(Call call) {
     auto result = call();
@@ -37,5 +39,7 @@ inline ssize_t ReadAll(int descriptor, char* bytes, size_t count) {
     }
     return static_cast<ssize_t>(done);
 }
+
+}  // namespace vrplatform
 
 #endif

@@ -11,6 +11,8 @@
 
 static_assert(sizeof(ProcessEntry32) == 296);
 
+namespace vrplatform {
+
 namespace {
 
 struct Snapshot {
@@ -34,6 +36,10 @@ Snapshot* NewSnapshot() {
 }
 
 }  // namespace
+
+}  // namespace vrplatform
+
+using namespace vrplatform;
 
 PLATFORM_BEGIN
 

@@ -5,6 +5,8 @@
 #include <cstdint>
 #include <string_view>
 
+namespace vrplatform {
+
 namespace {
 
 uint32_t ByteAt(std::string_view text, size_t index) {
@@ -53,3 +55,5 @@ void Utf8ToLatin1(std::string& text) {
     }
     text.resize(out);
 }
+
+}  // namespace vrplatform

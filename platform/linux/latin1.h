@@ -4,8 +4,12 @@
 
 #include <string>
 
+namespace vrplatform {
+
 // Characters that Latin-1 lacks become question marks. A last odd byte is dropped.
 void Utf16ToLatin1(std::string& text);
 void Utf8ToLatin1(std::string& text);
+
+}  // namespace vrplatform
 
 #endif

@@ -17,6 +17,8 @@
 #include "platform/control.h"
 #include "platform/files.h"
 
+namespace vrplatform {
+
 namespace {
 
 FailurePlan lockFailures = {};
@@ -49,7 +51,7 @@ bool SetLock(const OpenFile& file, int type, const LockedRange& range) {
     lock.l_whence = SEEK_SET;
     lock.l_start = range.position;
     lock.l_len = range.length;
-    return fcntl(file.descriptor, F_OFD_SETLK, &lock) == 0;
+    return fcntl(file.descriptor.Get(), F_OFD_SETLK, &lock) == 0;
 }
 
 int32_t Refuse(int error) {
@@ -70,6 +72,10 @@ int ContractError(int error) {
 }
 
 }  // namespace
+
+}  // namespace vrplatform
+
+using namespace vrplatform;
 
 int32_t LockFile(void* file, uint32_t positionLow, uint32_t positionHigh, uint32_t lengthLow,
                  uint32_t lengthHigh) {

@@ -6,6 +6,8 @@
 #include "linux/textfile.h"
 #include "platform/text.h"
 
+namespace vrplatform {
+
 namespace {
 
 constexpr char kMask = '.';
@@ -47,6 +49,10 @@ uint32_t CharacterAt(const unsigned char* text, uint32_t length) {
 }
 
 }  // namespace
+
+}  // namespace vrplatform
+
+using namespace vrplatform;
 
 void MaskControls(char* text, uint32_t length, const char* kept) {
     const bool utf8 = IsUtf8Locale();

@@ -13,8 +13,11 @@
 #include <new>
 
 #include "linux/failures.h"
+#include "linux/owned.h"
 #include "linux/smallblocks.h"
 #include "platform/control.h"
+
+namespace vrplatform {
 
 namespace {
 
@@ -70,6 +73,10 @@ BlockHeader* WithRoom(BlockHeader* header, uint32_t size) {
 
 }  // namespace
 
+}  // namespace vrplatform
+
+using namespace vrplatform;
+
 void* LocalAlloc(uint32_t flags, uint32_t size) {
     if (failures.MustFail() || !FitsWithHeader(size)) return nullptr;
     BlockHeader* header = NewBlock(size, (flags & LMEM_ZEROINIT) != 0);
@@ -103,19 +110,18 @@ void* LocalFree(void* block) {
 // with a hyphen between.
 uint32_t GlobalCompact(uint32_t) {
     malloc_trim(0);
-    std::FILE* maps = std::fopen("/proc/self/maps", "re");
+    const FileStream maps(std::fopen("/proc/self/maps", "re"));
     if (maps == nullptr) return 0;
     unsigned long largest = 0;
     unsigned long previousEnd = 0;
     char line[512];
-    while (std::fgets(line, sizeof line, maps) != nullptr) {
+    while (std::fgets(line, sizeof line, maps.get()) != nullptr) {
         char* hyphen = nullptr;
         const unsigned long start = std::strtoul(line, &hyphen, 16);
         if (*hyphen != '-') continue;  // the rest of a long line
         if (start > previousEnd) largest = std::max(largest, start - previousEnd);
         previousEnd = std::strtoul(hyphen + 1, nullptr, 16);
     }
-    std::fclose(maps);
     return static_cast<uint32_t>(largest);
 }
 

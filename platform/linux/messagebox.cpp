@@ -10,11 +10,15 @@
 
 #include <algorithm>
 #include <cstring>
+#include <utility>
 
 #include "linux/insist.h"
+#include "linux/owned.h"
 #include "linux/write.h"
 #include "platform/control.h"
 #include "platform/text.h"
+
+namespace vrplatform {
 
 namespace {
 
@@ -73,12 +77,11 @@ int ReadAnswer(int terminal) {
     return line[0] == '\n' || line[0] == '\r' ? 0 : line[0] | 0x20;
 }
 
-// -1 also in the background, where reading would stop the process.
-int OpenTerminal() {
-    const int terminal = open("/dev/tty", O_RDWR | O_CLOEXEC);
-    if (terminal < 0 || tcgetpgrp(terminal) == getpgrp()) return terminal;
-    close(terminal);
-    return -1;
+// None also in the background, where reading would stop the process.
+Descriptor OpenTerminal() {
+    Descriptor terminal(open("/dev/tty", O_RDWR | O_CLOEXEC));
+    const bool inFront = terminal.IsOpen() && tcgetpgrp(terminal.Get()) == getpgrp();
+    return inFront ? std::move(terminal) : Descriptor();
 }
 
 int32_t AskAtTerminal(int terminal, const ButtonSet& set) {
@@ -94,20 +97,22 @@ int32_t AskAtTerminal(int terminal, const ButtonSet& set) {
 
 }  // namespace
 
+}  // namespace vrplatform
+
+using namespace vrplatform;
+
 int32_t MessageBoxA(void*, const char* text, const char* caption, uint32_t style) {
     if (text == nullptr) text = "";
     if (presenter != nullptr) return presenter(presenterContext, text, caption, style);
 
     const ButtonSet& set = ButtonsOf(style);
-    const int terminal = OpenTerminal();
-    if (terminal < 0) {
+    const Descriptor terminal = OpenTerminal();
+    if (!terminal.IsOpen()) {
         Show(STDERR_FILENO, text, caption);
         return set.safeAnswer;
     }
-    Show(terminal, text, caption);
-    const int32_t answer = AskAtTerminal(terminal, set);
-    close(terminal);
-    return answer;
+    Show(terminal.Get(), text, caption);
+    return AskAtTerminal(terminal.Get(), set);
 }
 
 void ControlMessageBoxes(MessageBoxPresenter newPresenter, void* context) {

@@ -1,6 +1,8 @@
 // Loaded modules, over the dynamic linker. A handle is looked up in the linker's list of loaded
 // objects, since dlinfo and dlclose would trust any number that they are given.
 
+#include "platform/modules.h"
+
 #include <dlfcn.h>
 #include <link.h>
 #include <sys/stat.h>
@@ -11,8 +13,9 @@
 
 #include "linux/paths.h"
 #include "linux/proc.h"
-#include "platform/process.h"
 #include "platform/text.h"
+
+namespace vrplatform {
 
 namespace {
 
@@ -103,6 +106,10 @@ void* LoadBeside(const LibraryName& name, const char* prefix) {
 }
 
 }  // namespace
+
+}  // namespace vrplatform
+
+using namespace vrplatform;
 
 uint32_t GetModuleFileNameA(void* module, char* buffer, uint32_t size) {
     char path[kHostPathSize];

@@ -10,11 +10,14 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <utility>
 
 #include "linux/insist.h"
 #include "linux/paths.h"
 #include "linux/resolve.h"
 #include "platform/files.h"
+
+namespace vrplatform {
 
 namespace {
 
@@ -30,14 +33,9 @@ struct OpenRequest {
     mode_t mode;  // of a file that is made
 };
 
-int Refuse(int error) {
+Descriptor Refuse(int error) {
     errno = error;
-    return -1;
-}
-
-int CloseAndRefuse(int descriptor, int error) {
-    close(descriptor);
-    return Refuse(error);
+    return {};
 }
 
 bool Writes(int32_t flags) {
@@ -56,21 +54,15 @@ bool IsUsable(const OpenRequest& request, const struct stat& status) {
 
 // Opens an existing file. The open itself does not wait for the other end of a pipe; later reads
 // and writes do.
-int OpenExisting(const OpenRequest& request, struct stat& status) {
-    const int descriptor = OpenResolved(request.path, request.hostFlags | O_NONBLOCK, 0);
-    if (descriptor == -1) return errno == EISDIR ? Refuse(EACCES) : -1;
-    if (fstat(descriptor, &status) != 0 || !IsUsable(request, status)) {
-        return CloseAndRefuse(descriptor, EACCES);
-    }
+Descriptor OpenExisting(const OpenRequest& request, struct stat& status) {
+    Descriptor file(OpenResolved(request.path, request.hostFlags | O_NONBLOCK, 0));
+    if (!file.IsOpen()) return Refuse(errno == EISDIR ? EACCES : errno);
+    if (fstat(file.Get(), &status) != 0 || !IsUsable(request, status)) return Refuse(EACCES);
     const bool isRegular = S_ISREG(status.st_mode);
-    if (!isRegular && fcntl(descriptor, F_SETFL, request.hostFlags) != 0) {
-        return CloseAndRefuse(descriptor, EACCES);
-    }
+    if (!isRegular && fcntl(file.Get(), F_SETFL, request.hostFlags) != 0) return Refuse(EACCES);
     const bool cuts = isRegular && (request.flags & kOpenTruncate) != 0;
-    if (cuts && Insist([=] { return ftruncate(descriptor, 0); }) != 0) {
-        return CloseAndRefuse(descriptor, EACCES);
-    }
-    return descriptor;
+    if (cuts && Insist([&] { return ftruncate(file.Get(), 0); }) != 0) return Refuse(EACCES);
+    return file;
 }
 
 // Gives the file the directory's owner and group, as far as possible, and their rights to write.
@@ -89,45 +81,42 @@ void TakeFolderRights(int descriptor, const char* path) {
     fchmod(descriptor, rights);
 }
 
-int Create(const OpenRequest& request, OpenFile& file) {
-    const int descriptor =
-        OpenResolved(request.path, request.hostFlags | O_CREAT | O_EXCL, request.mode);
-    file.created = descriptor != -1;
-    if (file.created && (request.flags & kOpenLikeFolder) != 0) {
-        TakeFolderRights(descriptor, request.path);
+Descriptor Create(const OpenRequest& request, bool& created) {
+    Descriptor file(OpenResolved(request.path, request.hostFlags | O_CREAT | O_EXCL, request.mode));
+    created = file.IsOpen();
+    if (created && (request.flags & kOpenLikeFolder) != 0) {
+        TakeFolderRights(file.Get(), request.path);
     }
-    return descriptor;
+    return file;
 }
 
 // Another process may make or delete the file between two steps; a link that leads nowhere would
 // look like that for ever.
-int OpenOrCreate(const OpenRequest& request, OpenFile& file, struct stat& status) {
+Descriptor OpenOrCreate(const OpenRequest& request, bool& created, struct stat& status) {
     const bool creates = (request.flags & kOpenCreate) != 0;
-    if (MustMake(request.flags)) return Create(request, file);
+    if (MustMake(request.flags)) return Create(request, created);
     for (int attempt = 0; attempt < kCreateAttempts; ++attempt) {
-        int descriptor = OpenExisting(request, status);
-        if (descriptor != -1 || errno != ENOENT || !creates) return descriptor;
-        descriptor = Create(request, file);
-        if (descriptor != -1 || errno != EEXIST) return descriptor;
+        Descriptor existing = OpenExisting(request, status);
+        if (existing.IsOpen() || errno != ENOENT || !creates) return existing;
+        Descriptor made = Create(request, created);
+        if (created || errno != EEXIST) return made;
     }
     return Refuse(EACCES);
 }
 
 // Most files exist as spelled and without a link on the way. Then the open is the only access to
 // the disk; where it fails the path is resolved.
-int OpenAsSpelled(const char* path, char (&hostPath)[kHostPathSize], const OpenRequest& request,
-                  struct stat& status) {
-    if (MustMake(request.flags) || !SpelledHostPath(path, hostPath)) return -1;
+Descriptor OpenAsSpelled(const char* path, char (&hostPath)[kHostPathSize],
+                         const OpenRequest& request, struct stat& status) {
+    if (MustMake(request.flags) || !SpelledHostPath(path, hostPath)) return {};
     return OpenExisting(request, status);
 }
 
 // Where a standard stream was closed its number is free, but a file there would get what the
 // process writes to the stream.
-int AboveStandardStreams(int descriptor) {
-    if (descriptor == -1 || descriptor > STDERR_FILENO) return descriptor;
-    const int above = fcntl(descriptor, F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
-    CloseAndRefuse(descriptor, errno);
-    return above;
+Descriptor AboveStandardStreams(Descriptor file) {
+    if (!file.IsOpen() || file.Get() > STDERR_FILENO) return file;
+    return Descriptor(fcntl(file.Get(), F_DUPFD_CLOEXEC, STDERR_FILENO + 1));
 }
 
 // A pipe or a socket whose reader has gone raises SIGPIPE, and a plain file SIGXFSZ where the
@@ -148,7 +137,7 @@ mode_t ModeOf(int32_t flags, int32_t permission) {
 
 bool OpenOnHost(const char* path, int32_t flags, int32_t permission, OpenFile& file) {
     char hostPath[kHostPathSize];
-    if ((flags & kAccessBits) == kAccessBits) return Refuse(EINVAL) == 0;
+    if ((flags & kAccessBits) == kAccessBits) return Refuse(EINVAL).IsOpen();
     const int append = (flags & kOpenAppend) != 0 ? O_APPEND : 0;
     const OpenRequest request = {
         .path = hostPath,
@@ -157,13 +146,15 @@ bool OpenOnHost(const char* path, int32_t flags, int32_t permission, OpenFile& f
         .mode = ModeOf(flags, permission),
     };
     struct stat status = {};
-    int descriptor = OpenAsSpelled(path, hostPath, request, status);
-    if (descriptor == -1) {
+    Descriptor opened = OpenAsSpelled(path, hostPath, request, status);
+    if (!opened.IsOpen()) {
         if (!HostPath(path, hostPath)) return false;
-        descriptor = OpenOrCreate(request, file, status);
+        opened = OpenOrCreate(request, file.created, status);
     }
-    file.descriptor = AboveStandardStreams(descriptor);
-    if (file.descriptor == -1) return false;
+    file.descriptor = AboveStandardStreams(std::move(opened));
+    if (!file.descriptor.IsOpen()) return false;
     file.maySignal = MaySignal(request, file.created || S_ISREG(status.st_mode));
     return true;
 }
+
+}  // namespace vrplatform

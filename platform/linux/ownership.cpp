@@ -10,6 +10,8 @@
 #include "linux/resolve.h"
 #include "platform/files.h"
 
+namespace vrplatform {
+
 namespace {
 
 constexpr char kRights[] = "rwxrwxrwx";
@@ -23,6 +25,10 @@ bool StatusOf(const char* hostPath, struct stat& status) {
 }
 
 }  // namespace
+
+}  // namespace vrplatform
+
+using namespace vrplatform;
 
 int32_t FileOwnership(const char* path, char* text, int32_t size) {
     char hostPath[kHostPathSize];

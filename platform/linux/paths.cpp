@@ -14,7 +14,9 @@
 #include <string_view>
 
 #include "linux/spelling.h"
-#include "platform/files.h"
+#include "platform/paths.h"
+
+namespace vrplatform {
 
 namespace {
 
@@ -243,6 +245,10 @@ bool DrivePath(const char* hostPath, char* path, size_t size) {
     FullPath full;
     return SplitHostPath(hostPath, full) && CopyOut(full, false, path, size);
 }
+
+}  // namespace vrplatform
+
+using namespace vrplatform;
 
 char* CurrentDirectory(char* buffer, int32_t size) {
     FullPath full;

@@ -5,6 +5,8 @@
 #include <climits>
 #include <cstddef>
 
+namespace vrplatform {
+
 constexpr size_t kHostPathSize = PATH_MAX;
 
 // The host's path of the platform path `name`. False, with errno, when it is null or
@@ -22,5 +24,7 @@ bool DrivePath(const char* hostPath, char* path, size_t size);
 
 // The host's path of the running program.
 bool ExecutablePath(char (&path)[kHostPathSize]);
+
+}  // namespace vrplatform
 
 #endif

@@ -15,6 +15,8 @@
 
 #include "linux/insist.h"
 
+namespace vrplatform {
+
 namespace {
 
 constexpr std::string_view kDeleted = " (deleted)";
@@ -111,3 +113,5 @@ bool ProgramOf(uint32_t process, char (&name)[kProgramNameSize]) {
     ProgramName(hostPath, name);
     return true;
 }
+
+}  // namespace vrplatform

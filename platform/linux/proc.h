@@ -8,8 +8,10 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "linux/descriptor.h"
+#include "linux/owned.h"
 #include "linux/paths.h"
+
+namespace vrplatform {
 
 // A walk through the numbers that name entries of a folder of /proc, in rising order.
 class NumberWalk {
@@ -45,5 +47,7 @@ void ProgramName(const char* hostPath, char (&name)[kProgramNameSize]);
 
 // The name of the process's program; false when it may not be read.
 bool ProgramOf(uint32_t process, char (&name)[kProgramNameSize]);
+
+}  // namespace vrplatform
 
 #endif

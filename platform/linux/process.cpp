@@ -11,6 +11,8 @@
 #include "linux/proc.h"
 #include "linux/reaper.h"
 
+namespace vrplatform {
+
 namespace {
 
 // Ending a thread needs the unwinder, which the C library loads at first use; without memory for
@@ -32,6 +34,10 @@ bool IsLastThread() {
 }
 
 }  // namespace
+
+}  // namespace vrplatform
+
+using namespace vrplatform;
 
 void ExitProcess(uint32_t code) {
     std::exit(static_cast<int>(code));

@@ -1,6 +1,8 @@
 // Private profiles: files of sections and keys. Each request reads the file again and goes through
 // it once.
 
+#include "platform/profile.h"
+
 #include <algorithm>
 #include <cstring>
 #include <string>
@@ -9,6 +11,8 @@
 #include "linux/shortage.h"
 #include "linux/textfile.h"
 #include "platform/environment.h"
+
+namespace vrplatform {
 
 namespace {
 
@@ -134,6 +138,10 @@ uint32_t Answer(const ProfileRequest& request, char* buffer, uint32_t size) {
 }
 
 }  // namespace
+
+}  // namespace vrplatform
+
+using namespace vrplatform;
 
 uint32_t GetPrivateProfileStringA(const char* section, const char* key, const char* defaultValue,
                                   char* buffer, uint32_t size, const char* file) {

@@ -22,9 +22,9 @@
 #include <vector>
 
 #include "linux/commandline.h"
-#include "linux/descriptor.h"
 #include "linux/handles.h"
 #include "linux/insist.h"
+#include "linux/owned.h"
 #include "linux/proc.h"
 #include "linux/reaper.h"
 #include "linux/shortage.h"
@@ -32,6 +32,8 @@
 
 static_assert(sizeof(StartupInfo) == 68);
 static_assert(sizeof(OsVersionInfo) == 148);
+
+namespace vrplatform {
 
 namespace {
 
@@ -213,7 +215,7 @@ int32_t GiveEnded(uint32_t exitCode, ProcessInformation* information) {
 // is known to have ended.
 bool AwaitEnd(pid_t number, int milliseconds) {
     const Descriptor process(static_cast<int>(syscall(SYS_pidfd_open, number, 0)));
-    if (process.Get() == -1) {
+    if (!process.IsOpen()) {
         const timespec pause = {0, kPauseNanoseconds};
         nanosleep(&pause, nullptr);
         return false;
@@ -223,6 +225,10 @@ bool AwaitEnd(pid_t number, int milliseconds) {
 }
 
 }  // namespace
+
+}  // namespace vrplatform
+
+using namespace vrplatform;
 
 int32_t CreateProcessA(const char* application, char* commandLine, void* processSecurity,
                        void* threadSecurity, int32_t inherit, uint32_t flags, void* environment,

@@ -7,6 +7,8 @@
 #include "linux/proc.h"
 #include "platform/processlist.h"
 
+namespace vrplatform {
+
 namespace {
 
 // The program that was asked for last. A handle is never reused, so what was read for it stays
@@ -48,6 +50,10 @@ const char* BaseName(const char* path) {
 }
 
 }  // namespace
+
+}  // namespace vrplatform
+
+using namespace vrplatform;
 
 PLATFORM_BEGIN
 

@@ -15,6 +15,8 @@
 #include <ctime>
 #include <mutex>
 
+namespace vrplatform {
+
 namespace {
 
 constexpr size_t kStackSize = 64 * 1024;
@@ -132,3 +134,5 @@ uint32_t ReaperThread() {
     if (mayBeGone && pthread_tryjoin_np(thread, nullptr) == 0) threadNumber = 0;
     return static_cast<uint32_t>(threadNumber);
 }
+
+}  // namespace vrplatform

@@ -7,6 +7,8 @@
 #include <cstdint>
 #include <memory>
 
+namespace vrplatform {
+
 // What is kept of a child. It is allocated before the child is started, so that leaving it to the
 // reaper needs no memory.
 struct Child {
@@ -20,5 +22,7 @@ void ReapInBackground(std::unique_ptr<Child> child);
 
 // The number of this process's thread that does it; 0 when there is none.
 uint32_t ReaperThread();
+
+}  // namespace vrplatform
 
 #endif

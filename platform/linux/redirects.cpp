@@ -9,6 +9,8 @@
 
 #include "linux/paths.h"
 
+namespace vrplatform {
+
 namespace {
 
 constexpr std::string_view kBlanks = " \t";
@@ -175,3 +177,5 @@ std::string WithHostRedirects(const std::string& text) {
     }
     return scanner.made;
 }
+
+}  // namespace vrplatform

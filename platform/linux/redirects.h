@@ -4,7 +4,11 @@
 
 #include <string>
 
+namespace vrplatform {
+
 // The text with the host paths of such names, quoted for the shell.
 std::string WithHostRedirects(const std::string& text);
+
+}  // namespace vrplatform
 
 #endif

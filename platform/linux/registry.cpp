@@ -19,6 +19,8 @@
 #include "linux/text.h"
 #include "linux/textfile.h"
 
+namespace vrplatform {
+
 namespace {
 
 constexpr uintptr_t kHighestHandle = 0x7FFFFFFF;  // the roots lie above
@@ -164,6 +166,10 @@ int32_t Enumerate(const OpenKey& key, uint32_t index, const EnumeratedValue& out
 }
 
 }  // namespace
+
+}  // namespace vrplatform
+
+using namespace vrplatform;
 
 int32_t RegOpenKeyExA(HKEY root, const char* path, uint32_t, uint32_t, HKEY* key) {
     if (key == nullptr) return ERROR_INVALID_PARAMETER;

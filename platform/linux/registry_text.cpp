@@ -12,6 +12,8 @@
 #include "linux/text.h"
 #include "linux/textfile.h"
 
+namespace vrplatform {
+
 namespace {
 
 constexpr std::string_view kUtf16Mark = "\xFF\xFE";
@@ -228,3 +230,5 @@ std::shared_ptr<const RegistryKey> ReadRegistryKey(
     auto key = std::make_shared<RegistryKey>(source);
     return KeyReader(*source, path, *key).Read() ? key : nullptr;
 }
+
+}  // namespace vrplatform

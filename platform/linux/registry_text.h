@@ -10,6 +10,8 @@
 
 #include "linux/registry_value.h"
 
+namespace vrplatform {
+
 // The text of an export. Its keys keep it and read a value's lines again when they are asked for
 // it: a copy of many small values would need many times the room.
 struct RegistryExport {
@@ -63,5 +65,7 @@ private:
 // The key of that full path; null when the export has none.
 std::shared_ptr<const RegistryKey> ReadRegistryKey(
     const std::shared_ptr<const RegistryExport>& source, std::string_view path);
+
+}  // namespace vrplatform
 
 #endif

@@ -9,6 +9,8 @@
 #include "linux/textfile.h"
 #include "platform/registry.h"
 
+namespace vrplatform {
+
 namespace {
 
 constexpr size_t kBytesOfNumber = 4;
@@ -136,3 +138,5 @@ ValueLine TakeValue(std::string_view& text, bool isUnicode, RegistryValue& value
     if (IsTextType(value.type) && !value.data.ends_with('\0')) value.data.push_back('\0');
     return ValueLine::Set;
 }
+
+}  // namespace vrplatform

@@ -6,6 +6,8 @@
 #include <string>
 #include <string_view>
 
+namespace vrplatform {
+
 struct RegistryValue {
     std::string name;
     uint32_t type = 0;
@@ -20,5 +22,7 @@ ValueLine TakeValue(std::string_view& text, bool isUnicode, RegistryValue& value
 
 // The name alone, from the start of such a line; false when there is none.
 bool TakeValueName(std::string_view& line, std::string& name);
+
+}  // namespace vrplatform
 
 #endif

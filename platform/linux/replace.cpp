@@ -8,11 +8,13 @@
 #include <cerrno>
 #include <cstdio>
 
-#include "linux/descriptor.h"
 #include "linux/insist.h"
+#include "linux/owned.h"
 #include "linux/paths.h"
 #include "linux/resolve.h"
 #include "platform/files.h"
+
+namespace vrplatform {
 
 namespace {
 
@@ -25,18 +27,17 @@ bool Refuse(int error) {
 }
 
 // The new file, if it is a regular one of the process's own without a second name.
-int OpenOwn(const Place& from, struct stat& status) {
-    const int descriptor = Insist([&] {
+Descriptor OpenOwn(const Place& from, struct stat& status) {
+    Descriptor file(Insist([&] {
         return openat(from.Directory(), from.Name(),
                       O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC);
-    });
-    if (descriptor == -1) return -1;
-    const bool isOwn = fstat(descriptor, &status) == 0 && S_ISREG(status.st_mode) &&
+    }));
+    if (!file.IsOpen()) return file;
+    const bool isOwn = fstat(file.Get(), &status) == 0 && S_ISREG(status.st_mode) &&
                        status.st_uid == geteuid() && status.st_nlink == 1;
-    if (isOwn) return descriptor;
-    close(descriptor);
+    if (isOwn) return file;
     Refuse(EACCES);
-    return -1;
+    return {};
 }
 
 // Gives the file an owner and a group, or only the group, by which several users may share the
@@ -66,6 +67,10 @@ bool TakeOver(int file, const struct stat& own, const struct stat& other) {
 
 }  // namespace
 
+}  // namespace vrplatform
+
+using namespace vrplatform;
+
 int32_t FileReplace(const char* from, const char* to) {
     char hostFrom[kHostPathSize];
     char hostTo[kHostPathSize];
@@ -76,8 +81,8 @@ int32_t FileReplace(const char* from, const char* to) {
 
     struct stat own;
     struct stat other;
-    const Descriptor file(OpenOwn(source, own));
-    if (file.Get() == -1) return -1;
+    const Descriptor file = OpenOwn(source, own);
+    if (!file.IsOpen()) return -1;
     const bool replaces =
         fstatat(target.Directory(), target.Name(), &other, AT_SYMLINK_NOFOLLOW) == 0;
     if (!replaces && errno != ENOENT) return -1;

@@ -15,6 +15,8 @@
 
 #include "linux/insist.h"
 
+namespace vrplatform {
+
 namespace {
 
 constexpr int kMostLinks = 40;  // as the kernel has it
@@ -24,7 +26,7 @@ using PathBuffer = char[PATH_MAX];
 
 // A place on the way along a path.
 struct Walk {
-    Descriptor directory{-1};  // that was reached
+    Descriptor directory;  // that was reached
     PathBuffer path;
     const char* rest = path;        // of the path, from here on
     char name[NAME_MAX + 1] = ".";  // the last one that was looked at
@@ -45,8 +47,8 @@ Step Fail(int error) {
 }
 
 Step Enter(Walk& walk, int from, const char* name, int flags = kDirectoryFlags) {
-    walk.directory.Reset(openat(from, name, flags));
-    return walk.directory.Get() == -1 ? Step::Failed : Step::Further;
+    walk.directory = Descriptor(openat(from, name, flags));
+    return walk.directory.IsOpen() ? Step::Further : Step::Failed;
 }
 
 bool IsTrusted(int directory, const struct stat& status) {
@@ -149,7 +151,7 @@ Place::Place(const char* hostPath, bool followLast) {
     if (step == Step::Failed) return;
     std::memcpy(name_, walk.name, sizeof name_);
     isKernelLink_ = walk.endsInKernelLink;
-    directory_.Swap(walk.directory);
+    directory_ = std::move(walk.directory);
 }
 
 bool Place::Has(int descriptor) const {
@@ -174,3 +176,5 @@ bool IsTrustedPipe(const char* hostPath, const struct stat& status) {
     const Place place(hostPath, true);
     return place.Directory() != -1 && IsTrusted(place.Directory(), status);
 }
+
+}  // namespace vrplatform

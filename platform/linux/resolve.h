@@ -10,7 +10,9 @@
 
 #include <climits>
 
-#include "linux/descriptor.h"
+#include "linux/owned.h"
+
+namespace vrplatform {
 
 // A name in a directory that is held open, so that nobody can put another in its place.
 class Place {
@@ -35,7 +37,7 @@ public:
     bool Has(int descriptor) const;
 
 private:
-    Descriptor directory_{-1};
+    Descriptor directory_;
     char name_[NAME_MAX + 1] = ".";
     bool isKernelLink_ = false;
 };
@@ -45,5 +47,7 @@ int OpenResolved(const char* hostPath, int flags, mode_t mode);
 
 // Whether the file opened under that path may be used; a stranger's named pipe may not.
 bool IsTrustedPipe(const char* hostPath, const struct stat& status);
+
+}  // namespace vrplatform
 
 #endif

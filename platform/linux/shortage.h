@@ -6,6 +6,8 @@
 #include <cerrno>
 #include <new>
 
+namespace vrplatform {
+
 // The service's result, or `failure` with ENOMEM. A service takes its memory before it
 // changes anything.
 template <typename Result, typename Service>
@@ -17,5 +19,7 @@ Result UnlessShort(Result failure, Service service) {
         return failure;
     }
 }
+
+}  // namespace vrplatform
 
 #endif

@@ -15,6 +15,8 @@
 #include <mutex>
 #include <new>
 
+namespace vrplatform {
+
 namespace {
 
 constexpr size_t kSizeStep = 16;  // bytes from one size of pieces to the next
@@ -139,3 +141,5 @@ void GivePieceBack(void* piece, PiecePage* page) {
 size_t PieceSize(const PiecePage& page) {
     return (page.sizeIndex + 1) * kSizeStep;
 }
+
+}  // namespace vrplatform

@@ -4,6 +4,8 @@
 
 #include <cstddef>
 
+namespace vrplatform {
+
 struct PiecePage;
 
 // A piece of at least `size` bytes, and its page; null for a larger size than there are pieces of,
@@ -13,5 +15,7 @@ void GivePieceBack(void* piece, PiecePage* page);
 
 // Bytes that a piece of the page has.
 size_t PieceSize(const PiecePage& page);
+
+}  // namespace vrplatform
 
 #endif

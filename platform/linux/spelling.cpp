@@ -12,8 +12,11 @@
 #include <utility>
 
 #include "linux/insist.h"
+#include "linux/owned.h"
 #include "platform/files.h"
 #include "platform/text.h"
+
+namespace vrplatform {
 
 namespace {
 
@@ -42,9 +45,9 @@ bool TakeSpelling(const char* entries, size_t size, char* name) {
 // cannot be found, and errno has the reason. The entries are read without the C library, whose
 // buffer for them is larger than the library's reserves.
 Search FindAnyCase(const char* directory, char* name) {
-    const int descriptor =
-        Insist([=] { return open(directory, O_RDONLY | O_DIRECTORY | O_CLOEXEC); });
-    if (descriptor == -1) {
+    const Descriptor folder(
+        Insist([=] { return open(directory, O_RDONLY | O_DIRECTORY | O_CLOEXEC); }));
+    if (!folder.IsOpen()) {
         if (errno == ENFILE) errno = kErrorTooManyOpenFiles;
         const bool isShort = errno == kErrorTooManyOpenFiles || errno == ENOMEM;
         return isShort ? Search::NotPossible : Search::Absent;
@@ -52,9 +55,8 @@ Search FindAnyCase(const char* directory, char* name) {
     alignas(dirent64) char entries[8192];
     bool found = false;
     ssize_t got = 0;
-    while (!found && (got = getdents64(descriptor, entries, sizeof entries)) > 0)
+    while (!found && (got = getdents64(folder.Get(), entries, sizeof entries)) > 0)
         found = TakeSpelling(entries, static_cast<size_t>(got), name);
-    close(descriptor);
     return found ? Search::Found : Search::Absent;
 }
 
@@ -76,3 +78,5 @@ bool FindSpelling(char* path, size_t rootLength) {
     }
     return search != Search::NotPossible;
 }
+
+}  // namespace vrplatform

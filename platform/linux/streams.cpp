@@ -1,12 +1,16 @@
 // Streams of the C library over the numbered files. They read through the handle, and so keep its
 // text mode.
 
+#include "platform/streams.h"
+
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
 
 #include "linux/files.h"
 #include "platform/files.h"
+
+namespace vrplatform {
 
 namespace {
 
@@ -49,6 +53,10 @@ bool HostMode(const char* mode, char (&hostMode)[kHostModeSize]) {
 }
 
 }  // namespace
+
+}  // namespace vrplatform
+
+using namespace vrplatform;
 
 PlatformStream* StreamAttach(int32_t handle, const char* mode) {
     OpenFile* file = FindFile(handle);

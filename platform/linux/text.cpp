@@ -9,6 +9,8 @@
 
 #include "linux/text.h"
 
+using namespace vrplatform;
+
 int32_t wsprintfA(char* out, const char* format, ...) {
     va_list values;
     va_start(values, format);

@@ -8,11 +8,13 @@
 #include <algorithm>
 #include <ctime>
 
-#include "linux/descriptor.h"
 #include "linux/insist.h"
+#include "linux/owned.h"
 #include "linux/paths.h"
 #include "linux/resolve.h"
 #include "linux/text.h"
+
+namespace vrplatform {
 
 namespace {
 
@@ -80,3 +82,5 @@ bool SameName(std::string_view a, std::string_view b) {
     return std::equal(a.begin(), a.end(), b.begin(), b.end(),
                       [](char x, char y) { return FoldCase(x) == FoldCase(y); });
 }
+
+}  // namespace vrplatform

@@ -6,6 +6,8 @@
 #include <string>
 #include <string_view>
 
+namespace vrplatform {
+
 // What a text in UTF-8 may begin with.
 constexpr std::string_view kUtf8Mark = "\xEF\xBB\xBF";
 
@@ -43,5 +45,7 @@ std::string_view Trimmed(std::string_view text);
 
 // Equal without regard to the case of A to Z.
 bool SameName(std::string_view a, std::string_view b);
+
+}  // namespace vrplatform
 
 #endif

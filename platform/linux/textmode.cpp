@@ -12,6 +12,8 @@
 #include "linux/insist.h"
 #include "linux/write.h"
 
+namespace vrplatform {
+
 namespace {
 
 constexpr char kCtrlZ = 26;
@@ -87,7 +89,7 @@ size_t BytesKept(int descriptor, const char* text, size_t written) {
 
 ssize_t ReadText(OpenFile& file, char* buffer, size_t count) {
     if (file.textEnded) return 0;
-    const ssize_t got = Insist([&] { return read(file.descriptor, buffer, count); });
+    const ssize_t got = Insist([&] { return read(file.descriptor.Get(), buffer, count); });
     if (got <= 0) return got;
     char* end = Find(buffer, buffer + got, kCtrlZ);
     file.textEnded = end != buffer + got;
@@ -100,7 +102,8 @@ ssize_t ReadText(OpenFile& file, char* buffer, size_t count) {
         if (in == end) break;
         ++in;
         const bool last = in == end;
-        const bool pair = last ? !file.textEnded && TakeLineFeed(file.descriptor) : *in == '\n';
+        const bool pair =
+            last ? !file.textEnded && TakeLineFeed(file.descriptor.Get()) : *in == '\n';
         *out++ = pair ? '\n' : '\r';
         if (pair && !last) ++in;
     }
@@ -113,13 +116,15 @@ ssize_t WriteText(const OpenFile& file, const char* text, size_t count) {
     while (done < count) {
         size_t filled = 0;
         const size_t taken = FillChunk(text + done, count - done, chunk, filled);
-        const ssize_t written = WriteHolding(file.descriptor, chunk, filled, file.maySignal);
+        const ssize_t written = WriteHolding(file.descriptor.Get(), chunk, filled, file.maySignal);
         if (written < 0) return done != 0 ? static_cast<ssize_t>(done) : -1;
         if (static_cast<size_t>(written) < filled) {
             return static_cast<ssize_t>(
-                done + BytesKept(file.descriptor, text + done, static_cast<size_t>(written)));
+                done + BytesKept(file.descriptor.Get(), text + done, static_cast<size_t>(written)));
         }
         done += taken;
     }
     return static_cast<ssize_t>(done);
 }
+
+}  // namespace vrplatform

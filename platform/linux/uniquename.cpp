@@ -8,6 +8,8 @@
 
 #include "platform/files.h"
 
+namespace vrplatform {
+
 namespace {
 
 constexpr size_t kTemplateEnd = 6;
@@ -18,6 +20,10 @@ bool IsFree(const char* path) {
 }
 
 }  // namespace
+
+}  // namespace vrplatform
+
+using namespace vrplatform;
 
 char* UniqueName(char* path) {
     const size_t length = path == nullptr ? 0 : std::strlen(path);

@@ -15,6 +15,8 @@
 
 #include "linux/shortage.h"
 
+namespace vrplatform {
+
 namespace {
 
 constexpr size_t kFew = 512;  // variables that the C library may search
@@ -164,3 +166,5 @@ int SetVariable(const char* name, const char* value) {
     const char* before = std::getenv(name);
     return before != nullptr && std::strcmp(before, value) == 0 ? 0 : setenv(name, value, 1);
 }
+
+}  // namespace vrplatform

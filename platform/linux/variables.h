@@ -3,7 +3,11 @@
 #ifndef LINUX_VARIABLES_H
 #define LINUX_VARIABLES_H
 
+namespace vrplatform {
+
 // As setenv with replacement, whatever the number of variables.
 int SetVariable(const char* name, const char* value);
+
+}  // namespace vrplatform
 
 #endif

@@ -18,6 +18,8 @@
 #include "linux/shortage.h"
 #include "linux/textfile.h"
 
+namespace vrplatform {
+
 namespace {
 
 constexpr char kMark[] = "VRVI";
@@ -111,6 +113,10 @@ std::string_view FindText(std::string_view texts, std::string_view name) {
 }
 
 }  // namespace
+
+}  // namespace vrplatform
+
+using namespace vrplatform;
 
 uint32_t GetFileVersionInfoSizeA(const char* module, uint32_t* ignored) {
     if (ignored != nullptr) *ignored = 0;

@@ -6,6 +6,8 @@
 #include <ctime>
 #include <initializer_list>
 
+namespace vrplatform {
+
 namespace {
 
 constexpr std::initializer_list<int> kSignals = {SIGPIPE, SIGXFSZ};
@@ -40,3 +42,5 @@ ssize_t WriteHolding(int descriptor, const char* bytes, size_t count, bool maySi
     const HeldSignals held;
     return WriteAll(descriptor, bytes, count);
 }
+
+}  // namespace vrplatform

@@ -7,6 +7,8 @@
 
 #include "linux/insist.h"
 
+namespace vrplatform {
+
 // Holds back SIGPIPE and SIGXFSZ for its scope, and takes those that came up meanwhile, so that
 // neither kills the host nor reaches its handlers. It changes only the calling thread's mask.
 class HeldSignals {
@@ -23,5 +25,7 @@ private:
 
 // Writes as much as possible; -1 only when nothing was written.
 ssize_t WriteHolding(int descriptor, const char* bytes, size_t count, bool maySignal);
+
+}  // namespace vrplatform
 
 #endif

@@ -2,7 +2,7 @@
 #include <stdio.h>
 #include <string.h>
 
-#include "platform/process.h"
+#include "platform/modules.h"
 #include "vr/vr.h"
 
 /* The address of a service, which makes its name one of the host's own. */

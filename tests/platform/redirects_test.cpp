@@ -8,7 +8,7 @@
 #include "linux/paths.h"
 #include "tests/support/base.h"
 
-bool HostPath(const char* name, char (&path)[kHostPathSize]) {
+bool vrplatform::HostPath(const char* name, char (&path)[kHostPathSize]) {
     std::string text = name;
     std::ranges::replace(text, '\\', '/');
     if (text.starts_with("N:")) return false;
@@ -56,7 +56,7 @@ constexpr Row kRows[] = {
 
 TEST(Redirects, NamesOfThePlatformBecomeHostPaths) {
     for (const auto& [text, made] : kRows)
-        EXPECT_EQ(WithHostRedirects(text), made) << text;
+        EXPECT_EQ(vrplatform::WithHostRedirects(text), made) << text;
 }
 
 }  // namespace

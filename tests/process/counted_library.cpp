@@ -6,7 +6,7 @@
 #include <cstdio>
 #include <cstdlib>
 
-#include "platform/process.h"
+#include "platform/modules.h"
 
 namespace {
 

@@ -1,4 +1,4 @@
-/* The process environment, the folder of the system's settings files, and such files.
+/* The process environment, and the folder of the system's settings files.
  * Names keep their case, as everywhere in the process environment of Linux. */
 #ifndef PLATFORM_ENVIRONMENT_H
 #define PLATFORM_ENVIRONMENT_H
@@ -23,20 +23,6 @@ PLATFORM_API int32_t SetEnvironmentVariableA(const char* name, const char* value
  * it is not set. Result and buffer as of GetEnvironmentVariableA. */
 PLATFORM_API uint32_t GetWindowsDirectoryA(char* buffer, uint32_t size)
     PLATFORM_SYMBOL(GetWindowsDirectoryA);
-
-/* Reads a private profile: a text of sections [NAME] and, in them, lines KEY=VALUE. Case does not
- * matter in sections and keys, and the first one of a name counts. Blanks around names and values
- * are dropped, and then one pair of quotes around a value; lines that begin with ; are ignored. A
- * file named without a directory is looked for in the Windows directory; one that cannot be read is
- * empty.
- *
- * Copies the key's value, or `defaultValue`, cut to `size` bytes with its zero, and returns
- * its length. A null key lists the section's keys, a null section the sections: each name
- * with its zero, and one more zero at the end; the length is without that. */
-PLATFORM_API uint32_t GetPrivateProfileStringA(const char* section, const char* key,
-                                               const char* defaultValue, char* buffer,
-                                               uint32_t size, const char* file)
-    PLATFORM_SYMBOL(GetPrivateProfileStringA);
 
 PLATFORM_END
 

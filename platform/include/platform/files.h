@@ -1,11 +1,4 @@
-/* Files by numbered handle, streams over them, directory searches, paths.
- *
- * Paths. `C:\DATA\ABC`, with / for \ as well. The drive letter D has its root in the host's
- * directory that VRPLATFORM_DRIVE_D names, and likewise for each letter; drive C is the host's root
- * unless set. A path without a drive is on the current directory's drive; one without a leading
- * separator starts in that drive's current directory, or, on another drive, in its root. `.` and
- * `..` are resolved in the text, and `..` stops at the root. Names are found without regard to
- * case, the exact spelling first; a new file takes the spelling given.
+/* Files by numbered handle, and by their names (platform/paths.h).
  *
  * Strangers. In a directory that its group or everybody may write, a link or a named pipe whose
  * owner is neither the process's user, nor the superuser, nor the owner of the directory is
@@ -142,77 +135,6 @@ PLATFORM_API int32_t FileReplace(const char* from, const char* to) PLATFORM_SYMB
  * that gives a name under which nothing exists. Returns `path`, or null when all are
  * taken, when none can be looked for, or when it does not end in six X. */
 PLATFORM_API char* UniqueName(char* path) PLATFORM_SYMBOL(UniqueName);
-
-/* A stream. Opaque to callers. */
-typedef struct PlatformStream PlatformStream;
-
-/* A buffered stream to read lines from, over a handle. `mode` is one of the C library's (r, w, a,
- * with +); a t or b in it sets the handle's mode first. Null for a bad mode or handle. The stream
- * owns the handle. */
-PLATFORM_API PlatformStream* StreamAttach(int32_t handle, const char* mode)
-    PLATFORM_SYMBOL(StreamAttach);
-
-/* The next line, its LF included, of at most `size` - 1 bytes, terminated by a zero: the buffer, or
- * null at the end, on an error or for a size below 1. */
-PLATFORM_API char* StreamReadLine(char* buffer, int32_t size, PlatformStream* stream)
-    PLATFORM_SYMBOL(StreamReadLine);
-
-/* Closes stream and handle: 0, or -1. */
-PLATFORM_API int32_t StreamClose(PlatformStream* stream) PLATFORM_SYMBOL(StreamClose);
-
-/* Attributes of a name. */
-enum {
-    kFindReadOnly = 0x01, /* it may not be written */
-    kFindDirectory = 0x10 /* it is a directory */
-};
-
-/* What a search returns for one name. Times are seconds since 1970. */
-typedef struct FindData {
-    uint32_t attributes;  /* of the kFind... bits */
-    int32_t creationTime; /* of the last change of its content or status */
-    int32_t accessTime;   /* of the last reading */
-    int32_t writeTime;    /* of the last writing */
-    uint32_t size;        /* bytes; the largest number for a file that has more */
-    char name[260];       /* without directory, zero-terminated */
-} FindData;
-
-/* Searches a directory for names that match the last part of `pattern`, where * stands for any
- * bytes and ? for one, and *.* matches every name. "." and ".." are names too. Stores the first
- * name and returns the handle of the search, or -1 when there is none. The order is the directory's
- * own; names that hold a backslash are left out. */
-PLATFORM_API int32_t FindFirst(const char* pattern, FindData* data) PLATFORM_SYMBOL(FindFirst);
-
-/* Stores the next name: 0, or -1 at the end. */
-PLATFORM_API int32_t FindNext(int32_t search, FindData* data) PLATFORM_SYMBOL(FindNext);
-
-/* Ends the search: 0, or -1 for a bad handle. */
-PLATFORM_API int32_t FindClose(int32_t search) PLATFORM_SYMBOL(FindClose);
-
-/* The names of a folder at one moment. Opaque to callers. */
-typedef struct PlatformFolderNames PlatformFolderNames;
-
-/* Reads at once all names that match the last part of `pattern`, as FindFirst takes it, so that a
- * caller who looks for many names reads the folder once. Null when the folder cannot be read or
- * memory is short. The caller frees them with FolderNamesFree, which ignores null. */
-PLATFORM_API PlatformFolderNames* FolderNamesRead(const char* pattern)
-    PLATFORM_SYMBOL(FolderNamesRead);
-PLATFORM_API void FolderNamesFree(PlatformFolderNames* names) PLATFORM_SYMBOL(FolderNamesFree);
-
-/* 1 when the name, in any case, is among them, else 0. */
-PLATFORM_API int32_t FolderNamesHas(const PlatformFolderNames* names, const char* name)
-    PLATFORM_SYMBOL(FolderNamesHas);
-
-/* The current directory as a drive path of at most `size` - 1 bytes and a zero: the
- * buffer, or null when it does not fit or lies on no drive. */
-PLATFORM_API char* CurrentDirectory(char* buffer, int32_t size) PLATFORM_SYMBOL(CurrentDirectory);
-
-/* Changes the current directory: 0, or -1. */
-PLATFORM_API int32_t ChangeDirectory(const char* path) PLATFORM_SYMBOL(ChangeDirectory);
-
-/* The full drive path of `path`, which need not exist, as CurrentDirectory gives its
- * result; an empty path is the current directory. A separator at its end stays. */
-PLATFORM_API char* ExpandPath(char* buffer, const char* path, int32_t size)
-    PLATFORM_SYMBOL(ExpandPath);
 
 PLATFORM_END
 
