@@ -12,7 +12,6 @@
 namespace {
 
 using bench::kAttributeMark;
-using bench::OwnString;
 using bench::SizeOf;
 
 constexpr size_t kLength = 20;
@@ -21,20 +20,20 @@ constexpr size_t kLonger = 24;
 constexpr size_t kAttributes = 100000;
 constexpr int32_t kBufferStep = 65536;
 
-void Replace(OwnString& record, int32_t attribute, VrString element) {
+void Replace(vr::String& record, int32_t attribute, const vr::String& element) {
     UtilPosition position = {attribute, 0, 0, 0};
-    record.Become(UtilInsertReplace(&position, record, element, 1));
+    bench::Become(record, UtilInsertReplace(&position, record.get(), element.get(), 1));
 }
 
-void Sweep(OwnString& record, size_t attributes, VrString element) {
+void Sweep(vr::String& record, size_t attributes, const vr::String& element) {
     for (size_t attribute = 1; attribute <= attributes; ++attribute)
         Replace(record, static_cast<int32_t>(attribute), element);
 }
 
 // The record may be swept again, since its shape stays.
 void SweepSame(benchmark::State& state) {
-    OwnString record(bench::EditableString(bench::MakeRecord(SizeOf(state), kLength)));
-    const OwnString element(bench::Letters(kLength, 2));
+    vr::String record(bench::MakeRecord(SizeOf(state), kLength));
+    const vr::String element(bench::Letters(kLength, 2));
     for (auto _ : state)
         Sweep(record, SizeOf(state), element);
     bench::CountItems(state, SizeOf(state));
@@ -43,13 +42,13 @@ void SweepSame(benchmark::State& state) {
 template <size_t newLength>
 void SweepResizing(benchmark::State& state) {
     const std::string text = bench::MakeRecord(SizeOf(state), kLength);
-    const OwnString element(bench::Letters(newLength, 2));
+    const vr::String element(bench::Letters(newLength, 2));
     for (auto _ : state) {
         state.PauseTiming();
-        OwnString record(bench::EditableString(text));
+        vr::String record(text);
         state.ResumeTiming();
         Sweep(record, SizeOf(state), element);
-        if (size_t(record->length) != SizeOf(state) * (newLength + 1) - 1) {
+        if (record.size() != SizeOf(state) * (newLength + 1) - 1) {
             state.SkipWithError("the record has a wrong length");
         }
     }
@@ -91,8 +90,8 @@ void SplitAndJoin(benchmark::State& state) {
 
 // The same attribute again and again: the memo is hit.
 void ReplaceAgain(benchmark::State& state) {
-    OwnString record(bench::EditableString(bench::MakeRecord(kAttributes, kLength)));
-    const OwnString element(bench::Letters(kLength, 2));
+    vr::String record(bench::MakeRecord(kAttributes, kLength));
+    const vr::String element(bench::Letters(kLength, 2));
     for (auto _ : state)
         Replace(record, static_cast<int32_t>(SizeOf(state)), element);
     bench::CountItems(state);
@@ -100,8 +99,8 @@ void ReplaceAgain(benchmark::State& state) {
 
 // An attribute anywhere, so that the memo is near by chance only.
 void ReplaceAnywhere(benchmark::State& state) {
-    OwnString record(bench::EditableString(bench::MakeRecord(SizeOf(state), kLength)));
-    const OwnString element(bench::Letters(kLength, 2));
+    vr::String record(bench::MakeRecord(SizeOf(state), kLength));
+    const vr::String element(bench::Letters(kLength, 2));
     const std::vector<uint32_t> order = bench::RandomOrder(SizeOf(state));
     size_t next = 0;
     for (auto _ : state) {
@@ -112,14 +111,14 @@ void ReplaceAnywhere(benchmark::State& state) {
 }
 
 void BuildByAppending(benchmark::State& state) {
-    const OwnString element(bench::Letters(kLength, 2));
+    const vr::String element(bench::Letters(kLength, 2));
     for (auto _ : state) {
-        OwnString record(VR_SHARED_STRING(NullVrStr));
+        vr::String record;
         for (size_t i = 0; i < SizeOf(state); ++i) {
             UtilPosition position = {-1, 0, 0, 0};
-            record.Become(UtilInsertReplace(&position, record, element, 0));
+            bench::Become(record, UtilInsertReplace(&position, record.get(), element.get(), 0));
         }
-        benchmark::DoNotOptimize(VrStrText(record));
+        benchmark::DoNotOptimize(record.c_str());
     }
     bench::CountItems(state, SizeOf(state));
 }
@@ -130,8 +129,8 @@ void BuildInBufDscr(benchmark::State& state) {
         BufDscr* buffer = BufDscrCreate(kBufferStep);
         for (size_t i = 0; i < SizeOf(state); ++i)
             AddStrToBuffer(buffer, element.data(), kLength, kVrAttributeMark);
-        const OwnString record(BufDscrMakeVrStr(buffer));
-        benchmark::DoNotOptimize(VrStrText(record));
+        const vr::String record(BufDscrMakeVrStr(buffer));
+        benchmark::DoNotOptimize(record.c_str());
         BufDscrDestroy(buffer);
     }
     bench::CountItems(state, SizeOf(state));

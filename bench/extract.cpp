@@ -10,7 +10,6 @@ using bench::Case;
 using bench::ItemsOfSize;
 using bench::kAttributeMark;
 using bench::kValueMark;
-using bench::OwnString;
 using bench::Use;
 
 constexpr size_t kAttributes = 100000;
@@ -88,8 +87,8 @@ void AddPicks() {
     const std::string record = bench::MakeRecord(kAttributes * kValues, kValueLength, kValues);
     const std::vector<int64_t> positions = {1, 10, 100, 1000, 10000, kAttributes};
     Case("extract/field/vrbase", positions, [record](size_t number) {
-        return [s = OwnString(record), attribute = static_cast<int32_t>(number)] {
-            Use(extract_field(attribute, kValues - 1, 0, s));
+        return [s = vr::String(record), attribute = static_cast<int32_t>(number)] {
+            Use(extract_field(attribute, kValues - 1, 0, s.get()));
         };
     });
     Case("extract/field/memchr", positions, [record](size_t number) {
@@ -107,8 +106,8 @@ void AddFields() {
     Case(
         "fields/gather/vrbase", counts,
         [record](size_t count) {
-            return [s = OwnString(record), fields = OwnString(FieldList(count))] {
-                Use(UtilGetFieldsFromVrString(s, fields));
+            return [s = vr::String(record), fields = vr::String(FieldList(count))] {
+                Use(UtilGetFieldsFromVrString(s.get(), fields.get()));
             };
         },
         ItemsOfSize);
@@ -123,9 +122,9 @@ void AddFields() {
     Case(
         "fields/put/vrbase", counts,
         [record](size_t count) {
-            return [s = OwnString(record), fields = OwnString(FieldList(count)),
-                    values = OwnString(bench::MakeRecord(count, kValueLength))] {
-                Use(UtilPutFieldsInVrString(s, values, fields));
+            return [s = vr::String(record), fields = vr::String(FieldList(count)),
+                    values = vr::String(bench::MakeRecord(count, kValueLength))] {
+                Use(UtilPutFieldsInVrString(s.get(), values.get(), fields.get()));
             };
         },
         ItemsOfSize);

@@ -14,7 +14,6 @@
 
 namespace {
 
-using bench::OwnString;
 using bench::SizeOf;
 
 constexpr size_t kPiece = 4096;
@@ -146,11 +145,11 @@ private:
 void TakeKey(benchmark::State& state) {
     const Registration file;
     for (const std::string& held : bench::MakeKeys(SizeOf(state), bench::Keys::kNumeric))
-        LockLockKey(file.handle, OwnString(held), 0, 0);
-    const OwnString key("the key in question");
+        LockLockKey(file.handle, vr::String(held).get(), 0, 0);
+    const vr::String key("the key in question");
     for (auto _ : state) {
-        const bool taken = LockLockKey(file.handle, key, 0, 0) == 0;
-        if (!taken || LockUnlockKey(file.handle, key) != 0) state.SkipWithError("no lock");
+        const bool taken = LockLockKey(file.handle, key.get(), 0, 0) == 0;
+        if (!taken || LockUnlockKey(file.handle, key.get()) != 0) state.SkipWithError("no lock");
     }
     bench::CountItems(state);
 }

@@ -160,8 +160,8 @@ void AddNamesAndPositions() {
         const auto folder = std::make_shared<Folder>();
         WriteMappedNames(*folder, size);
         const auto here = std::make_shared<Drives>(*folder, 0);
-        return [folder, here, name = bench::OwnString(std::string_view("customer orders"))] {
-            Use(OsFileName(name, nullptr));
+        return [folder, here, name = vr::String("customer orders")] {
+            Use(OsFileName(name.get(), nullptr));
         };
     });
     Case("file/seek/vrbase", {1}, [](size_t) {

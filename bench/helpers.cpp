@@ -16,7 +16,6 @@ namespace {
 using bench::Case;
 using bench::ItemsOfSize;
 using bench::Letters;
-using bench::OwnString;
 using bench::Use;
 
 const std::vector<int64_t> kLengths = {20, 200, 2000, 10000};
@@ -69,8 +68,8 @@ void LoadConversion() {
 
 void AddText() {
     Case("text/compare-equal/vrbase", {20, 200, 1000, 10000, 1 << 20}, [](size_t size) {
-        return [a = OwnString(Letters(size, 1)), b = OwnString(Letters(size, 1))] {
-            benchmark::DoNotOptimize(CompareVrStrings(a, b));
+        return [a = vr::String(Letters(size, 1)), b = vr::String(Letters(size, 1))] {
+            benchmark::DoNotOptimize(CompareVrStrings(a.get(), b.get()));
         };
     });
     Case("text/compare-equal/memcmp", {20, 200, 1000, 10000, 1 << 20}, [](size_t size) {
@@ -79,8 +78,9 @@ void AddText() {
             benchmark::DoNotOptimize(std::memcmp(a.data(), b.data(), a.size()));
         };
     });
-    Case("text/copy/vrbase", kLengths,
-         [](size_t size) { return [s = OwnString(Letters(size, 1))] { Use(NewString(s)); }; });
+    Case("text/copy/vrbase", kLengths, [](size_t size) {
+        return [s = vr::String(Letters(size, 1))] { Use(NewString(s.get())); };
+    });
     Case("text/copy/std-string", kLengths, [](size_t size) {
         return [s = Letters(size, 1)] { benchmark::DoNotOptimize(std::string(s).data()); };
     });
@@ -91,9 +91,9 @@ void AddText() {
         return [s = Letters(size, 1)] { benchmark::DoNotOptimize(HexByLookUp(s).data()); };
     });
     Case("text/swap/vrbase", kLengths, [](size_t size) {
-        return [s = OwnString(Letters(size, 1))] {
-            UtilSwapChar(s, 'a', 'b');
-            UtilSwapChar(s, 'b', 'a');
+        return [s = vr::String(Letters(size, 1))] {
+            UtilSwapChar(s.get(), 'a', 'b');
+            UtilSwapChar(s.get(), 'b', 'a');
         };
     });
     Case("text/swap/replace", kLengths, [](size_t size) {
@@ -105,7 +105,7 @@ void AddText() {
     });
     Case("text/convert/vrbase", kLengths, [](size_t size) {
         LoadConversion();
-        return [s = OwnString(Letters(size, 1))] { Use(CvtConvert(s, 0)); };
+        return [s = vr::String(Letters(size, 1))] { Use(CvtConvert(s.get(), 0)); };
     });
     const std::vector<int64_t> counts = {100, 1000, 10000};
     Case(
@@ -120,9 +120,9 @@ void AddText() {
 void AddRecords() {
     constexpr size_t kElements = 20;
     Case("walk/previous-value/vrbase", {12, 200, 2000}, [](size_t size) {
-        return [s = OwnString(bench::MakeRecord(kElements, size, kElements))] {
+        return [s = vr::String(bench::MakeRecord(kElements, size, kElements))] {
             VrString value = nullptr;
-            UtilGetPrevValue(s, s->length + kVrFirstCursor, &value);
+            UtilGetPrevValue(s.get(), s.get()->length + kVrFirstCursor, &value);
             Use(value);
         };
     });
@@ -133,12 +133,13 @@ void AddRecords() {
         };
     });
     Case("fields/gather-small/vrbase", {12, 200}, [](size_t size) {
-        return
-            [s = OwnString(bench::MakeRecord(kElements, size)),
-             fields = OwnString(std::string("2\xFE"
-                                            "5\xFE"
-                                            "11\xFE"
-                                            "19"))] { Use(UtilGetFieldsFromVrString(s, fields)); };
+        return [s = vr::String(bench::MakeRecord(kElements, size)),
+                fields = vr::String(std::string("2\xFE"
+                                                "5\xFE"
+                                                "11\xFE"
+                                                "19"))] {
+            Use(UtilGetFieldsFromVrString(s.get(), fields.get()));
+        };
     });
 }
 

@@ -68,9 +68,9 @@ void AddPeer(const char* name, Pass pass) {
 template <typename Scan>
 void AddOurs(const char* name, Scan scan) {
     const auto prepare = [scan](size_t length) {
-        return [s = bench::OwnString(TextOf(length)), marks = Marks(length), length, scan] {
+        return [s = vr::String(TextOf(length)), marks = Marks(length), length, scan] {
             auto count = static_cast<int32_t>(marks);
-            benchmark::DoNotOptimize(scan(s, static_cast<int32_t>(length), count));
+            benchmark::DoNotOptimize(scan(s.get(), static_cast<int32_t>(length), count));
             if (count != 0) std::abort();
         };
     };

@@ -15,6 +15,7 @@
 #include <string_view>
 #include <vector>
 
+#include "vr/owned.hpp"
 #include "vr/vr.h"
 
 namespace bench {
@@ -106,40 +107,9 @@ inline size_t CountOf(std::string_view text, char mark) {
     return static_cast<size_t>(std::ranges::count(text, mark));
 }
 
-// A string of the library that goes with its scope.
-class OwnString {
-public:
-    explicit OwnString(VrString taken) : s_(taken) {}
-    explicit OwnString(std::string_view text)
-        : s_(alloc_simple_string(static_cast<uint32_t>(text.size()))) {
-        std::memcpy(VrStrText(s_), text.data(), text.size());
-    }
-    OwnString(const OwnString&) = delete;
-    ~OwnString() {
-        free_mem(&s_);
-    }
-    operator VrString() const {
-        return s_;
-    }
-    VrString operator->() const {
-        return s_;
-    }
-    // Takes over an edited string: `s` itself, or one in its place.
-    void Become(VrString edited) {
-        if (edited == s_) return;
-        free_mem(&s_);
-        s_ = edited;
-    }
-
-private:
-    VrString s_;
-};
-
-// A string with room to grow, as hosts have them that edit.
-inline VrString EditableString(std::string_view text) {
-    VrString s = alloc_string(static_cast<uint32_t>(text.size()));
-    std::memcpy(VrStrText(s), text.data(), text.size());
-    return s;
+// After an edit of `s` by the C interface: `edited` is the same string or one in its place.
+inline void Become(vr::String& s, VrString edited) {
+    if (edited != s.get()) s = vr::String(edited);
 }
 
 struct TemporaryFolder {

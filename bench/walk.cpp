@@ -95,11 +95,11 @@ template <auto walk, typename Elements>
 void Run(benchmark::State& state, size_t recordSize, size_t elementLength) {
     const size_t count = recordSize / (elementLength + 1);
     const std::string text = bench::MakeRecord(count, elementLength, Elements::kValues);
-    const bench::OwnString s(text);
+    const vr::String s(text);
     for (auto _ : state) {
         size_t bytes = 0;
         if constexpr (std::is_invocable_v<decltype(walk), VrString>) {
-            bytes = walk(s);
+            bytes = walk(s.get());
         } else {
             bytes = walk(text);
         }

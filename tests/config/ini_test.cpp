@@ -22,6 +22,8 @@ TEST_F(FilesTest, TheRegistryGoesBeforeTheFile) {
     EXPECT_EQ(IniGetInt("Database", "LOG", 9), 0);
     EXPECT_EQ(IniGetInt("database", "num", 9), -12);
     EXPECT_EQ(IniGetInt(std::string(300, 'd').c_str(), "num", 9), 9);
+    EXPECT_EQ(IniGetInt(nullptr, "num", 9), 9);
+    EXPECT_EQ(IniGetInt("Database", nullptr, 9), 9);
     EXPECT_EQ(Value("Database", "A"), r);
     EXPECT_EQ(Value("Database", "B"), "file") << "a text of more than 256 bytes counts as absent";
     for (const auto& [name, value] : Rows<2>(R"(

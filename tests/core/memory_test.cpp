@@ -118,7 +118,7 @@ TEST(Callbacks, TheLowestOfTenSlotsIsTakenOrClearedAndAllAreCalledInOrder) {
 
 TEST_F(LibraryTest, SharedStringsStandForEmptyAndTruth) {
     const Array emptied("x");
-    emptied->length = -1;
+    emptied.get()->length = -1;
     for (VrString empty : {alloc_string(0), alloc_simple_string(0), NewString(nullptr),
                            NewString(emptied), NewString(NullString())})
         EXPECT_EQ(empty, NullString());
@@ -172,7 +172,7 @@ TEST_F(LibraryTest, TheFirstDifferenceDecidesWhereverItIs) {
 TEST_F(LibraryTest, OrderIsByUnsignedBytesAndThenLength) {
     const Array negative("x"), low("\x01"), zeros(StringOfBytes({"a\0b", 3})),
         more(StringOfBytes({"a\0c", 3})), start("ab"), longer("abcd"), high("\xFF");
-    negative->length = -1;
+    negative.get()->length = -1;
     const std::tuple<VrString, VrString, int32_t> cases[] = {
         {nullptr, nullptr, 0}, {nullptr, NullString(), -1}, {NullString(), negative, 0},
         {nullptr, low, -1},    {negative, low, -1},         {low, zeros, 1 - 'a'},

@@ -42,8 +42,6 @@ TEST_F(LibraryTest, NullObjectsAreIgnored) {
     ExpectEach(NullString(), {vrHeapUnloadToVrString(nullptr), BufDscrMakeVrStr(nullptr)});
     EXPECT_EQ(CacheIncrObjStr(nullptr, "k"), 32);
     EXPECT_EQ(findchar(nullptr, 'a', 1), -1);
-    EXPECT_EQ(IniGetInt(nullptr, "k", 3), 3);
-    EXPECT_EQ(IniGetInt("s", nullptr, 4), 4);
     EXPECT_EQ(value, 7u);
 }
 

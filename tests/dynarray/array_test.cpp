@@ -48,7 +48,7 @@ std::string Replaced(VrString s, int32_t attribute, const Array& element) {
 TEST_F(LibraryTest, EditsOfStringsThatAreNotWhatTheySeem) {
     VrString zero = VR_SHARED_STRING(FalseVrStr);
     const Array below("abc");
-    below->length = -1;
+    below.get()->length = -1;
     struct {
         LongHeader none;
         int32_t length;
@@ -78,7 +78,7 @@ TEST_F(LibraryTest, EditsOfStringsThatAreNotWhatTheySeem) {
     const std::string text = "abc^" + std::string(150, 'd') + "^e^f";
     const Array cut(text);
     EXPECT_EQ(Replaced(cut, 4, Array("f")), text);
-    cut->length = 5;
+    cut.get()->length = 5;
     EXPECT_EQ(Replaced(cut, 5, Array("x")), "abc^d^^^x");
 }
 

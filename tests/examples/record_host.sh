@@ -79,21 +79,6 @@ expect 0 "$host" CATALOGUE append 50001,4 shelf
 prints shelf "$host" CATALOGUE get 50001,4,3
 ls | grep -q '\.[a-z][0-9]*$' && fail "a temporary file was left behind"
 
-# What killed hosts left of a record is gone after its next edit, so that its names never run
-# out, however the record is spelled: here all names that the host of this number can use.
-neighbours="ORDER.A12345 ORDER.a1234 ORDER.a123456 ORDER.1a2345 ORDERa12345 order.a12345 CUSTOMER.a12345"
-cat > leave_names << 'END'
-for letter in a b c d e f g h i j k l m n o p q r s t u v w x y z; do
-    : > ORDER.$letter$(printf %05d $(($$ % 100000)))
-done
-exec "$@"
-END
-touch $neighbours ORDER.z00001
-refuses 2 'no free name' sh ./leave_names "$host" --key other ORDER replace 7 lost
-expect 0 sh ./leave_names "$host" ./order replace 7 "after a crash"
-[ "$(ls -d ORDER?* order* CUSTOMER.*)" = "$(ls -d $neighbours)" ] || fail "left over: $(ls)"
-rm $neighbours leave_names
-
 # What would steer a terminal reaches none, whichever host shows it; a pipe gets each byte.
 bad=$(printf 'A\033[31m\233B')
 cp ORDER "$bad"

@@ -157,7 +157,9 @@ TEST_F(NamesTest, MappedNames) {
             ABCDEFGHIJK.T -> -      -> ABCDEFG1
             AB.CDEF       -> -      -> AB_CDEF1
             ABCDEFGHIJ    -> X      -> ABCDEFG1.X
-            ABCDEFGH      -> LONGER -> ABCDEFGH.LON)")) {
+            ABCDEFGH      -> LONGER -> ABCDEFGH.LON
+                          -> DAT    -> .DAT
+                          -> DAT    ->)")) {
         EXPECT_EQ(Mapped(name, extension), result) << name;
         WriteFile(result, "");
     }

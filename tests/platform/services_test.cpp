@@ -53,6 +53,32 @@ TEST(Memory, ThreadsDoNotShareABlock) {
     other.join();
 }
 
+int32_t SetByHost(const char* name, const char* value) {
+    return int32_t{(value == nullptr ? unsetenv(name) : setenv(name, value, 1)) == 0};
+}
+
+TEST(Variables, ALargeEnvironmentAgreesWithTheModel) {
+    std::mt19937 random(1);
+    std::map<std::string, std::string> model, found;
+    clearenv();
+    for (int step = 1; step <= 10000; ++step) {
+        const std::string name = "V" + std::to_string(random() % 2000);
+        const uint32_t action = random() % 1000;
+        model[name] = std::to_string(step);
+        const char* value = action < 2 ? nullptr : model[name].c_str();
+        const auto set = action == 1 || action == 2 ? SetByHost : SetEnvironmentVariableA;
+        EXPECT_EQ(set(name.c_str(), value), 1);
+        if (value == nullptr) model.erase(name);
+        if (step % 500 != 0) continue;
+        for (char** each = environ; *each != nullptr; ++each) {
+            const std::string text = *each;
+            const size_t equal = text.find('=');
+            EXPECT_TRUE(found.emplace(text.substr(0, equal), text.substr(equal + 1)).second);
+        }
+        ASSERT_EQ(std::exchange(found, {}), model) << step;
+    }
+}
+
 TEST(Modules, HandlesAddressesAndStrayNumbers) {
     char name[300];
     EXPECT_GT(GetModuleFileNameA(nullptr, name, sizeof name), 0u);

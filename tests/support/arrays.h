@@ -2,6 +2,7 @@
 #ifndef TESTS_SUPPORT_ARRAYS_H
 #define TESTS_SUPPORT_ARRAYS_H
 
+#include "vr/owned.hpp"
 #include "vr/vr.h"
 
 #include "tests/support/base.h"
@@ -61,16 +62,10 @@ inline std::string TakeCText(char* text) {
     return taken;
 }
 
-struct FreeString {
-    void operator()(VrString s) const {
-        free_mem(&s);
-    }
-};
-
 // A string that goes with its scope: a new one of a text in the notation, or the given.
-struct Array : std::unique_ptr<VrStringHead, FreeString> {
+struct Array : vr::String {
     explicit Array(std::string_view text) : Array(StringOfBytes(Marked(text))) {}
-    explicit Array(VrString s) : unique_ptr(s) {}
+    explicit Array(VrString s) : String(s) {}
     operator VrString() const {
         return get();
     }

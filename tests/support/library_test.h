@@ -37,12 +37,15 @@ struct HostTest : testing::Test {
     void Start(const char* iniPath = nullptr) {
         const UtilInitRecord record = {0, 0, iniPath};
         EXPECT_EQ(UtilInit(&record), 1);
+        if (std::getenv("VRCHECK_LOG") == nullptr) blocks = ControlBlocksOut() + 16 * 2;
     }
     void TearDown() override {
+        EXPECT_LE(ControlBlocksOut(), blocks);
         VrExit(0);
         EXPECT_EQ(HeldInTheEnd(held), held);
     }
     Held held = HeldNow();  // before the start; a case adds what the library keeps for good
+    uint32_t blocks = UINT32_MAX;  // at the end: each of 16 pools may keep two free pages
     Boxes boxes;
 };
 

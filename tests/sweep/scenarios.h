@@ -42,7 +42,7 @@ inline std::string Startup() {
 
 inline void Put(Array& record, UtilPosition position, const std::string& text, uint32_t replace) {
     VrString after = UtilInsertReplace(&position, record, Array(text), replace);
-    if (after != record) record.reset(after);
+    if (after != record) record = Array(after);
 }
 
 inline std::string Editing() {

@@ -92,6 +92,8 @@ TEST(Torture, OfMemory) {
     EXPECT_LE(late.heap - early.heap, 100'000);
 #endif
     EXPECT_LE(late.blocks - early.blocks, 20);
+    for (VrString& each : strings)
+        Drop(std::exchange(each, nullptr));
     VrExit(0);
 }
 

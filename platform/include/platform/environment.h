@@ -26,4 +26,7 @@ PLATFORM_API uint32_t GetWindowsDirectoryA(char* buffer, uint32_t size)
 
 PLATFORM_END
 
+/* Were declared in this header in release 1.0. */
+#include "platform/profile.h"
+
 #endif

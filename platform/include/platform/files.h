@@ -138,4 +138,9 @@ PLATFORM_API char* UniqueName(char* path) PLATFORM_SYMBOL(UniqueName);
 
 PLATFORM_END
 
+/* Were declared in this header in release 1.0. */
+#include "platform/find.h"
+#include "platform/paths.h"
+#include "platform/streams.h"
+
 #endif

@@ -16,4 +16,7 @@ PLATFORM_API void ExitThread(uint32_t code) PLATFORM_SYMBOL(ExitThread) __attrib
 
 PLATFORM_END
 
+/* Were declared in this header in release 1.0. */
+#include "platform/modules.h"
+
 #endif
