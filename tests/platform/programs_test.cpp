@@ -73,6 +73,14 @@ TEST(Programs, WaitingTakesNoTurns) {
     EXPECT_EQ(CloseHandle(opened), 1);
 }
 
+TEST(Programs, ThoseBesideTheHostAreFound) {
+    TempDirectory directory;
+    ProcessInformation program = {};
+    ASSERT_TRUE(Start("platform_programs --gtest_list_tests", program));
+    EXPECT_EQ(WaitForSingleObject(program.process, INFINITE), WAIT_OBJECT_0);
+    CloseBoth(program);
+}
+
 TEST(Programs, ALargeBatchFileIsRefused) {
     TempDirectory directory;
     ProcessInformation program = {};

@@ -121,10 +121,10 @@ TEST_F(Registry, Version5IsLatin1) {
     WriteFile(
         "export.reg",
         "Windows Registry Editor Version 5.00\r\n\r\n[HKEY_LOCAL_MACHINE\\Gr\xC3\xB6\xE2\x82\xAC]"
-        "\r\n\"\xC3\x84\"=\"\xC3\xA9\xF0\x9F\x98\x80.\"\r\n\"x\"=hex(2):e9,00,ac,20,\\\r\n"
+        "\r\n\"\xC3\x84\"=\"\xC3\xA9\xC2\xA7\xF0\x9F\x98\x80.\"\r\n\"x\"=hex(2):e9,00,ac,20,\\\r\n"
         "  3d,d8,00,de,00,d8,2e,00\r\n\"m\"=hex(7):61,00,00,00,62\r\n\"b\"=hex:61,00\r\n");
     const std::string key = "gR\xF6?";
-    EXPECT_EQ(Query(key, "\xC4"), "1:\xE9?.~");
+    EXPECT_EQ(Query(key, "\xC4"), "1:\xE9\xA7?.~");
     EXPECT_EQ(Query(key, "x"), "2:\xE9???.~");
     EXPECT_EQ(Query(key, "m"), "7:a~");
     EXPECT_EQ(Query(key, "b"), "3:a~");
