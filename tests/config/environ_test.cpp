@@ -6,25 +6,26 @@
 namespace {
 
 TEST_F(LibraryTest, FileNamesExpandTheirVariables) {
-    const std::string l(3000, 'l');
-    for (const auto& [name, value] : Rows<2>(R"(
-            TMPDIR -> C:\TMP\
-            A      -> $B\x
-            B      -> C:\D/
-            LOOP   -> $LOOP
-            LONG   -> )" + l + "\nHUGE -> " + l +
-                                             l + l))
+    const std::string l(3000, 'l'), n(255, 'n');
+    const std::pair<std::string, std::string> variables[] = {
+        {"TMPDIR", "C:\\TMP\\"}, {"A", "$B\\x"}, {"B", "C:\\D/"}, {"LOOP", "$LOOP"}, {"LONG", l},
+        {"HUGE", l + l + l},     {n, "v"},       {n + "n", "v"}};
+    for (const auto& [name, value] : variables)
         DLLPutEnv(name.c_str(), value.c_str());
-    for (const auto& [name, expanded] : Rows<2>(R"(
-            $A\y            -> C:\D\x\y
-            $TMPDIR/a/b.txt -> C:\TMP\a\b.txt
-            $               ->
-            $  TMPDIR       -> C:\TMP
-            $NOPE\x         -> \x
-            a/b\c$B         -> a\b\c$B
-            $LOOP           -> $LOOP
-            $HUGE/x         -> \x
-            $LONG/x         -> )" + l + "\\x"))
+    const std::pair<std::string, std::string> names[] = {
+        {"$A\\y", "C:\\D\\x\\y"},
+        {"$TMPDIR/a/b.txt", "C:\\TMP\\a\\b.txt"},
+        {"$", ""},
+        {"$  TMPDIR", "C:\\TMP"},
+        {"$NOPE\\x", "\\x"},
+        {"a/b\\c$B", "a\\b\\c$B"},
+        {"$LOOP", "$LOOP"},
+        {"$LONG/x", l + "\\x"},
+        {"$HUGE/x", "\\x"},
+        {"$" + n + "/x", "v\\x"},
+        {"$" + n + "n/x", "\\x"},
+    };
+    for (const auto& [name, expanded] : names)
         EXPECT_EQ(TakeText(EnvironFileName(Array(StringOfBytes(name)))), expanded) << name;
 }
 

@@ -136,7 +136,7 @@ TEST_F(CacheTest, ItDropsAndEndsWhatTheModelDoes) {
         return std::array{values...}[random() % sizeof...(values)];
     };
     Model model;
-    for (int32_t step = 0; step < 4000 && !HasFailure(); ++step) {
+    for (int32_t step = 0; step < 8000 && !HasFailure(); ++step) {
         if (step % 100 == 0) {
             CacheDestroy(cache);
             model.End([](const Item&) { return true; });

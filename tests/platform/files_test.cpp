@@ -85,6 +85,24 @@ TEST_F(Files, TextModeReads) {
     }
 }
 
+// Line ends at each place of the pieces that a long text is written in.
+TEST_F(Files, TextModeWrites) {
+    std::minstd_rand random(1);
+    for (int round = 0; round < 40; ++round) {
+        std::string text, disk;
+        const uint32_t count = 16000 + random() % 20000, rarity = round % 2 == 0 ? 2 : 5000;
+        while (text.size() < count) {
+            const bool isEnd = random() % rarity == 0;
+            text += isEnd ? "\n" : "x";
+            disk += isEnd ? "\r\n" : "x";
+        }
+        const int32_t handle = Open("t", kNew | kOpenTruncate | kOpenText);
+        EXPECT_EQ(FileWrite(handle, text.data(), count), int32_t(count));
+        FileClose(handle);
+        EXPECT_TRUE(ReadFile("t") == disk) << round;
+    }
+}
+
 // The names, each after its attributes.
 std::string Found(const std::string& pattern) {
     std::set<std::string> names;

@@ -42,6 +42,9 @@ TEST(Programs, ThoseLeftToThemselvesCostOneThreadAndLeaveNoZombie) {
         programs.push_back(LeaveToItself("sleep 60"));
     EXPECT_EQ(EntriesOf("/proc/self/task"), threads + 1);
     EXPECT_EQ(EntriesOf("/proc/self/fd"), descriptors);
+    const clock_t before = clock();
+    Sleep(500);
+    EXPECT_LT(clock() - before, CLOCKS_PER_SEC / 20) << "a thread that waits takes no turns";
     for (const uint32_t program : programs)
         EXPECT_EQ(kill(pid_t(program), SIGKILL), 0);
     for (const uint32_t program : programs)
@@ -71,6 +74,14 @@ TEST(Programs, WaitingTakesNoTurns) {
     EXPECT_EQ(code, 128u + SIGKILL);
     CloseBoth(program);
     EXPECT_EQ(CloseHandle(opened), 1);
+}
+
+TEST(Programs, ThoseBesideTheHostAreFound) {
+    TempDirectory directory;
+    ProcessInformation program = {};
+    ASSERT_TRUE(Start("platform_programs --gtest_list_tests", program));
+    EXPECT_EQ(WaitForSingleObject(program.process, INFINITE), WAIT_OBJECT_0);
+    CloseBoth(program);
 }
 
 TEST(Programs, ALargeBatchFileIsRefused) {

@@ -105,14 +105,15 @@ TEST_F(Hostile, NoStandardStreams) {
 TEST_F(Hostile, AMillionVariables) {
     StartHere();
     int set = 0;
+    while (environ[set] != nullptr)
+        ++set;
     for (char name[16] = ""; set < 1'100'000; ++set) {
         std::snprintf(name, sizeof name, "V%d", set);
         if (DLLPutEnv(name, "x") != 0) break;
     }
-    EXPECT_GT(set, 999'000);
-    EXPECT_LE(set, 1'000'000);
-    EXPECT_EQ(DLLPutEnv("V3", "y"), 0) << "this one is there already";
-    EXPECT_STREQ(getenv("V3"), "y");
+    EXPECT_EQ(set, 1'000'000);
+    EXPECT_EQ(DLLPutEnv("VRLDATE", "y"), 0) << "this one is there already";
+    EXPECT_STREQ(getenv("VRLDATE"), "y");
     if (IsEmulated()) GTEST_SKIP() << "no start fails in the emulator";
     EXPECT_EQ(System("exit 3", nullptr), 0) << "the system hands no such variables on";
 }
