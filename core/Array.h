@@ -15,6 +15,7 @@ namespace vr {
 // no block can have.
 template <typename T>
 [[nodiscard]] T* NewArray(int32_t count, const char* tag, int32_t line) {
+    // NOLINTNEXTLINE(bugprone-sizeof-expression): T may well be a pointer
     const uint64_t size = static_cast<uint64_t>(count) * sizeof(T);
     return static_cast<T*>(_alloc_memory(Saturated(size), tag, line));
 }

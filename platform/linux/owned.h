@@ -23,8 +23,8 @@ public:
         close(number_);
         errno = error;
     }
-    Descriptor(Descriptor&& other) : number_(other.Release()) {}
-    Descriptor& operator=(Descriptor&& other) {
+    Descriptor(Descriptor&& other) noexcept : number_(other.Release()) {}
+    Descriptor& operator=(Descriptor&& other) noexcept {
         std::swap(number_, other.number_);
         return *this;
     }
