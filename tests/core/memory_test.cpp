@@ -170,7 +170,7 @@ TEST_F(LibraryTest, TheFirstDifferenceDecidesWhereverItIs) {
 
 // The rows stand in their order; a null string is before the empty one.
 TEST_F(LibraryTest, OrderIsByUnsignedBytesAndThenLength) {
-    const Array negative("x"), low("\x01"), zeros(StringOfBytes({"a\0b", 3})),
+    const Array negative("x"), low("\x01\x01"), zeros(StringOfBytes({"a\0b", 3})),
         more(StringOfBytes({"a\0c", 3})), start("ab"), longer("abcd"), high("\xFF");
     negative.get()->length = -1;
     const std::tuple<VrString, VrString, int32_t> cases[] = {
