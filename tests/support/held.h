@@ -22,6 +22,14 @@ inline Held HeldNow() {
             {"has children", HasChildren()}};
 }
 
+// The numbers that the platform gives first to handles of programs and snapshots.
+inline int32_t CloseHandlesLeftOpen() {
+    int32_t open = 0;
+    for (uintptr_t handle = 0x1000; handle < 0x2000; handle += 4)
+        open += CloseHandle(reinterpret_cast<void*>(handle));
+    return open;
+}
+
 // Gives programs that run on five seconds to end, and the thread that waits for them.
 inline Held HeldInTheEnd(const Held& expected) {
     for (int i = 0; i < 500 && HeldNow() != expected; ++i)

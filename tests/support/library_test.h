@@ -43,8 +43,9 @@ struct HostTest : testing::Test {
         EXPECT_LE(ControlBlocksOut(), blocks);
         VrExit(0);
         EXPECT_EQ(HeldInTheEnd(held), held);
+        EXPECT_EQ(CloseHandlesLeftOpen(), 0);
     }
-    Held held = HeldNow();  // before the start; a case adds what the library keeps for good
+    Held held = HeldNow();         // before the start; a case adds what the library keeps for good
     uint32_t blocks = UINT32_MAX;  // at the end: each of 16 pools may keep two free pages
     Boxes boxes;
 };
