@@ -165,4 +165,13 @@ TEST_F(SystemTest, OutputFilesMayHaveADriveAndBlanks) {
     EXPECT_TRUE(std::filesystem::is_empty(".")) << "no stray file";
 }
 
+TEST_F(SystemTest, SleepsOfMoreMillisecondsThanThereAreNumbersAreLong) {
+    const auto sleep = [] {
+        ualarm(500'000, 0);
+        GoToSleep(12'884'902);  // cut to 32 bits, that would be 112 ms
+        _exit(0);
+    };
+    EXPECT_EXIT(sleep(), testing::KilledBySignal(SIGALRM), "");
+}
+
 }  // namespace
