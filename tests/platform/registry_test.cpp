@@ -77,6 +77,11 @@ TEST_F(Registry, KeysMergeGoAndHaveParents) {
             \A     ->   -> no key
             Broken ->   -> no key)"))
         EXPECT_EQ(Query(path, name), value) << path;
+    HKEY parent = nullptr, child = nullptr;
+    EXPECT_EQ(RegOpenKeyExA(HKEY_LOCAL_MACHINE, "A", 0, KEY_READ, &parent), ERROR_SUCCESS);
+    EXPECT_EQ(RegOpenKeyExA(parent, "b\\c", 0, KEY_READ, &child), ERROR_SUCCESS);
+    RegCloseKey(child);
+    RegCloseKey(parent);
 }
 
 // Two seconds after a change what was read is kept, until the next one.
