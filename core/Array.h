@@ -21,15 +21,16 @@ template <typename T>
 }
 
 // Replaces the array by the larger one, unless a callback of its allocation has already replaced it
-// by one as large.
+// by one as large. The one that is not needed is given back.
 template <typename T>
-void ReplaceByLarger(T*& array, int32_t& capacity, T* larger, int32_t largerCapacity) {
+void ReplaceByLarger(T*& array, int32_t& capacity, T* larger, int32_t largerCapacity,
+                     const char* tag, int32_t line) {
     if (capacity < largerCapacity) {
         std::copy_n(array, capacity, larger);
         std::swap(array, larger);
         capacity = largerCapacity;
     }
-    _free_mem(&larger, nullptr, 0);
+    _free_mem(&larger, tag, line);
 }
 
 // Makes room for at least `step` more records, which are zero. No callback may move the two
@@ -38,7 +39,7 @@ template <typename T>
 void GrowArray(T*& array, int32_t& capacity, int32_t step, const char* tag, int32_t line) {
     const int32_t largerCapacity = capacity + step;
     T* larger = NewArray<T>(largerCapacity, tag, line);
-    ReplaceByLarger(array, capacity, larger, largerCapacity);
+    ReplaceByLarger(array, capacity, larger, largerCapacity, tag, line);
 }
 
 }  // namespace vr

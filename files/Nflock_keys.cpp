@@ -22,7 +22,7 @@ void GrowKeys(int32_t index) {
     const int32_t capacity = lockEntries[index].keyCapacity + kKeysPerStep;
     auto* larger = NewArray<HeldKey>(capacity, VR_MODULE, __LINE__);
     LockFileEntry& entry = lockEntries[index];
-    ReplaceByLarger(entry.keys, entry.keyCapacity, larger, capacity);
+    ReplaceByLarger(entry.keys, entry.keyCapacity, larger, capacity, VR_MODULE, __LINE__);
 }
 
 // Where the position's key is among those held, or would be inserted.
